@@ -1,0 +1,44 @@
+// One entry of an archive's table of contents. The class name and the keys "name", "folder", "index", "rsrcIndex", "size"
+// are a contract with every host.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/Coding.h"
+
+class DTArchiveEntry final : public platform::Coding {
+ public:
+  static constexpr std::string_view className = "DTArchiveEntry";
+
+  DTArchiveEntry() = default;  ///< No name, no folder, all numbers 0.
+  /// `rsrcIndex` stays 0: only decoding and its setter give it a value.
+  DTArchiveEntry(std::optional<std::string> name, bool isFolder, std::uint64_t index, std::uint64_t size);
+
+  /// As shown in menus; the root entry's is the archive's file name. Nothing when the host sent none.
+  const std::optional<std::string>& name() const { return name_; }
+  bool isFolder() const { return isFolder_; }
+  /// The host's number of the entry: the tag of its menu item.
+  std::uint64_t index() const { return index_; }
+  /// Carried for the host, read by nobody here.
+  std::uint64_t rsrcIndex() const { return rsrcIndex_; }
+  std::uint64_t size() const { return size_; }
+  void setName(std::optional<std::string> name) { name_ = std::move(name); }
+  void setFolder(bool isFolder) { isFolder_ = isFolder; }
+  void setIndex(std::uint64_t index) { index_ = index; }
+  void setRsrcIndex(std::uint64_t rsrcIndex) { rsrcIndex_ = rsrcIndex; }
+  void setSize(std::uint64_t size) { size_ = size; }
+
+  std::span<const std::string_view> classNames() const override;
+  void encodeWithCoder(platform::KeyedArchiver& coder) const override;
+  static std::shared_ptr<const platform::Coding> initWithCoder(platform::KeyedUnarchiver& coder);
+
+ private:
+  std::optional<std::string> name_;
+  std::uint64_t index_ = 0;
+  std::uint64_t rsrcIndex_ = 0;
+  std::uint64_t size_ = 0;
+  bool isFolder_ = false;
+};

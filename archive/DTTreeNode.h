@@ -1,0 +1,55 @@
+// One node of an archive's table of contents: an entry and, for a folder, the nodes inside it, in the host's order. On the
+// wire each child is a complete keyed archive of its own, held as data in its parent's ("object", "children").
+// A node owns its children by value, side by side; the root is owned by whoever decoded or built it. Trees handed to the
+// rest of the program are immutable and shared (`std::shared_ptr<const DTTreeNode>`).
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "archive/DTArchiveEntry.h"
+#include "platform/Coding.h"
+#include "platform/IndexPath.h"
+
+class DTTreeNode final : public platform::Coding {
+ public:
+  static constexpr std::string_view className = "DTTreeNode";
+
+  /// `initWithRepresentedObject:`
+  explicit DTTreeNode(std::optional<DTArchiveEntry> representedObject = std::nullopt);
+  DTTreeNode(DTTreeNode&& other) noexcept;
+  DTTreeNode& operator=(DTTreeNode&& other) noexcept;
+  DTTreeNode(const DTTreeNode&) = delete;
+  DTTreeNode& operator=(const DTTreeNode&) = delete;
+  ~DTTreeNode() override;
+
+  /// Null when the host sent a node without an entry.
+  const DTArchiveEntry* representedObject() const { return entry_ ? &*entry_ : nullptr; }
+  std::span<const DTTreeNode> childNodes() const { return children_; }
+  /// The parent, or null for a root. Valid as long as the tree stands.
+  const DTTreeNode* parentNode() const { return parent_; }
+  /// The child's index on the last level of `indexPath`; 0 for a root.
+  std::uint64_t position() const { return position_; }
+
+  /// Makes `child` the last child and answers it where it now stands. Amortised constant time; references to earlier
+  /// children are no longer valid.
+  DTTreeNode& appendChild(DTTreeNode child);
+  void reserveChildren(std::size_t count) { children_.reserve(count); }
+
+  /// The position of the node from the root of its tree, in time linear in its depth, without looking at siblings.
+  /// A child that could not be decoded keeps its place in the count, as the host finds entries in the tree that it sent.
+  platform::IndexPath indexPath() const;
+
+  std::span<const std::string_view> classNames() const override;
+  void encodeWithCoder(platform::KeyedArchiver& coder) const override;
+  static std::shared_ptr<const platform::Coding> initWithCoder(platform::KeyedUnarchiver& coder);
+
+ private:
+  std::optional<DTArchiveEntry> entry_;
+  std::vector<DTTreeNode> children_;
+  DTTreeNode* parent_ = nullptr;
+  std::uint64_t position_ = 0;
+};

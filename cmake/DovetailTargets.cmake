@@ -1,0 +1,17 @@
+# One library a room; every include is written from the top of the tree: #include "room/File.h".
+function(dovetail_room name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_library(dovetail_${name} STATIC ${ARG_SOURCES})
+  target_include_directories(dovetail_${name} PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)
+  target_link_libraries(dovetail_${name} PUBLIC ${ARG_LIBRARIES})
+endfunction()
+
+# One test program a subject, run as a whole by ctest. A test names each thing it starts and waits for events with a deadline.
+function(dovetail_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} GTest::gtest GTest::gmock GTest::gtest_main)
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES TIMEOUT 120)
+endfunction()

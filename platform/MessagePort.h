@@ -1,0 +1,82 @@
+// Named local message ports: one-way records between processes of one user (Cocoa's CFMessagePort).
+// Main thread only. The backend owns local ports; a remote port is owned by who opened it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/Bytes.h"
+
+namespace platform {
+
+/// The platform's status numbers of a send.
+enum class MessagePortStatus : std::int32_t {
+  success = 0,
+  sendTimeout = -1,
+  receiveTimeout = -2,
+  isInvalid = -3,
+  transportError = -4,
+  becameInvalid = -5,
+};
+
+class LocalMessagePort {
+ public:
+  virtual ~LocalMessagePort() = default;
+  virtual std::string_view name() const = 0;
+};
+
+/// Called on the main loop for each record. `data` is valid during the call only. The result is the reply, which a one-way
+/// send never sees.
+using MessagePortCallBack = std::optional<Data> (*)(LocalMessagePort& port, std::int32_t messageId, ByteView data,
+                                                    void* info);
+
+/// What a local port carries for its callback. `info` is not owned.
+struct MessagePortContext {
+  int version = 0;
+  void* info = nullptr;
+};
+
+class RunLoopSource {
+ public:
+  virtual ~RunLoopSource() = default;
+};
+
+enum class RunLoopMode { common };
+
+class RemoteMessagePort {
+ public:
+  /// Releases the handle; does not invalidate it for the peer.
+  virtual ~RemoteMessagePort() = default;
+
+  /// Sends one record. Returns at once, or after `sendTimeout` seconds at most when the peer does not read; a port that has
+  /// not drained since its last time-out may answer `sendTimeout` at once. No reply is awaited without a reply mode, which
+  /// this interface does not have, so `receiveTimeout` plays no part. `becameInvalid` when the peer is found gone, from then on
+  /// `isInvalid`. On failure the record is lost and nothing of it arrives.
+  virtual MessagePortStatus sendRequest(std::int32_t messageId, ByteView data, double sendTimeout,
+                                        double receiveTimeout) = 0;
+  /// Cuts the connection. Any later send answers `isInvalid`.
+  virtual void invalidate() = 0;
+};
+
+class MessagePorts {
+ public:
+  virtual ~MessagePorts() = default;
+
+  /// Opens a port of that name, or null when the name is taken by a live process or cannot be opened. The port lives, unread
+  /// until its source is added, as long as the process (its backend).
+  virtual LocalMessagePort* createLocal(std::string_view name, MessagePortCallBack callBack,
+                                        const MessagePortContext& context) = 0;
+  /// The source that reads the port; `order` 0 is the usual priority. Owned by the backend.
+  virtual RunLoopSource& createRunLoopSource(LocalMessagePort& port, int order) = 0;
+  /// From now on the port's records arrive on the main loop, also while a menu is up.
+  virtual void addSourceToCurrentRunLoop(RunLoopSource& source, RunLoopMode mode) = 0;
+
+  /// Connects to the port of that name, or null when nobody listens, when the listener is another user's, or after 1.0 s of a
+  /// listener that does not accept.
+  virtual std::unique_ptr<RemoteMessagePort> createRemote(std::string_view name) = 0;
+};
+
+}  // namespace platform
