@@ -48,7 +48,7 @@ class URL {
   std::string lastPathComponent() const;
 
   /// Of the path's bytes where there is a path, of the text elsewhere; the same for both texts of a folder (with and
-  /// without a final slash). Never asks the file system but for a reference's path.
+  /// without a final slash). Of a reference, the object. Never asks the file system.
   std::size_t hash() const;
   /// Whether both were made from the very same text or path, a final slash aside. Says nothing of the files.
   bool isSameText(const URL& other) const;
