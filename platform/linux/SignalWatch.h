@@ -16,7 +16,8 @@
 
 namespace platform::native {
 
-class SignalWatch {
+/// Always held by a shared pointer.
+class SignalWatch : public std::enable_shared_from_this<SignalWatch> {
  public:
   /// Starts the program `watcher`.
   SignalWatch(std::int32_t process, const std::string& watcher, Log& log);
@@ -42,7 +43,6 @@ class SignalWatch {
   std::map<const void*, std::function<void()>> listeners_;
   Descriptor channel_;
   MainLoopSource reports_;
-  bool hasEnded_ = false;
 };
 
 /// The watcher beside the module or program that this code is part of, as in a build tree, else the installed one.
