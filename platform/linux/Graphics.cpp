@@ -13,7 +13,8 @@
 namespace platform::native {
 namespace {
 
-constexpr double largestSide = 4096;  // points
+constexpr double largestSide = 4096;         // points
+constexpr double largestDeviation = 1 / 64.;  // pixels; with cairo's own tenth, a circle of one pixel is a square
 
 struct Release {
   void operator()(cairo_t* context) const { cairo_destroy(context); }
@@ -96,6 +97,7 @@ CairoContext::CairoContext(Size size) : size_(size) {
   const int height = static_cast<int>(std::ceil(size.height));
   surface_.reset(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
   context_.reset(cairo_create(surface_.get()));
+  cairo_set_tolerance(context_.get(), largestDeviation);
 }
 
 void CairoContext::addClip(const BezierPath& path) {
