@@ -1,4 +1,4 @@
-// A file descriptor with one owner, closed with it.
+// A file descriptor that closes itself.
 #pragma once
 
 #include <unistd.h>
@@ -11,18 +11,20 @@ class Descriptor {
  public:
   Descriptor() = default;
   explicit Descriptor(int number) : number_(number) {}
-  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+  Descriptor(Descriptor&& other) noexcept : number_(other.release()) {}
   Descriptor& operator=(Descriptor&& other) noexcept {
-    std::swap(number_, other.number_);
+    if (this != &other) reset(other.release());
     return *this;
   }
-  ~Descriptor() {
-    if (number_ >= 0) close(number_);
-  }
+  ~Descriptor() { reset(); }
 
-  /// Negative when opening failed; `errno` then tells why.
-  int number() const { return number_; }
   explicit operator bool() const { return number_ >= 0; }
+  int get() const { return number_; }
+  int release() { return std::exchange(number_, -1); }
+  void reset(int number = -1) {
+    if (number_ >= 0) ::close(number_);
+    number_ = number;
+  }
 
  private:
   int number_ = -1;

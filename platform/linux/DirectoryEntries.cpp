@@ -35,7 +35,7 @@ DirectoryEntries::DirectoryEntries(Descriptor folder)
     : folder_(std::move(folder)), buffer_(std::make_unique<char[]>(bufferSize)) {}
 
 bool DirectoryEntries::fill() {
-  const auto length = getdents64(folder_.number(), buffer_.get(), bufferSize);
+  const auto length = getdents64(folder_.get(), buffer_.get(), bufferSize);
   hasFailed_ = length < 0;
   filled_ = length > 0 ? static_cast<std::size_t>(length) : 0;
   at_ = 0;

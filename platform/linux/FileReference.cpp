@@ -13,7 +13,7 @@ namespace platform::native {
 std::shared_ptr<const LinuxFileReference> LinuxFileReference::ofPath(const std::string& path) {
   Descriptor file(open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
   if (!file) return nullptr;
-  const auto status = FileStatus::ofDescriptor(file.number(), FileStatus::identityFields);
+  const auto status = FileStatus::ofDescriptor(file.get(), FileStatus::identityFields);
   if (!status) return nullptr;
   return std::shared_ptr<const LinuxFileReference>(new LinuxFileReference(std::move(file), status->identity()));
 }
@@ -23,7 +23,7 @@ LinuxFileReference::LinuxFileReference(Descriptor file, const FileIdentity& iden
 
 std::string LinuxFileReference::path() const {
   std::array<char, PATH_MAX> text;
-  const std::string link = "/proc/self/fd/" + std::to_string(file_.number());
+  const std::string link = "/proc/self/fd/" + std::to_string(file_.get());
   const ssize_t length = readlink(link.c_str(), text.data(), text.size());
   if (length <= 0 || static_cast<std::size_t>(length) == text.size()) return {};
   std::string path(text.data(), static_cast<std::size_t>(length));

@@ -64,14 +64,14 @@ std::optional<std::string> mountPoint(std::uint64_t mountIdentifier) {
 std::optional<bool> isVolumeReadOnly(const char* path) {
   const Descriptor file = fileItself(path);
   struct statvfs volume;
-  if (!file || fstatvfs(file.number(), &volume) != 0) return std::nullopt;
+  if (!file || fstatvfs(file.get(), &volume) != 0) return std::nullopt;
   return (volume.f_flag & ST_RDONLY) != 0;
 }
 
 std::optional<bool> hasVolumeCaseSensitiveNames(const char* path) {
   const Descriptor file = fileItself(path);
   struct statfs volume;
-  if (!file || fstatfs(file.number(), &volume) != 0) return std::nullopt;
+  if (!file || fstatfs(file.get(), &volume) != 0) return std::nullopt;
   const auto magic = static_cast<std::uint32_t>(volume.f_type);
   return std::find(caseInsensitiveMagics.begin(), caseInsensitiveMagics.end(), magic) == caseInsensitiveMagics.end();
 }
