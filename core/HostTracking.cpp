@@ -1,0 +1,73 @@
+// Whether a usable host runs: exactly one instance, of the very same build. What happens when it comes and when it goes.
+#include "core/DTDovetailSync.h"
+
+using platform::FileIdentity;
+
+void DTDovetailSync::updateApplicationRunning() {
+  const platform::Bundle& bundle = platform_.mainBundle;
+  const auto running =
+      platform_.runningApplications.runningApplicationsWithBundleIdentifier(bundle.hostBundleIdentifier());
+  if (running.size() != 1) {
+    setApplicationPid(-1);
+    return;
+  }
+  const auto* defaults = sharedApplicationGroupDefaults();
+  const auto hostVersion = defaults ? defaults->stringForKey("DTApplicationVersion") : std::nullopt;
+  const auto ownVersion = bundle.objectForInfoDictionaryKey(platform::BundleVersionKey);
+  const bool isSameBuild = hostVersion && ownVersion && *hostVersion == *ownVersion;
+  setApplicationPid(isSameBuild ? running.front().processIdentifier : -1);
+}
+
+void DTDovetailSync::setApplicationPid(std::int32_t pid) {
+  if (pid <= 0) {
+    setPort(nullptr);
+    archives_.removeAllObjects();
+    archiveMenus_.removeAllObjects();
+    applicationPid_ = -1;
+    return;
+  }
+  applicationPid_ = pid;
+  DTMessage ping("pingPortName:", portName_ ? platform::Object(*portName_) : platform::Object());
+  sendMessage(ping);
+  askAboutObservedFiles();
+  watchHost(pid);
+}
+
+// The folders are those of this moment; each set is walked as it then stands.
+void DTDovetailSync::askAboutObservedFiles() {
+  std::vector<FileIdentity> folders;
+  folders.reserve(observedFiles_.size());
+  for (const auto& [folder, files] : observedFiles_) folders.push_back(folder);
+  for (const FileIdentity& folder : folders) {
+    const auto files = observedFiles_.find(folder);
+    if (files == observedFiles_.end()) continue;
+    for (std::size_t i = 0; i < files->second.urls().size(); ++i) {
+      const platform::URL url = files->second.urls()[i];
+      const auto identity = platform_.fileManager.fileResourceIdentifier(url);
+      if (!identity) continue;
+      archives_.setObject(nullptr, *identity);
+      DTMessage request("openArchive:portName:", url);
+      sendMessage(request);
+    }
+    observedFiles_.erase(files);
+  }
+}
+
+// A watcher stored before is let go, not cancelled: it stays armed until it fires. A signal delivered to the host counts
+// as its exit.
+void DTDovetailSync::watchHost(std::int32_t pid) {
+  const auto watcher =
+      platform_.processSources.createProcessSource(pid, platform::ProcessExit | platform::ProcessSignal);
+  portMonitor_ = watcher;
+  watcher->setEventHandler([weak = weak_from_this(), watcher] {
+    if (const auto self = weak.lock()) {
+      self->setPort(nullptr);
+      self->setApplicationPid(-1);
+    }
+    watcher->cancel();
+  });
+  watcher->setCancelHandler([weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->portMonitor_ = nullptr;
+  });
+  watcher->resume();
+}

@@ -1,0 +1,89 @@
+// The two named ports between the extension and its host, and how a failure of the link reaches the host.
+#include "core/ApplicationGroup.h"
+#include "core/DTDovetailSync.h"
+#include "platform/JSON.h"
+#include "platform/KeyedArchiver.h"
+
+using platform::ByteView;
+using platform::Data;
+using platform::Error;
+using platform::JSON;
+using platform::LocalMessagePort;
+using platform::MessagePortStatus;
+using platform::Object;
+
+namespace {
+
+constexpr double sendTimeoutInSeconds = 1.0;
+constexpr double receiveTimeoutInSeconds = 1.0;
+constexpr std::string_view sendFailureNotification = "DTDovetailAppMessage";
+
+// The record is handed on as a copy: it may name an operation that reaches the port again.
+std::optional<Data> receiveMessage(LocalMessagePort&, std::int32_t, ByteView data, void* info) {
+  const Data copy(data.begin(), data.end());
+  static_cast<DTDovetailSync*>(info)->handleMessage(copy);
+  return std::nullopt;
+}
+
+}  // namespace
+
+void DTDovetailSync::setupMessageListener() {
+  if (const auto reason = openInboundPort()) reportReceiveFailure(1, *reason);
+}
+
+std::optional<std::string_view> DTDovetailSync::openInboundPort() {
+  const ApplicationGroup group = copyApplicationGroup(platform_.security);
+  if (!group.identifier) return group.reason;
+  const std::string name = *group.identifier + ".Sync." + std::to_string(platform_.mainBundle.processIdentifier());
+  LocalMessagePort* port = platform_.messagePorts.createLocal(name, receiveMessage, {.version = 1, .info = this});
+  if (!port) return "There was an error creating receiving communication port.";
+  auto& source = platform_.messagePorts.createRunLoopSource(*port, 0);
+  platform_.messagePorts.addSourceToCurrentRunLoop(source, platform::RunLoopMode::common);
+  portName_ = name;
+  return std::nullopt;
+}
+
+void DTDovetailSync::sendMessage(DTMessage& message) {
+  auto reason = port_ ? std::nullopt : openOutboundPort();
+  if (port_) reason = deliver(message);
+  if (reason) reportSendFailure(*reason);
+}
+
+// A host that does not listen is no failure: messages sent while it is away vanish.
+std::optional<std::string> DTDovetailSync::openOutboundPort() {
+  const ApplicationGroup group = copyApplicationGroup(platform_.security);
+  if (!group.identifier) return std::string(group.reason);
+  setPort(platform_.messagePorts.createRemote(*group.identifier + ".App"));
+  return std::nullopt;
+}
+
+std::optional<std::string> DTDovetailSync::deliver(DTMessage& message) {
+  message.setPortName(portName_);
+  const auto archive = platform::KeyedArchiver::archivedDataWithRootObject(
+      std::shared_ptr<const platform::Coding>(std::shared_ptr<void>(), &message));
+  if (!archive) return "There was an error archiving message for sending.";
+  const MessagePortStatus status = port_->sendRequest(0, *archive, sendTimeoutInSeconds, receiveTimeoutInSeconds);
+  if (status == MessagePortStatus::success) return std::nullopt;
+  return "There was an error sending message to application, status " +
+         std::to_string(static_cast<std::int32_t>(status)) + ".";
+}
+
+void DTDovetailSync::reportSendFailure(std::string_view reason) {
+  JSON report;
+  report.set(platform::LocalizedDescriptionKey, "Finder extension failed to send message to application");
+  report.set(platform::LocalizedRecoverySuggestionErrorKey, reason);
+  platform_.distributedNotificationCenter.postNotificationName(sendFailureNotification, report.text(), true);
+}
+
+void DTDovetailSync::reportReceiveFailure(std::int64_t code, std::string_view reason) {
+  Error error{"DTMessageErrorDomain", code, {}};
+  error.setText(platform::LocalizedDescriptionKey, "Finder extension failed to receive message from application");
+  error.setText(platform::LocalizedRecoverySuggestionErrorKey, reason);
+  DTMessage message("showError:", std::move(error));
+  sendMessage(message);
+}
+
+void DTDovetailSync::setPort(std::unique_ptr<platform::RemoteMessagePort> port) {
+  if (port_) port_->invalidate();
+  port_ = std::move(port);
+}

@@ -1,0 +1,81 @@
+// The folders that the user chose become the browser's watched set; what the browser shows in them becomes questions to the
+// host, one for each regular file. No badge is ever set.
+#include <unordered_set>
+
+#include "core/DTDovetailSync.h"
+#include "folders/URLFacts.h"
+
+using platform::FileIdentity;
+using platform::URL;
+
+namespace {
+
+std::string description(const platform::Error& error) {
+  const std::string* text = error.textForKey(platform::LocalizedDescriptionKey);
+  return error.domain + " " + std::to_string(error.code) + (text ? ": " + *text : "");
+}
+
+}  // namespace
+
+void DTDovetailSync::updateFolders() {
+  const auto* defaults = sharedApplicationGroupDefaults();
+  const platform::Array* bookmarks = defaults ? defaults->arrayForKey("DTFoldersPaths") : nullptr;
+  std::vector<URL> folders;
+  std::unordered_set<FileIdentity> members;
+  for (const platform::Object& bookmark : bookmarks ? *bookmarks : platform::Array()) {
+    const auto* data = bookmark.get<platform::Data>();
+    bool isStale = false;  // a stale bookmark is used as it resolves
+    platform::Error error;
+    const auto url = platform_.fileManager.URLByResolvingBookmarkData(
+        data ? platform::ByteView(*data) : platform::ByteView(), platform::BookmarkResolutionWithoutUI, &isStale, &error);
+    if (!url) {
+      log("updateFolders", description(error));
+      continue;
+    }
+    const auto reference = platform_.fileManager.fileReferenceURL(*url);
+    const auto identity = reference ? DTExtension::identifier(platform_.fileManager, *reference) : std::nullopt;
+    if (identity && members.insert(*identity).second) folders.push_back(*reference);
+  }
+  platform_.finderSyncController.setDirectoryURLs(std::move(folders));
+}
+
+void DTDovetailSync::beginObservingDirectoryAtURL(const URL& url) {
+  const auto folder = DTExtension::identifier(platform_.fileManager, url);
+  if (!folder) return;
+  URLSet& files = observedFiles_[*folder];
+  const auto entries = platform_.fileManager.contentsOfDirectoryAtURL(url);
+  if (!entries) return;
+  for (const URL& entry : *entries) {
+    const auto identity = DTExtension::identifier(platform_.fileManager, entry);
+    if (identity && see(entry, *identity)) files.insert(entry, *identity, platform_.fileManager);
+  }
+}
+
+void DTDovetailSync::requestBadgeIdentifierForURL(const URL& url) {
+  const auto identity = DTExtension::identifier(platform_.fileManager, url);
+  if (!identity || !see(url, *identity)) return;
+  const auto parent = DTExtension::parentUrl(platform_.fileManager, url);
+  const auto folder = parent ? DTExtension::identifier(platform_.fileManager, *parent) : std::nullopt;
+  if (folder) observedFiles_[*folder].insert(url, *identity, platform_.fileManager);
+}
+
+// Asks the host about a regular file that is new, and marks it as asked first. Whether the file is one to record: a file that
+// is known already is, whatever its kind; a new one only when it is regular.
+bool DTDovetailSync::see(const URL& url, const FileIdentity& identity) {
+  if (archives_.objectForKey(identity)) return true;
+  platform::FileManager& fileManager = platform_.fileManager;
+  if (!DTExtension::isRegularFile(fileManager, url) || DTExtension::isAliasFile(fileManager, url)) {
+    archives_.setObject(nullptr, identity);
+    return false;
+  }
+  if (applicationPid_ > 0) {
+    archives_.setObject(nullptr, identity);
+    DTMessage request("openArchive:portName:", url);
+    sendMessage(request);
+  }
+  return true;
+}
+
+// The record of a folder stays when the browser stops showing it: only the host's start clears it. For a folder whose identity
+// cannot be read there is no key to remove either.
+void DTDovetailSync::endObservingDirectoryAtURL(const URL&) {}

@@ -1,0 +1,22 @@
+// The vocabulary of the shared settings: the default menu layout and the titles of the commands by tag. The settings that
+// the extension reads, with their registered defaults (docs/host-protocol.md lists them all):
+//   "DTMenuBarIconShown" yes, "DTArchiveIconsShown " yes (the space is part of the key), "DTContextualMenuItems" and
+//   "DTToolbarItemMenuItems" the default item lists; without a default "DTContextualMenuItemsIconShown",
+//   "DTToolbarItemMenuItemsIconShown", "DTFoldersPaths", "DTApplicationVersion".
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+#include "platform/Log.h"
+#include "platform/Object.h"
+
+namespace DTExtension {
+
+/// The menu layout of a new user: which tags stand at the top level, under "More" and nowhere, in order. Always the same object.
+const platform::Dictionary& defaultFinderMenuItems();
+
+/// The title of a command, or nothing and a log line for a number that is no tag.
+std::optional<std::string_view> titleForMenuItemTag(platform::Integer tag, platform::Log& log);
+
+}  // namespace DTExtension
