@@ -5,23 +5,22 @@
 
 #include <algorithm>
 
+using platform::native::Descriptor;
+using platform::native::MainLoopSource;
+
 namespace {
 
 /// Open for reading when it is a regular file; opening never waits for a writer, as it would for a FIFO.
-OwnedDescriptor openRegularFile(const std::string& path) {
-  OwnedDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW));
+Descriptor openRegularFile(const std::string& path) {
+  Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW));
   struct stat facts {};
-  if (!file.isOpen() || fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode)) return OwnedDescriptor();
+  if (!file || fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode)) return Descriptor();
   return file;
 }
 
 }  // namespace
 
 ArchiveLister::ArchiveLister(Options options, platform::Log& log) : options_(std::move(options)), log_(log) {}
-
-ArchiveLister::~ArchiveLister() {
-  if (scheduled_) g_source_remove(scheduled_);
-}
 
 void ArchiveLister::list(std::string path, Completion completion) {
   if (waiting_.size() >= options_.waitingFiles) {
@@ -33,17 +32,11 @@ void ArchiveLister::list(std::string path, Completion completion) {
 }
 
 void ArchiveLister::schedule() {
-  if (scheduled_) return;
-  const auto run = [](gpointer self) -> gboolean {
-    static_cast<ArchiveLister*>(self)->startWork();
-    return G_SOURCE_REMOVE;
-  };
-  // Behind the messages that keep coming in, which have the default priority.
-  scheduled_ = g_idle_add_full(G_PRIORITY_DEFAULT_IDLE, run, this, nullptr);
+  if (!scheduled_) scheduled_ = MainLoopSource::soon([this] { startWork(); });
 }
 
 void ArchiveLister::startWork() {
-  scheduled_ = 0;
+  scheduled_.reset();
   std::erase_if(children_, [](const auto& child) { return !child->isSound(); });
   while (!waiting_.empty() && startNext()) {
   }
@@ -56,8 +49,8 @@ bool ArchiveLister::startNext() {
   if (!child && children_.size() >= options_.children) return false;
   Request request = std::move(waiting_.front());
   waiting_.pop_front();
-  OwnedDescriptor file = openRegularFile(request.path);
-  if (!file.isOpen()) {
+  Descriptor file = openRegularFile(request.path);
+  if (!file) {
     request.completion(std::nullopt);
     return true;
   }
@@ -80,7 +73,7 @@ ListingChild* ArchiveLister::idleChild() {
   return idle == children_.end() ? nullptr : idle->get();
 }
 
-void ArchiveLister::begin(ListingChild& child, OwnedDescriptor file, Request request) {
+void ArchiveLister::begin(ListingChild& child, Descriptor file, Request request) {
   ++underWay_;
   child.list(std::move(file), [this, &child, request = std::move(request)](std::optional<Listing> listing,
                                                                            const std::string& trouble) {

@@ -29,10 +29,9 @@ class ArchiveLister {
   };
 
   ArchiveLister(Options options, platform::Log& log);
+  /// A lister that goes drops what is queued or under way; no completion runs any more.
   ArchiveLister(const ArchiveLister&) = delete;
   ArchiveLister& operator=(const ArchiveLister&) = delete;
-  /// Drops what is queued or under way; no completion runs any more.
-  ~ArchiveLister();
 
   /// Lists the file of that path (bytes; a final symbolic link is not followed). The completion runs once, from the main loop,
   /// never from within this call. Files are begun in the order asked for and may end in another. A file that is given up, or
@@ -53,7 +52,7 @@ class ArchiveLister {
   void startWork();
   bool startNext();
   ListingChild* idleChild();
-  void begin(ListingChild& child, OwnedDescriptor file, Request request);
+  void begin(ListingChild& child, platform::native::Descriptor file, Request request);
   void childIsDone(ListingChild& child, const Request& request, std::optional<Listing> listing,
                    const std::string& trouble);
   void removeChild(ListingChild& child);
@@ -63,5 +62,5 @@ class ArchiveLister {
   std::deque<Request> waiting_;
   std::vector<std::unique_ptr<ListingChild>> children_;
   std::size_t underWay_ = 0;
-  guint scheduled_ = 0;
+  platform::native::MainLoopSource scheduled_;
 };

@@ -1,5 +1,6 @@
 #include "host/EntryTree.h"
 
+#include <algorithm>
 #include <random>
 #include <unordered_map>
 #include <vector>

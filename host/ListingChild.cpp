@@ -2,16 +2,22 @@
 
 #include <fcntl.h>
 #include <glib-unix.h>
+#include <glib.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
 #include <sys/socket.h>
+extern "C" {
+#include <sys/pidfd.h>  // glibc 2.36 forgets to declare it for C++
+}
 
 #include <array>
 #include <cerrno>
 #include <cstring>
 
 #include "host/ListingService.h"
+
+using platform::native::Descriptor;
+using platform::native::MainLoopSource;
 
 namespace {
 
@@ -77,55 +83,43 @@ void reaped(GPid process, gint, gpointer) { g_spawn_close_pid(process); }
 std::unique_ptr<ListingChild> ListingChild::start(const std::string& program, const ListingLimits& limits) {
   int ends[2];
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return nullptr;
-  OwnedDescriptor own(ends[0]);
-  const OwnedDescriptor childs(ends[1]);
+  Descriptor own(ends[0]);
+  const Descriptor childs(ends[1]);
   const auto process = spawnService(program, limits, childs.get());
   if (!process) return nullptr;
   // The watch outlives the child's owner: a process that cannot die at once (a file on a dead network share) is reaped when it does.
   g_child_watch_add(*process, &reaped, nullptr);
-  OwnedDescriptor handle(pidfd_open(*process, 0));
-  if (!handle.isOpen()) return nullptr;
+  Descriptor handle(pidfd_open(*process, 0));
+  if (!handle) return nullptr;
   return std::unique_ptr<ListingChild>(new ListingChild(*process, std::move(handle), std::move(own), limits));
 }
 
-ListingChild::ListingChild(pid_t process, OwnedDescriptor handle, OwnedDescriptor socket, const ListingLimits& limits)
+ListingChild::ListingChild(pid_t process, Descriptor handle, Descriptor socket, const ListingLimits& limits)
     : process_(process),
       handle_(std::move(handle)),
       socket_(std::move(socket)),
       limits_(limits),
       parser_(limits.bounds) {
   g_unix_set_fd_nonblocking(socket_.get(), TRUE, nullptr);
-  readSource_ = g_unix_fd_add(socket_.get(), G_IO_IN, &socketIsReadable, this);
+  reading_ = MainLoopSource::whenReadable(socket_.get(), [this] { takeBytes(); });
 }
 
 ListingChild::~ListingChild() {
-  if (readSource_) g_source_remove(readSource_);
-  if (timeSource_) g_source_remove(timeSource_);
   if (isSound_) end();
 }
 
 // By its handle, as the number of a process that has been reaped may be another's by now.
 void ListingChild::end() { pidfd_send_signal(handle_.get(), SIGKILL, nullptr, 0); }
 
-void ListingChild::list(OwnedDescriptor file, Completion completion) {
+void ListingChild::list(Descriptor file, Completion completion) {
   completion_ = std::move(completion);
   parser_ = ListingParser(limits_.bounds);
   ++listedFiles_;
-  timeSource_ = g_timeout_add(static_cast<guint>(limits_.time.count()), &timeIsOver, this);
+  const auto milliseconds = static_cast<unsigned>(limits_.time.count());
+  timeLimit_ = MainLoopSource::after(
+      milliseconds, [this, milliseconds] { fail("it took longer than " + std::to_string(milliseconds) + " ms"); });
   // A refused send means that the child has died, which the end of its socket tells from the main loop.
   sendFile(socket_.get(), file.get());
-}
-
-gboolean ListingChild::socketIsReadable(gint, GIOCondition, gpointer self) {
-  static_cast<ListingChild*>(self)->takeBytes();  // may delete the child, and this source with it
-  return G_SOURCE_CONTINUE;
-}
-
-gboolean ListingChild::timeIsOver(gpointer self) {
-  auto* child = static_cast<ListingChild*>(self);
-  child->timeSource_ = 0;
-  child->fail("it took longer than " + std::to_string(child->limits_.time.count()) + " ms");
-  return G_SOURCE_REMOVE;
 }
 
 void ListingChild::takeBytes() {
@@ -141,11 +135,11 @@ void ListingChild::takeBytes() {
 void ListingChild::fail(std::string trouble) {
   isSound_ = false;
   end();
-  if (readSource_) g_source_remove(std::exchange(readSource_, 0));
+  reading_.reset();
   finish(std::nullopt, std::move(trouble));
 }
 
 void ListingChild::finish(std::optional<Listing> listing, std::string trouble) {
-  if (timeSource_) g_source_remove(std::exchange(timeSource_, 0));
+  timeLimit_.reset();
   if (const Completion completion = std::exchange(completion_, nullptr)) completion(std::move(listing), std::move(trouble));
 }

@@ -2,7 +2,6 @@
 // answer together on the main loop without ever waiting for it.
 #pragma once
 
-#include <glib.h>
 #include <sys/types.h>
 
 #include <chrono>
@@ -12,7 +11,8 @@
 #include <string>
 
 #include "host/Listing.h"
-#include "host/OwnedDescriptor.h"
+#include "platform/linux/Descriptor.h"
+#include "platform/linux/MainLoopSource.h"
 
 struct ListingLimits {
   std::chrono::milliseconds time{30'000};   ///< For one file.
@@ -35,7 +35,7 @@ class ListingChild {
 
   /// Lists one file, which must be the only one under way. The completion runs once, from the main loop, as the child's last
   /// act, so it may delete the child.
-  void list(OwnedDescriptor file, Completion completion);
+  void list(platform::native::Descriptor file, Completion completion);
   bool isBusy() const { return completion_ != nullptr; }
   /// False once it has failed: it lists nothing any more.
   bool isSound() const { return isSound_; }
@@ -43,22 +43,21 @@ class ListingChild {
   pid_t processIdentifier() const { return process_; }
 
  private:
-  ListingChild(pid_t process, OwnedDescriptor handle, OwnedDescriptor socket, const ListingLimits& limits);
-  static gboolean socketIsReadable(gint socket, GIOCondition condition, gpointer self);
-  static gboolean timeIsOver(gpointer self);
+  ListingChild(pid_t process, platform::native::Descriptor handle, platform::native::Descriptor socket,
+               const ListingLimits& limits);
   void end();
   void takeBytes();
   void fail(std::string trouble);
   void finish(std::optional<Listing> listing, std::string trouble);
 
   const pid_t process_;
-  const OwnedDescriptor handle_;
-  OwnedDescriptor socket_;
+  const platform::native::Descriptor handle_;
+  platform::native::Descriptor socket_;
   const ListingLimits limits_;
   ListingParser parser_;
   Completion completion_;
-  guint readSource_ = 0;
-  guint timeSource_ = 0;
+  platform::native::MainLoopSource reading_;
+  platform::native::MainLoopSource timeLimit_;
   unsigned listedFiles_ = 0;
   bool isSound_ = true;
 };

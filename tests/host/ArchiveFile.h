@@ -12,22 +12,22 @@
 /// One entry to write. A trailing slash of the path makes a folder; a target makes a symbolic or a hard link.
 struct WrittenEntry {
   std::string path;
-  std::string content;
-  std::string symbolicLink;
-  std::string hardLink;
+  std::string content = {};
+  std::string symbolicLink = {};
+  std::string hardLink = {};
 };
 
 struct WrittenAs {
   int format = ARCHIVE_FORMAT_TAR_PAX_RESTRICTED;
   int filter = ARCHIVE_FILTER_NONE;
-  std::string options;
-  std::string passphrase;
+  std::string options = {};
+  std::string passphrase = {};
 };
 
 class ArchiveFile {
  public:
   ArchiveFile(const std::string& path, const WrittenAs& how) : writer_(archive_write_new()) {
-    check(archive_write_set_format(writer_, how.format));
+    setFormat(how.format);
     check(archive_write_add_filter(writer_, how.filter));
     if (!how.passphrase.empty()) check(archive_write_set_passphrase(writer_, how.passphrase.c_str()));
     if (!how.options.empty()) check(archive_write_set_options(writer_, how.options.c_str()));
@@ -60,6 +60,11 @@ class ArchiveFile {
   }
 
  private:
+  void setFormat(int format) {
+    // The one format that the library cannot set by its code.
+    check(format == ARCHIVE_FORMAT_AR_SVR4 ? archive_write_set_format_ar_svr4(writer_)
+                                           : archive_write_set_format(writer_, format));
+  }
   void check(int status) {
     if (status < ARCHIVE_WARN) throw std::runtime_error(archive_error_string(writer_));
   }

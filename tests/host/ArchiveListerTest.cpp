@@ -84,7 +84,7 @@ class ArchiveListing : public testing::Test {
   LineLog log;
 };
 
-const std::vector<WrittenEntry> threeEntries{{"docs/", "", "", ""}, {"docs/a b.txt", "hello", "", ""}, {"last", "", "", ""}};
+const std::vector<WrittenEntry> threeEntries{{"docs/"}, {"docs/a b.txt", "hello"}, {"last"}};
 const auto threeLines = ElementsAre("docs/ 0", "docs/a b.txt 5", "last 0");
 
 TEST_F(ArchiveListing, eachFormatIsKnownByContent) {
@@ -109,7 +109,7 @@ TEST_F(ArchiveListing, sevenZipAndDiscImagesAreListedInTheirOwnOrder) {
 }
 
 TEST_F(ArchiveListing, aLibraryOfObjectFilesIsAnArchive) {
-  EXPECT_THAT(*written({.format = ARCHIVE_FORMAT_AR_GNU}, {{"one.o", "12", "", ""}}), ElementsAre("one.o 2"));
+  EXPECT_THAT(*written({.format = ARCHIVE_FORMAT_AR_SVR4}, {{"one.o", "12"}}), ElementsAre("one.o 2"));
 }
 
 TEST_F(ArchiveListing, compressedTarsAreListedForEachCompression) {
@@ -167,7 +167,7 @@ TEST_F(ArchiveListing, onlyRegularFilesAreRead) {
 }
 
 TEST_F(ArchiveListing, linksAreEntriesWithoutASize) {
-  EXPECT_THAT(*written({}, {{"file", "12345", "", ""}, {"soft", "", "file", ""}, {"hard", "", "", "file"}}),
+  EXPECT_THAT(*written({}, {{"file", "12345"}, {"soft", "", "file", ""}, {"hard", "", "", "file"}}),
               ElementsAre("file 5", "soft 0", "hard 0"));
 }
 
@@ -206,20 +206,20 @@ with zipfile.ZipFile(path, 'w') as archive:
 TEST_F(ArchiveListing, unicodeNamesOfSevenZipAndPaxAreUTF8) {
   setlocale(LC_CTYPE, "C.UTF-8");
   for (const int format : {ARCHIVE_FORMAT_7ZIP, ARCHIVE_FORMAT_TAR_PAX_INTERCHANGE})
-    EXPECT_THAT(*written({.format = format}, {{"日本 é.txt", "x", "", ""}}), ElementsAre("日本 é.txt 1"));
+    EXPECT_THAT(*written({.format = format}, {{"日本 é.txt", "x"}}), ElementsAre("日本 é.txt 1"));
   setlocale(LC_CTYPE, "C");
 }
 
 TEST_F(ArchiveListing, encryptedEntriesAreListedWithTheirNames) {
   EXPECT_THAT(*written({.format = ARCHIVE_FORMAT_ZIP, .options = "zip:encryption=aes256", .passphrase = "secret"},
-                       {{"hidden.txt", "12345678", "", ""}}),
+                       {{"hidden.txt", "12345678"}}),
               ElementsAre(testing::StartsWith("hidden.txt ")));
   EXPECT_THAT(log.lines, IsEmpty());
 }
 
 TEST_F(ArchiveListing, anArchiveCutShortShowsWhatIsLeftAndSaysSo) {
   const std::string path = folder.path("cut.tar");
-  ArchiveFile::write(path, {}, {{"first", std::string(4096, 'x'), "", ""}, {"second", std::string(4096, 'y'), "", ""}});
+  ArchiveFile::write(path, {}, {{"first", std::string(4096, 'x')}, {"second", std::string(4096, 'y')}});
   std::filesystem::resize_file(path, 512 + 4096 + 512 + 100);
   const auto listing = listed(path);
   ASSERT_TRUE(listing);
@@ -249,7 +249,7 @@ TEST_F(ArchiveListing, threeHundredThousandEntriesAreListedWhole) {
   const std::string path = folder.path("large.zip");
   {
     ArchiveFile file(path, {.format = ARCHIVE_FORMAT_ZIP, .options = "zip:compression=store"});
-    for (int i = 0; i < 300'000; ++i) file.add({"f" + std::to_string(i % 1000) + "/" + std::to_string(i), "", "", ""});
+    for (int i = 0; i < 300'000; ++i) file.add({"f" + std::to_string(i % 1000) + "/" + std::to_string(i)});
     file.close();
   }
   const auto listing = listed(path);
@@ -274,19 +274,17 @@ TEST_F(ArchiveListing, entriesBeyondTheBoundsAreLeftOutAndSaidSo) {
 
 TEST_F(ArchiveListing, aPathBeyondAllMeasureIsLeftOut) {
   EXPECT_THAT(*written({.format = ARCHIVE_FORMAT_TAR_PAX_RESTRICTED},
-                       {{"before", "", "", ""}, {std::string(70'000, 'x'), "", "", ""}, {"after", "", "", ""}}),
+                       {{"before"}, {std::string(70'000, 'x')}, {"after"}}),
               ElementsAre("before 0", "after 0"));
 }
 
 TEST_F(ArchiveListing, anArchiveOfTooMuchWorkIsGivenUpWhenItsTimeIsOver) {
-  // Four hundred megabytes of zeros in a few hundred kilobytes, to be decompressed for nothing but the end of the list.
+  // Thirty-two gigabytes of zeros in a few kilobytes, to be decompressed for nothing but the end of the list.
   const std::string path = python(R"(
-import gzip, tarfile
-class Zeros:
-    def read(self, length): return bytes(length)
-with tarfile.open(path, 'w:gz', compresslevel=1) as tar:
-    info = tarfile.TarInfo('zeros'); info.size = 400 << 20
-    tar.addfile(info, Zeros())
+import bz2, tarfile
+info = tarfile.TarInfo('zeros'); info.size = 32 << 30
+stretch = bz2.compress(bytes(16 << 20))
+open(path, 'wb').write(bz2.compress(info.tobuf(tarfile.GNU_FORMAT)) + stretch * 2048)
 )");
   auto hasty = options();
   hasty.limits.time = std::chrono::milliseconds(50);
@@ -339,7 +337,7 @@ TEST_F(ListingChildren, aProgramThatCannotRunMeansNoArchiveAndOneLine) {
 
 TEST_F(ListingChildren, manyFilesAreListedByFewProcessesThatGoWithTheLastFile) {
   for (int i = 0; i < 40; ++i)
-    ArchiveFile::write(folder.path(std::to_string(i)), {}, {{"of " + std::to_string(i), "", "", ""}});
+    ArchiveFile::write(folder.path(std::to_string(i)), {}, {{"of " + std::to_string(i)}});
   auto how = options();
   how.filesPerChild = 8;
   ArchiveLister lister(how, log);
@@ -361,8 +359,7 @@ TEST_F(ListingChildren, manyFilesAreListedByFewProcessesThatGoWithTheLastFile) {
 }
 
 TEST_F(ListingChildren, aHangingFileHoldsUpNoOther) {
-  // The stand-in hangs on a file that is not an archive by its first byte, and is the real child for any other.
-  const std::string real = program("exec " DOVETAIL_HOST " \"$@\"");
+  // The first child that is started hangs; all others are real ones.
   auto how = options();
   how.childProgram = program(
       "if mkdir " + folder.path("first") + " 2>/dev/null; then exec tail -f /dev/null; fi; exec " DOVETAIL_HOST " \"$@\"");
