@@ -109,7 +109,7 @@ TEST_F(ArchiveListing, sevenZipAndDiscImagesAreListedInTheirOwnOrder) {
 }
 
 TEST_F(ArchiveListing, aLibraryOfObjectFilesIsAnArchive) {
-  EXPECT_THAT(*written({.format = ARCHIVE_FORMAT_AR_SVR4}, {{"one.o", "12"}}), ElementsAre("one.o 2"));
+  EXPECT_THAT(*written({.format = ARCHIVE_FORMAT_AR_GNU}, {{"one.o", "12"}}), ElementsAre("one.o 2"));
 }
 
 TEST_F(ArchiveListing, compressedTarsAreListedForEachCompression) {
