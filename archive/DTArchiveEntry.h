@@ -5,9 +5,12 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 
 #include "platform/Coding.h"
+#include "platform/KeyedArchiveReader.h"
 
 class DTArchiveEntry final : public platform::Coding {
  public:
@@ -34,6 +37,9 @@ class DTArchiveEntry final : public platform::Coding {
   std::span<const std::string_view> classNames() const override;
   void encodeWithCoder(platform::KeyedArchiver& coder) const override;
   static std::shared_ptr<const platform::Coding> initWithCoder(platform::KeyedUnarchiver& coder);
+  /// Reads the keyed values of an archived entry into this new one, without a general object for each. False refuses the
+  /// archive. An absent value, or one of another kind, leaves its field empty.
+  bool readFrom(platform::KeyedArchiveReader& reader, const platform::PropertyListItem& dictionary);
 
  private:
   std::optional<std::string> name_;

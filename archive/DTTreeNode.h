@@ -11,8 +11,10 @@
 #include <vector>
 
 #include "archive/DTArchiveEntry.h"
+#include "platform/Bytes.h"
 #include "platform/Coding.h"
 #include "platform/IndexPath.h"
+#include "platform/KeyedArchiveReader.h"
 
 class DTTreeNode final : public platform::Coding {
  public:
@@ -48,6 +50,16 @@ class DTTreeNode final : public platform::Coding {
   static std::shared_ptr<const platform::Coding> initWithCoder(platform::KeyedUnarchiver& coder);
 
  private:
+  using Blobs = std::optional<std::vector<platform::ByteView>>;
+
+  /// Reads the node's own keyed values; its children's archives are left in `blobs`.
+  bool readFrom(platform::KeyedArchiveReader& reader, const platform::PropertyListItem& dictionary, Blobs& blobs);
+  bool readFrom(platform::ByteView archive, const platform::KeyedArchiveReader& parent, Blobs& blobs);
+  bool readRepresentedObject(platform::KeyedArchiveReader& reader, std::uint64_t value);
+  bool readDescendants(const platform::KeyedArchiveReader& reader, Blobs blobs);
+  void adoptChildren();
+  void dropChildren();
+
   std::optional<DTArchiveEntry> entry_;
   std::vector<DTTreeNode> children_;
   DTTreeNode* parent_ = nullptr;

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/ImageNames.h"
+
 namespace platform {
 
 struct Size {
@@ -37,9 +39,5 @@ struct Image {
 };
 
 using ImageRef = std::shared_ptr<const Image>;
-
-/// The platform's standard names. The folder's name is told from a file type by identity, so pass the constant itself.
-inline constexpr char ImageNameFolder[] = "NSFolder";
-inline constexpr char ImageNameApplicationIcon[] = "NSApplicationIcon";
 
 }  // namespace platform

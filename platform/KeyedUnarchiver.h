@@ -8,6 +8,7 @@
 
 #include "platform/Bytes.h"
 #include "platform/Coding.h"
+#include "platform/KeyedArchiveReader.h"
 #include "platform/Object.h"
 
 namespace platform {
@@ -17,6 +18,11 @@ class KeyedUnarchiver {
   /// The root object, or nil for bytes that are no archive, are damaged, name an unknown class or exceed the bounds of
   /// docs/host-protocol.md. Time is linear in the bytes and memory bounded by a small multiple of them. Never throws.
   static Object unarchiveObjectWithData(ByteView bytes, ClassTable classes);
+  /// The same, but nothing for bytes that are refused, so that an archive of nil can be told from them.
+  static std::optional<Object> unarchivedObjectWithData(ByteView bytes, ClassTable classes);
+  /// The same on an account that several archives share: those of a tree, each inside its parent's. The root object alone,
+  /// whatever it keeps as data; may throw `std::bad_alloc`.
+  static std::optional<Object> unarchivedObjectWithData(ByteView bytes, ClassTable classes, DecodeBudget& budget);
 
   /// For `InitWithCoder` only: the keyed values of the object being read.
   bool containsValueForKey(std::string_view key) const;
@@ -28,11 +34,24 @@ class KeyedUnarchiver {
   /// holds anything but an array. An element that is no data is an empty view, so that positions hold.
   std::optional<std::vector<ByteView>> decodeDataArrayForKey(std::string_view key);
   /// Refuses the whole archive.
-  void fail();
+  void fail() { hasFailed_ = true; }
+
+  /// For classes that come in great number: the archive and the object's dictionary, looked at in place.
+  KeyedArchiveReader& reader() { return reader_; }
+  const PropertyListItem& dictionary() const { return dictionary_; }
 
  private:
-  friend class KeyedArchiveReader;
-  KeyedUnarchiver() = default;
+  friend class ArchivedValue;
+  KeyedUnarchiver(KeyedArchiveReader& reader, const PropertyListItem& dictionary)
+      : reader_(reader), dictionary_(dictionary) {}
+
+  bool hasFailed() const { return hasFailed_; }
+  std::uint64_t find(std::string_view key) const;
+  std::uint32_t uidForKey(std::string_view key);
+
+  KeyedArchiveReader& reader_;
+  PropertyListItem dictionary_;
+  bool hasFailed_ = false;
 };
 
 }  // namespace platform

@@ -1,0 +1,164 @@
+#include "archive/DTTreeNode.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "platform/KeyedArchiver.h"
+#include "platform/KeyedUnarchiver.h"
+
+using platform::KeyedArchiveReader;
+using platform::PropertyListItem;
+using platform::PropertyListKind;
+
+DTTreeNode::DTTreeNode(std::optional<DTArchiveEntry> representedObject) : entry_(std::move(representedObject)) {}
+
+DTTreeNode::DTTreeNode(DTTreeNode&& other) noexcept
+    : entry_(std::move(other.entry_)),
+      children_(std::move(other.children_)),
+      parent_(other.parent_),
+      position_(other.position_) {
+  adoptChildren();
+}
+
+DTTreeNode& DTTreeNode::operator=(DTTreeNode&& other) noexcept {
+  if (this == &other) return *this;
+  dropChildren();
+  entry_ = std::move(other.entry_);
+  children_ = std::move(other.children_);
+  parent_ = other.parent_;
+  position_ = other.position_;
+  adoptChildren();
+  return *this;
+}
+
+DTTreeNode::~DTTreeNode() { dropChildren(); }
+
+void DTTreeNode::adoptChildren() {
+  for (DTTreeNode& child : children_) child.parent_ = this;
+}
+
+// Takes the tree down from its last leaf, so that no depth of it is a depth of calls.
+void DTTreeNode::dropChildren() {
+  DTTreeNode* node = this;
+  while (true) {
+    if (!node->children_.empty()) {
+      node = &node->children_.back();
+    } else if (node != this) {
+      node = node->parent_;
+      node->children_.pop_back();
+    } else {
+      return;
+    }
+  }
+}
+
+DTTreeNode& DTTreeNode::appendChild(DTTreeNode child) {
+  const std::uint64_t position = children_.empty() ? 0 : children_.back().position_ + 1;
+  DTTreeNode& appended = children_.emplace_back(std::move(child));
+  appended.parent_ = this;
+  appended.position_ = position;
+  return appended;
+}
+
+platform::IndexPath DTTreeNode::indexPath() const {
+  platform::IndexPath path;
+  for (const DTTreeNode* node = this; node->parent_; node = node->parent_) path.indexes.push_back(node->position_);
+  std::reverse(path.indexes.begin(), path.indexes.end());
+  return path;
+}
+
+std::span<const std::string_view> DTTreeNode::classNames() const {
+  static constexpr std::array<std::string_view, 3> names{className, "NSTreeNode", "NSObject"};
+  return names;
+}
+
+void DTTreeNode::encodeWithCoder(platform::KeyedArchiver& coder) const {
+  std::vector<const platform::Coding*> children;
+  children.reserve(children_.size());
+  for (const DTTreeNode& child : children_) children.push_back(&child);
+  coder.encodeInstance(representedObject(), "object");
+  coder.encodeArchives(children, "children");
+}
+
+std::shared_ptr<const platform::Coding> DTTreeNode::initWithCoder(platform::KeyedUnarchiver& coder) {
+  auto node = std::make_shared<DTTreeNode>();
+  Blobs blobs;
+  if (!node->readFrom(coder.reader(), coder.dictionary(), blobs)) return nullptr;
+  if (!node->readDescendants(coder.reader(), std::move(blobs))) return nullptr;
+  return node;
+}
+
+bool DTTreeNode::readFrom(KeyedArchiveReader& reader, const PropertyListItem& dictionary, Blobs& blobs) {
+  static constexpr std::array<std::string_view, 2> keys{"object", "children"};
+  std::array<std::uint64_t, 2> values;
+  std::uint32_t children = 0;
+  return reader.lookUp(dictionary, keys, values) && readRepresentedObject(reader, values[0]) &&
+         reader.readUID(values[1], children) && reader.dataArray(children, blobs);
+}
+
+bool DTTreeNode::readRepresentedObject(KeyedArchiveReader& reader, std::uint64_t value) {
+  static constexpr std::array<std::string_view, 1> keys{"$class"};
+  std::array<std::uint64_t, 1> values;
+  std::uint32_t uid = 0;
+  PropertyListItem item;
+  if (!reader.readUID(value, uid)) return false;
+  if (uid == 0) return true;
+  if (!reader.readSlot(uid, item)) return false;
+  if (item.kind == PropertyListKind::Dictionary) {
+    if (!reader.lookUp(item, keys, values)) return false;
+    if (reader.isOfClass(values[0], DTArchiveEntry::className)) return entry_.emplace().readFrom(reader, item);
+  }
+  // Something else than an entry: it must be sound, but the node has no entry then.
+  platform::Object object;
+  return reader.object(uid, object);
+}
+
+bool DTTreeNode::readFrom(platform::ByteView archive, const KeyedArchiveReader& parent, Blobs& blobs) {
+  static constexpr std::array<std::string_view, 1> keys{"$class"};
+  std::array<std::uint64_t, 1> values;
+  PropertyListItem item;
+  auto reader = KeyedArchiveReader::open(archive, parent.classes(), parent.budget());
+  return reader && reader->root() != 0 && reader->readSlot(reader->root(), item) &&
+         item.kind == PropertyListKind::Dictionary && reader->lookUp(item, keys, values) &&
+         reader->isOfClass(values[0], className) && readFrom(*reader, item, blobs);
+}
+
+// Depth first, with the parents that still have archives to read on a list of their own. A parent leaves the list before
+// its last child is read, so a chain of nodes needs a list of one.
+bool DTTreeNode::readDescendants(const KeyedArchiveReader& reader, Blobs blobs) {
+  struct Parent {
+    DTTreeNode* node;
+    std::vector<platform::ByteView> blobs;
+    std::size_t next = 0;
+    unsigned depth = 0;
+  };
+  std::vector<Parent> parents;
+  const auto enter = [&](DTTreeNode& node, Blobs& archives, unsigned depth) {
+    if (!archives || archives->empty()) return true;
+    if (depth > platform::maximumArchiveDepth || !reader.budget().spend(archives->size(), sizeof(DTTreeNode))) return false;
+    node.children_.reserve(archives->size());
+    parents.push_back({&node, *std::move(archives), 0, depth});
+    return true;
+  };
+  if (!enter(*this, blobs, 1)) return false;
+  while (!parents.empty()) {
+    Parent& parent = parents.back();
+    DTTreeNode& node = *parent.node;
+    const unsigned depth = parent.depth;
+    const std::uint64_t position = parent.next;
+    const platform::ByteView archive = parent.blobs[parent.next++];
+    if (parent.next == parent.blobs.size()) parents.pop_back();
+    DTTreeNode& child = node.children_.emplace_back();
+    child.parent_ = &node;
+    child.position_ = position;
+    Blobs archives;
+    if (!child.readFrom(archive, reader, archives)) {
+      if (reader.budget().isExhausted()) return false;
+      node.children_.pop_back();
+    } else if (!enter(child, archives, depth + 1)) {
+      return false;
+    }
+  }
+  return true;
+}

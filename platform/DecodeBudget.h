@@ -1,0 +1,53 @@
+// What decoding one archive may cost, set before its first object is looked at: the bounds of docs/keyed-archive-bounds.md.
+// An archive may refer to one object from many places, so a few bytes can ask for any amount of work; each use of an object
+// is therefore paid for, in bytes looked at and bytes of memory made, out of an account in proportion to the archive.
+#pragma once
+
+#include <cstddef>
+
+namespace platform {
+
+/// Levels of objects inside one another in one archive, collections and instances alike. Cycles end here too.
+inline constexpr unsigned maximumObjectDepth = 512;
+/// Levels of archives inside archives: a tree's levels below its root.
+inline constexpr unsigned maximumArchiveDepth = 4096;
+/// Bytes of one archive.
+inline constexpr std::size_t maximumArchiveLength = std::size_t{1} << 30;
+
+class DecodeBudget {
+ public:
+  /// Every archive may cost this much, whatever its length, and twice its length on top.
+  static constexpr std::size_t allowance = std::size_t{32} << 20;
+
+  explicit DecodeBudget(std::size_t archiveLength) : left_(allowance + 2 * archiveLength) {}
+
+  /// False once the account is overdrawn, and for ever after.
+  bool spend(std::size_t amount) {
+    if (amount > left_) {
+      left_ = 0;
+      isExhausted_ = true;
+    } else {
+      left_ -= amount;
+    }
+    return !isExhausted_;
+  }
+  /// For `count` things of `size` bytes, where `count` comes from outside.
+  bool spend(std::size_t count, std::size_t size) { return spend(count > left_ / size ? left_ + 1 : count * size); }
+  bool isExhausted() const { return isExhausted_; }
+
+  /// Goes one object deeper. False, and as deep as before, at the bound; nothing can be decoded then.
+  bool enter() {
+    if (depthLeft_ == 0) isExhausted_ = true;
+    if (isExhausted_) return false;
+    --depthLeft_;
+    return true;
+  }
+  void leave() { ++depthLeft_; }
+
+ private:
+  std::size_t left_;
+  unsigned depthLeft_ = maximumObjectDepth;
+  bool isExhausted_ = false;
+};
+
+}  // namespace platform

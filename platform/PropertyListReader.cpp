@@ -1,0 +1,188 @@
+#include "platform/PropertyListReader.h"
+
+#include <algorithm>
+
+namespace platform {
+namespace {
+
+constexpr std::size_t HeaderLength = 8;
+constexpr std::size_t TrailerLength = 32;
+
+bool fits(std::uint64_t value, unsigned size) { return size == 8 || value >> (8 * size) == 0; }
+
+}  // namespace
+
+bool PropertyListItem::equals(std::string_view text) const {
+  if (!isString() || count != text.size()) return false;
+  if (kind == PropertyListKind::ASCIIString) return std::memcmp(bytes, text.data(), count) == 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (bytes[2 * i] != 0 || bytes[2 * i + 1] != static_cast<std::uint8_t>(text[i])) return false;
+  }
+  return true;
+}
+
+std::optional<PropertyListReader> PropertyListReader::open(ByteView bytes) {
+  PropertyListReader reader;
+  if (bytes.size() < HeaderLength + 1 + TrailerLength) return std::nullopt;
+  // The eighth byte is a minor version that every reader of the format leaves alone.
+  if (std::memcmp(bytes.data(), "bplist0", 7) != 0) return std::nullopt;
+  reader.bytes_ = bytes.data();
+  if (!reader.readTrailer(bytes.size()) || !reader.hasValidOffsets()) return std::nullopt;
+  return reader;
+}
+
+bool PropertyListReader::readTrailer(std::size_t length) {
+  const std::size_t limit = length - TrailerLength;
+  const std::uint8_t* trailer = bytes_ + limit;
+  offsetSize_ = trailer[6];
+  referenceSize_ = trailer[7];
+  count_ = number(trailer + 8, 8);
+  top_ = number(trailer + 16, 8);
+  const std::uint64_t table = number(trailer + 24, 8);
+  if (offsetSize_ < 1 || offsetSize_ > 8 || referenceSize_ < 1 || referenceSize_ > 8) return false;
+  if (table <= HeaderLength || table >= limit || top_ >= count_) return false;
+  const std::uint64_t tableSize = limit - table;
+  if (count_ > tableSize / offsetSize_ || count_ * offsetSize_ != tableSize) return false;
+  table_ = bytes_ + table;
+  return fits(table, offsetSize_) && fits(count_, referenceSize_);
+}
+
+bool PropertyListReader::hasValidOffsets() const {
+  const std::uint64_t limit = static_cast<std::uint64_t>(table_ - bytes_);
+  std::uint64_t largest = 0;
+  if (offsetSize_ == 1) {
+    // The sizes of small archives, of which a tree holds one a node: plain loops that the compiler turns into vectors.
+    std::uint8_t most = 0;
+    for (std::size_t i = 0; i < count_; ++i) most = std::max(most, table_[i]);
+    largest = most;
+  } else if (offsetSize_ == 2) {
+    std::uint16_t most = 0;
+    for (std::size_t i = 0; i < count_; ++i) {
+      most = std::max(most, static_cast<std::uint16_t>(table_[2 * i] << 8 | table_[2 * i + 1]));
+    }
+    largest = most;
+  } else {
+    for (std::size_t i = 0; i < count_; ++i) {
+      largest = std::max(largest, number(table_ + i * offsetSize_, offsetSize_));
+    }
+  }
+  return largest < limit;
+}
+
+bool PropertyListReader::hasValidReferences(const PropertyListItem& container) const {
+  const std::size_t pairs = container.kind == PropertyListKind::Dictionary ? 2 : 1;
+  std::uint64_t largest = 0;
+  for (std::size_t i = 0; i < container.count * pairs; ++i) largest = std::max(largest, reference(container, i));
+  return largest < count_;
+}
+
+bool PropertyListReader::read(std::uint64_t object, PropertyListItem& item) const {
+  if (object >= count_) return false;
+  const std::uint64_t offset = number(table_ + object * offsetSize_, offsetSize_);
+  if (offset < HeaderLength) return false;
+  const std::uint8_t* at = bytes_ + offset;
+  const unsigned low = *at & 0x0f;
+  const unsigned marker = *at++ >> 4;
+  switch (marker) {
+    case 0x0: return readSimple(low, item);
+    case 0x1: return readInteger(at, static_cast<std::size_t>(table_ - at), low, item);
+    case 0x2: return readFloat(PropertyListKind::Real, low, at, item);
+    case 0x3: return readFloat(PropertyListKind::Date, low, at, item);
+    case 0x4: return readCounted(PropertyListKind::Data, low, at, 1, item);
+    case 0x5: return readCounted(PropertyListKind::ASCIIString, low, at, 1, item);
+    case 0x6: return readCounted(PropertyListKind::UTF16String, low, at, 2, item);
+    case 0x8: return readUID(at, low, item);
+    case 0xa: return readCounted(PropertyListKind::Array, low, at, referenceSize_, item);
+    case 0xc: return readCounted(PropertyListKind::Set, low, at, referenceSize_, item);
+    case 0xd: return readCounted(PropertyListKind::Dictionary, low, at, 2 * std::size_t{referenceSize_}, item);
+    default: return false;
+  }
+}
+
+bool PropertyListReader::readSimple(unsigned low, PropertyListItem& item) const {
+  if (low != 8 && low != 9) return false;
+  item.kind = PropertyListKind::Boolean;
+  item.value = low == 9;
+  return true;
+}
+
+bool PropertyListReader::readInteger(const std::uint8_t* at, std::size_t available, unsigned low,
+                                     PropertyListItem& item) const {
+  if (low > 4) return false;
+  const std::size_t size = std::size_t{1} << low;
+  if (size > available) return false;
+  item.kind = PropertyListKind::Integer;
+  // Sixteen bytes are how unsigned numbers are written: the low half counts, and only eight bytes carry a sign.
+  item.value = low == 4 ? number(at + 8, 8) : number(at, static_cast<unsigned>(size));
+  item.isNegative = low == 3 && item.value >> 63 != 0;
+  return true;
+}
+
+bool PropertyListReader::readFloat(PropertyListKind kind, unsigned low, const std::uint8_t* at,
+                                   PropertyListItem& item) const {
+  const bool isSingle = low == 2 && kind == PropertyListKind::Real;
+  if (!isSingle && low != 3) return false;
+  if (static_cast<std::size_t>(table_ - at) < (isSingle ? 4u : 8u)) return false;
+  item.kind = kind;
+  item.value = number(at, isSingle ? 4 : 8);
+  if (isSingle) {
+    const auto single = std::bit_cast<float>(static_cast<std::uint32_t>(item.value));
+    item.value = std::bit_cast<std::uint64_t>(static_cast<double>(single));
+  }
+  return true;
+}
+
+bool PropertyListReader::readUID(const std::uint8_t* at, unsigned low, PropertyListItem& item) const {
+  std::size_t size = low + 1;
+  if (static_cast<std::size_t>(table_ - at) < size) return false;
+  for (; size > 8; --size) {
+    if (*at++ != 0) return false;
+  }
+  item.kind = PropertyListKind::UID;
+  item.value = number(at, static_cast<unsigned>(size));
+  return item.value >> 32 == 0;
+}
+
+bool PropertyListReader::readCount(unsigned low, const std::uint8_t*& at, PropertyListItem& item) const {
+  item.count = low;
+  if (low != 15) return true;
+  const auto available = static_cast<std::size_t>(table_ - at);
+  if (available == 0 || *at >> 4 != 0x1) return false;
+  const unsigned width = *at & 0x0f;
+  if (!readInteger(at + 1, available - 1, width, item) || item.value >> 63 != 0) return false;
+  item.count = item.value;
+  at += 1 + (std::size_t{1} << width);
+  return true;
+}
+
+bool PropertyListReader::readCounted(PropertyListKind kind, unsigned low, const std::uint8_t* at, std::size_t unit,
+                                     PropertyListItem& item) const {
+  if (!readCount(low, at, item)) return false;
+  if (item.count > static_cast<std::size_t>(table_ - at) / unit) return false;
+  item.kind = kind;
+  item.bytes = at;
+  return true;
+}
+
+bool PropertyListReader::lookUp(const PropertyListItem& dictionary, std::span<const std::string_view> keys,
+                                std::span<std::uint64_t> values) const {
+  std::fill(values.begin(), values.end(), absent);
+  std::size_t next = 0;
+  for (std::size_t i = 0; i < dictionary.count; ++i) {
+    PropertyListItem key;
+    if (!read(reference(dictionary, i), key) || !key.isString()) return false;
+    const std::uint64_t value = reference(dictionary, dictionary.count + i);
+    if (value >= count_) return false;
+    // Writers keep their order, so the key after the last one found is tried first.
+    for (std::size_t tried = 0; tried < keys.size(); ++tried, ++next) {
+      if (next >= keys.size()) next = 0;
+      if (!key.equals(keys[next])) continue;
+      if (values[next] != absent) return false;
+      values[next++] = value;
+      break;
+    }
+  }
+  return true;
+}
+
+}  // namespace platform

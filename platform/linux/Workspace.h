@@ -1,0 +1,58 @@
+// Images by name and icons by file type on Linux: the shared MIME database tells a file name's type, the current icon
+// theme has its drawing, and where it has none one of our own stands in. The theme and its settings are read at the first
+// question and kept until the process ends. No toolkit, no display. Main thread only.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Log.h"
+#include "platform/Workspace.h"
+#include "platform/linux/IconTheme.h"
+#include "platform/linux/ImageTable.h"
+
+namespace platform::native {
+
+/// The folder of icon themes that holds our own drawings: the one beside the running program or plugin (../share/icons,
+/// as in a build folder or a prefix), else the one of the installation.
+std::string ownIconFolder();
+
+class LinuxWorkspace : public Workspace {
+ public:
+  /// Where the icons come from. Absent parts are the desktop's own, asked for at the first question.
+  struct Sources {
+    std::optional<std::string> themeName;
+    std::optional<std::vector<std::string>> themeFolders;
+    std::optional<std::string> ownFolder;
+  };
+
+  explicit LinuxWorkspace(Log& log);
+  LinuxWorkspace(Log& log, Sources sources);
+
+  ImageRef imageNamed(std::string_view name) override;
+  ImageRef iconForFileType(std::string_view extension) override;
+
+  /// The icon that the desktop shows for a file or folder itself (a symbolic link is not followed); null when it is
+  /// gone.
+  ImageRef iconForFile(const std::string& path);
+
+ private:
+  IconTheme& theme();
+  ImageRef imageOf(const NamedImage& row);
+  ImageRef iconForContentType(const std::string& contentType);
+  ImageRef iconOfTheme(std::vector<std::string> names, const std::string& subject);
+  std::vector<ImageRepresentation> genericIcon();
+  std::vector<ImageRepresentation> ownDrawings(std::string_view drawing);
+
+  Log& log_;
+  Sources sources_;
+  std::optional<IconTheme> theme_;
+  std::map<std::string_view, ImageRef> images_;      // by the name in the table
+  std::map<std::string, ImageRef, std::less<>> icons_;  // by content type, or by the names in a file's own icon
+  bool isOddExtensionLogged_ = false;
+};
+
+}  // namespace platform::native

@@ -1,0 +1,211 @@
+#include "tests/ExtensionFixture.h"
+
+using platform::Data;
+using platform::Object;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+// Every operation with one object argument.
+constexpr const char* selectors[] = {
+    "beginObservingDirectoryAtURL:", "compress:", "delete:", "endObservingDirectoryAtURL:", "expand:", "handleMessage:",
+    "iconForFileType:", "openArchive:portName:", "pingPortName:", "rename:", "requestBadgeIdentifierForURL:",
+    "sendMessage:", "setArchive:", "setArchiveMenus:", "setArchives:", "setObservedFiles:", "setPortMonitor:",
+    "setPortName:", "setSenderObjects:", "setTargetUrls:", "showAcl:", "showChecksum:", "showError:",
+    "showPermissions:", "showSizeBrowser:", "updateApplicationRunning:",
+};
+
+std::vector<Object> oneObjectOfEachKind() {
+  const auto coded = [](auto value) {
+    return Object(std::shared_ptr<const platform::Coding>(std::make_shared<decltype(value)>(std::move(value))));
+  };
+  return {Object(),
+          Object(platform::Null()),
+          Object(true),
+          Object(platform::Integer::ofSigned(-1)),
+          Object(1.5),
+          Object("text"),
+          Object(Data{1, 2}),
+          Object(platform::Date{3}),
+          Object(platform::UUID()),
+          Object(platform::Array{Object("x")}),
+          Object(platform::Set{{Object("x")}}),
+          Object(platform::Dictionary()),
+          Object(platform::URL::URLWithString("http://x/")),
+          Object(platform::Error{"d", 1, {}}),
+          Object(platform::IndexPath{{1, 2}}),
+          coded(DTArchiveEntry()),
+          coded(DTTreeNode()),
+          coded(DTMessage("noSuchMethod:", Object()))};
+}
+
+}  // namespace
+
+class Dispatch : public ExtensionTest {
+ protected:
+  void SetUp() override { startBoth(); }
+
+  void deliver(const Data& bytes) { fakes.messagePorts.deliver("G.Sync.4711", bytes); }
+  void expectOneCodeTwo() {
+    const auto messages = takeMessages();
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_EQ(messages[0].selector(), "showError:");
+    const auto* error = messages[0].argument().get<platform::Error>();
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->domain, "DTMessageErrorDomain");
+    EXPECT_EQ(error->code, 2);
+    EXPECT_EQ(error->userInfo.entries.size(), 2u);
+    EXPECT_EQ(*error->textForKey("NSLocalizedDescription"),
+              "Finder extension failed to receive message from application");
+    EXPECT_EQ(*error->textForKey("NSLocalizedRecoverySuggestion"), "There was an error unarchiving received message.");
+  }
+};
+
+TEST_F(Dispatch, anEmptyBufferIsReportedOnceWithCodeTwo) {
+  deliver({});
+  expectOneCodeTwo();
+}
+
+TEST_F(Dispatch, aGarbledBufferIsReportedOnceWithCodeTwo) {
+  deliver({'b', 'p', 'l', 'i', 's', 't', '0', '0', 9, 9, 9});
+  expectOneCodeTwo();
+}
+
+TEST_F(Dispatch, anUnknownSelectorIsDroppedWithoutAWord) {
+  receive(DTMessage("noSuchMethod:", Object("x")));
+  EXPECT_THAT(takeMessages(), IsEmpty());
+  EXPECT_THAT(fakes.log.lines, IsEmpty());
+}
+
+TEST_F(Dispatch, aRecordWithoutASelectorIsDroppedWithoutAWord) {
+  receive(DTMessage());
+  EXPECT_THAT(takeMessages(), IsEmpty());
+  EXPECT_THAT(fakes.log.lines, IsEmpty());
+}
+
+TEST_F(Dispatch, aRootThatIsNoRecordIsDroppedWithoutAWord) {
+  deliver(*platform::KeyedArchiver::archivedDataWithRootObject(Object("setArchive:")));
+  EXPECT_THAT(takeMessages(), IsEmpty());
+}
+
+TEST_F(Dispatch, theHostsOwnMethodsDoNothingHere) {
+  receive(DTMessage("showError:", Object(platform::Error{"d", 1, {}})));
+  receive(DTMessage("pingPortName:", Object("port")));
+  receive(DTMessage("openArchive:portName:", fileURL("/x")));
+  EXPECT_THAT(takeMessages(), IsEmpty());
+  EXPECT_THAT(fakes.calls.take(), IsEmpty());
+}
+
+TEST_F(Dispatch, setArchiveReachesItsMethodWithTheArgumentUnchanged) {
+  fakes.fileManager.add("/w/a.zip");
+  receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 7)));
+  const auto* stored = extension->archives().objectForKey(identityOf("/w/a.zip"));
+  ASSERT_TRUE(stored && *stored);
+  EXPECT_EQ((*stored)->representedObject()->name(), "a.zip");
+  ASSERT_EQ((*stored)->childNodes().size(), 1u);
+  EXPECT_EQ((*stored)->childNodes()[0].representedObject()->index(), 7u);
+}
+
+TEST_F(Dispatch, methodsWhoseParameterIsNoObjectAreNotReachable) {
+  receive(DTMessage("setApplicationPid:", Object(platform::Integer::ofSigned(5))));
+  receive(DTMessage("setPort:", Object()));
+  receive(DTMessage("menuForMenuKind:", Object(platform::Integer::ofSigned(0))));
+  receive(DTMessage("menuItemWithTag:", Object(platform::Integer::ofSigned(10))));
+  receive(DTMessage("dealloc", Object()));
+  receive(DTMessage("updateFolders", Object()));
+  receive(DTMessage("toolbarItemName", Object()));
+  EXPECT_EQ(extension->applicationPid(), hostPid);
+  EXPECT_NE(extension->port(), nullptr);
+  EXPECT_THAT(fakes.calls.take(), IsEmpty());
+}
+
+TEST_F(Dispatch, anArgumentOfAnyKindLeavesTheExtensionAlive) {
+  for (const char* selector : selectors) {
+    for (const Object& argument : oneObjectOfEachKind()) receive(DTMessage(selector, argument));
+  }
+  takeMessages();
+  startHost();
+  notice();
+  EXPECT_EQ(extension->applicationPid(), hostPid);
+}
+
+TEST_F(Dispatch, anArgumentOfAWrongKindIsIgnored) {
+  fakes.fileManager.add("/w/a.txt");
+  select({"/w/a.txt"});
+  menu();
+  extension->beginObservingDirectoryAtURL(fileURL("/w"));
+  takeMessages();
+  fakes.calls.take();
+  for (const char* selector : selectors) {
+    if (std::string(selector) == "updateApplicationRunning:") continue;  // takes any object
+    receive(DTMessage(selector, Object(1.5)));
+  }
+  EXPECT_THAT(takeMessages(), IsEmpty());
+  EXPECT_THAT(fakes.calls.take(), IsEmpty());
+  EXPECT_EQ(extension->portName(), "G.Sync.4711");
+  EXPECT_EQ(extension->targetUrls()->size(), 1u);
+  EXPECT_THAT(observedIn("/w"), ElementsAre("/w/a.txt"));
+}
+
+TEST_F(Dispatch, everyOperationWithOneObjectArgumentIsInTheTable) {
+  // Each is reached: with an argument that it takes it leaves a trace.
+  fakes.fileManager.add("/w/a.txt");
+  select({"/w/a.txt"});
+  menu();
+  receive(DTMessage("beginObservingDirectoryAtURL:", fileURL("/w")));
+  EXPECT_THAT(takeSummaries(), ElementsAre("openArchive:portName: /w/a.txt"));
+  receive(DTMessage("setArchives:", Object()));
+  EXPECT_EQ(extension->archives().count(), 0u);
+  receive(DTMessage("requestBadgeIdentifierForURL:", fileURL("/w/a.txt")));
+  EXPECT_THAT(takeSummaries(), ElementsAre("openArchive:portName: /w/a.txt"));
+  receive(DTMessage("setObservedFiles:", Object()));
+  EXPECT_TRUE(extension->observedFiles().empty());
+  for (const char* action : {"compress:", "delete:", "showPermissions:", "showChecksum:", "rename:", "showAcl:",
+                             "showSizeBrowser:"}) {
+    receive(DTMessage(action, Object()));
+    const auto messages = takeMessages();
+    ASSERT_EQ(messages.size(), 1u) << action;
+    EXPECT_EQ(messages[0].selector(), action);
+  }
+  receive(DTMessage("expand:", Object()));
+  EXPECT_THAT(fakes.log.lines, ElementsAre("__DT: -[DTDovetailSync expand:] ::: nothing to act on"));
+  fakes.calls.take();
+  receive(DTMessage("iconForFileType:", Object("zip")));
+  EXPECT_THAT(fakes.calls.take(), ElementsAre("icon for type \"zip\""));
+  receive(DTMessage("updateApplicationRunning:", Object("anything")));
+  EXPECT_THAT(takeSummaries(), ElementsAre("pingPortName: G.Sync.4711"));
+  receive(DTMessage("setTargetUrls:", Object(platform::Array{Object(fileURL("/w"))})));
+  EXPECT_EQ(extension->targetUrls()->at(0).path(), "/w");
+  receive(DTMessage("setPortName:", Object("P")));
+  EXPECT_EQ(extension->portName(), "P");
+  receive(DTMessage("setSenderObjects:", Object()));
+  receive(DTMessage("setArchiveMenus:", Object()));
+  receive(DTMessage("setPortMonitor:", Object()));
+  EXPECT_EQ(extension->portMonitor(), nullptr);
+}
+
+TEST_F(Dispatch, aRecordMaySendARecord) {
+  const auto inner = std::make_shared<DTMessage>("echo:", Object("x"));
+  receive(DTMessage("sendMessage:", Object(std::shared_ptr<const platform::Coding>(inner))));
+  const auto messages = takeMessages();
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_EQ(messages[0].selector(), "echo:");
+  EXPECT_EQ(messages[0].portName(), "G.Sync.4711");
+}
+
+TEST_F(Dispatch, recordsInsideRecordsAreHandledToABoundedDepth) {
+  const auto wrapped = [](const Data& bytes) {
+    return *platform::KeyedArchiver::archivedDataWithRootObject(Object(
+        std::shared_ptr<const platform::Coding>(std::make_shared<DTMessage>("handleMessage:", Object(bytes)))));
+  };
+  Data record = {'n', 'o', 'n', 'e'};
+  record = wrapped(record);
+  deliver(record);
+  expectOneCodeTwo();
+  for (int i = 0; i < 20; ++i) record = wrapped(record);
+  deliver(record);
+  EXPECT_THAT(takeMessages(), IsEmpty());
+  deliver({'n', 'o', 'n', 'e'});
+  expectOneCodeTwo();
+}
