@@ -129,6 +129,7 @@ void CairoContext::drawImage(const Image& image, const Rect& destination, const 
   cairo_clip(cairo);
   cairo_translate(cairo, destination.origin.x - source.origin.x * across, topOf(destination) - sourceTop * down);
   cairo_push_group(cairo);
+  cairo_reset_clip(cairo);  // it applies to the group as a whole, once
   drawWhole(image, {image.size.width * across, image.size.height * down});
   cairo_pop_group_to_source(cairo);
   cairo_paint_with_alpha(cairo, fraction);

@@ -114,6 +114,7 @@ bool drawSVG(cairo_t* context, std::string_view bytes, Size size) {
   if (!handle) return false;
   const RsvgRectangle viewport{0, 0, size.width, size.height};
   cairo_push_group(context);
+  cairo_reset_clip(context);  // it applies to the group as a whole, once
   const bool isDrawn = rsvg_handle_render_document(handle.get(), context, &viewport, nullptr);
   cairo_pop_group_to_source(context);
   if (isDrawn) cairo_paint(context);
