@@ -115,13 +115,9 @@ bool DTTreeNode::readRepresentedObject(KeyedArchiveReader& reader, std::uint64_t
 }
 
 bool DTTreeNode::readFrom(platform::ByteView archive, const KeyedArchiveReader& parent, Blobs& blobs) {
-  static constexpr std::array<std::string_view, 1> keys{"$class"};
-  std::array<std::uint64_t, 1> values;
-  PropertyListItem item;
   auto reader = KeyedArchiveReader::open(archive, parent.classes(), parent.budget());
-  return reader && reader->root() != 0 && reader->readSlot(reader->root(), item) &&
-         item.kind == PropertyListKind::Dictionary && reader->lookUp(item, keys, values) &&
-         reader->isOfClass(values[0], className) && readFrom(*reader, item, blobs);
+  PropertyListItem dictionary;
+  return reader && reader->readRoot(className, dictionary) && readFrom(*reader, dictionary, blobs);
 }
 
 // Depth first, with the parents that still have archives to read on a list of their own. A parent leaves the list before
@@ -133,15 +129,17 @@ bool DTTreeNode::readDescendants(const KeyedArchiveReader& reader, Blobs blobs) 
     std::size_t next = 0;
     unsigned depth = 0;
   };
+  platform::DecodeBudget& budget = reader.budget();
+  const unsigned depthHere = budget.archiveDepth();
   std::vector<Parent> parents;
   const auto enter = [&](DTTreeNode& node, Blobs& archives, unsigned depth) {
     if (!archives || archives->empty()) return true;
-    if (depth > platform::maximumArchiveDepth || !reader.budget().spend(archives->size(), sizeof(DTTreeNode))) return false;
+    if (depth > platform::maximumArchiveDepth || !budget.spend(archives->size(), sizeof(DTTreeNode))) return false;
     node.children_.reserve(archives->size());
     parents.push_back({&node, *std::move(archives), 0, depth});
     return true;
   };
-  if (!enter(*this, blobs, 1)) return false;
+  if (!enter(*this, blobs, depthHere + 1)) return false;
   while (!parents.empty()) {
     Parent& parent = parents.back();
     DTTreeNode& node = *parent.node;
@@ -153,12 +151,14 @@ bool DTTreeNode::readDescendants(const KeyedArchiveReader& reader, Blobs blobs) 
     child.parent_ = &node;
     child.position_ = position;
     Blobs archives;
+    budget.setArchiveDepth(depth);
     if (!child.readFrom(archive, reader, archives)) {
-      if (reader.budget().isExhausted()) return false;
+      if (budget.isExhausted()) return false;
       node.children_.pop_back();
     } else if (!enter(child, archives, depth + 1)) {
       return false;
     }
   }
+  budget.setArchiveDepth(depthHere);
   return true;
 }

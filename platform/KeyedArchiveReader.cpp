@@ -89,6 +89,13 @@ bool KeyedArchiveReader::isOfClass(std::uint64_t classValue, std::string_view na
   return recordName.equals(name) || (hints != absent && className(classValue) == name);
 }
 
+bool KeyedArchiveReader::readRoot(std::string_view className, PropertyListItem& dictionary) const {
+  static constexpr std::array<std::string_view, 1> keys{"$class"};
+  std::array<std::uint64_t, 1> values;
+  return root_ != 0 && readSlot(root_, dictionary) && dictionary.kind == PropertyListKind::Dictionary &&
+         lookUp(dictionary, keys, values) && isOfClass(values[0], className);
+}
+
 bool KeyedArchiveReader::text(const PropertyListItem& string, std::string& text) const {
   const bool isWide = string.kind == PropertyListKind::UTF16String;
   if (!budget_->spend(string.count, 2)) return false;

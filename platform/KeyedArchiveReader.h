@@ -40,6 +40,8 @@ class KeyedArchiveReader {
               std::span<std::uint64_t> values) const {
     return budget_->spend(2 * dictionary.count) && list_.lookUp(dictionary, keys, values);
   }
+  /// The root object's dictionary. False unless the root is an instance of this class.
+  bool readRoot(std::string_view className, PropertyListItem& dictionary) const;
   /// Whether the value of "$class" leads to this class of the platform's or of the table.
   bool isOfClass(std::uint64_t classValue, std::string_view name) const;
 

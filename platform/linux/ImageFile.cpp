@@ -105,13 +105,7 @@ bool drawPNG(cairo_t* context, std::string_view bytes, Size size, cairo_filter_t
   ByteSource source{bytes};
   const std::unique_ptr<cairo_surface_t, Unref> surface(cairo_image_surface_create_from_png_stream(nextBytes, &source));
   if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) return false;
-  cairo_save(context);
-  cairo_scale(context, size.width / cairo_image_surface_get_width(surface.get()),
-              size.height / cairo_image_surface_get_height(surface.get()));
-  cairo_set_source_surface(context, surface.get(), 0, 0);
-  cairo_pattern_set_filter(cairo_get_source(context), filter);
-  cairo_paint(context);
-  cairo_restore(context);
+  drawSurface(context, surface.get(), size, filter);
   return true;
 }
 
@@ -127,6 +121,21 @@ bool drawSVG(cairo_t* context, std::string_view bytes, Size size) {
 }
 
 }  // namespace
+
+void drawSurface(cairo_t* context, cairo_surface_t* surface, Size size, cairo_filter_t filter) {
+  const int width = cairo_image_surface_get_width(surface);
+  const int height = cairo_image_surface_get_height(surface);
+  if (width <= 0 || height <= 0) return;
+  cairo_save(context);
+  cairo_scale(context, size.width / width, size.height / height);
+  cairo_set_source_surface(context, surface, 0, 0);
+  cairo_pattern_set_filter(cairo_get_source(context), filter);
+  // Without it an enlarged image would fade towards its edges.
+  cairo_pattern_set_extend(cairo_get_source(context), CAIRO_EXTEND_PAD);
+  cairo_rectangle(context, 0, 0, width, height);
+  cairo_fill(context);
+  cairo_restore(context);
+}
 
 bool isReadableImageFile(const std::string& file) {
   const auto bytes = contentsOf(file);

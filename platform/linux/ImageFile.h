@@ -14,6 +14,9 @@ namespace platform::native {
 /// chunks reach its end chunk, an SVG parses. False for everything else, a vanished file included.
 bool isReadableImageFile(const std::string& file);
 
+/// Draws the whole surface over the rectangle of `size` at the context's origin, y downwards.
+void drawSurface(cairo_t* context, cairo_surface_t* surface, Size size, cairo_filter_t filter);
+
 /// Draws the whole file over the rectangle of `size` at the context's origin, y downwards; an SVG at the context's own
 /// resolution, a PNG with `filter`. False, with nothing drawn, when the file cannot be read.
 bool drawImageFile(cairo_t* context, const std::string& file, Size size, cairo_filter_t filter);

@@ -18,6 +18,18 @@ constexpr Size iconSize{32, 32};        // points, as the platform gives a file 
 constexpr std::size_t longestName = 255;  // bytes, NAME_MAX
 constexpr std::string_view unknownType = "application/octet-stream";
 
+constexpr double symbolSize = 16;      // points, of a symbol as it is drawn
+constexpr double symbolTextSize = 13;  // points, of the text that it fits at the medium scale
+
+double factorOf(SymbolScale scale) {
+  switch (scale) {
+    case SymbolScale::small: return 0.75;
+    case SymbolScale::medium: break;
+    case SymbolScale::large: return 1.25;
+  }
+  return 1;
+}
+
 struct Release {
   void operator()(void* object) const { g_object_unref(object); }
   void operator()(gchar* text) const { g_free(text); }
@@ -92,6 +104,20 @@ IconTheme& LinuxWorkspace::theme() {
 ImageRef LinuxWorkspace::imageNamed(std::string_view name) {
   const NamedImage* row = namedImage(name);
   return row ? imageOf(*row) : nullptr;
+}
+
+ImageRef LinuxWorkspace::imageWithSystemSymbolName(std::string_view name) {
+  const NamedImage* row = symbolImage(name);
+  return row ? imageOf(*row) : nullptr;
+}
+
+ImageRef LinuxWorkspace::imageWithSymbolConfiguration(const Image& image, const SymbolConfiguration& configuration) {
+  const double side = symbolSize * configuration.pointSize / symbolTextSize * factorOf(configuration.scale);
+  auto configured = std::make_shared<Image>(image);
+  configured->size = {side, side};
+  for (ImageRepresentation& each : configured->representations) each.size = configured->size;
+  configured->symbolConfiguration = configuration;
+  return configured;
 }
 
 ImageRef LinuxWorkspace::imageOf(const NamedImage& row) {

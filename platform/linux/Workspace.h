@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/Log.h"
+#include "platform/SymbolImages.h"
 #include "platform/Workspace.h"
 #include "platform/linux/IconTheme.h"
 #include "platform/linux/ImageTable.h"
@@ -20,7 +21,7 @@ namespace platform::native {
 /// as in a build folder or a prefix), else the one of the installation.
 std::string ownIconFolder();
 
-class LinuxWorkspace : public Workspace {
+class LinuxWorkspace final : public Workspace, public SymbolImages {
  public:
   /// Where the icons come from. Absent parts are the desktop's own, asked for at the first question.
   struct Sources {
@@ -34,6 +35,9 @@ class LinuxWorkspace : public Workspace {
 
   ImageRef imageNamed(std::string_view name) override;
   ImageRef iconForFileType(std::string_view extension) override;
+  ImageRef imageWithSystemSymbolName(std::string_view name) override;
+  /// Our symbols fill 16 points beside text of 13 points at the medium scale; the weight is always regular.
+  ImageRef imageWithSymbolConfiguration(const Image& image, const SymbolConfiguration& configuration) override;
 
   /// The icon that the desktop shows for a file or folder itself (a symbolic link is not followed); null when it is
   /// gone.

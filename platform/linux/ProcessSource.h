@@ -1,0 +1,33 @@
+// Process sources: the exit by a descriptor of the process (pidfd_open(2)), the delivery of signals by a program of ours that traces the
+// process (SignalWatch.h). A signal that the process ignores or blocks is not delivered; one that it sends to a thread of its own,
+// and the kernel's SIGCHLD for a child of its own, is its own business and no event. Where kernel.yama.ptrace_scope is 1, as on many
+// desktops, the process must give leave first: prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY).
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "platform/Log.h"
+#include "platform/ProcessSource.h"
+
+namespace platform::native {
+
+class LinuxProcessSources final : public ProcessSources {
+ public:
+  explicit LinuxProcessSources(Log& log);
+  /// Starts the program `watcher` for signals.
+  LinuxProcessSources(Log& log, std::string watcher);
+  /// Disarms all sources and releases their handlers.
+  ~LinuxProcessSources() override;
+
+  std::shared_ptr<ProcessSource> createProcessSource(std::int32_t processIdentifier, std::uint32_t mask) override;
+
+ private:
+  class Source;
+  struct Registry;
+
+  std::shared_ptr<Registry> registry_;
+};
+
+}  // namespace platform::native
