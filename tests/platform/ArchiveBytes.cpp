@@ -139,7 +139,7 @@ ListBytes::Number ArchiveBytes::object(const Fields& fields) {
 
 std::uint32_t ArchiveBytes::instance(std::string_view className, const Fields& fields) {
   Fields all = fields;
-  all.emplace_back("$class", uid(classRecord(className), 2));
+  all.emplace_back("$class", uid(classRecord(className), 4));
   return slot(object(all));
 }
 
