@@ -83,31 +83,30 @@ void DTTreeNode::encodeWithCoder(platform::KeyedArchiver& coder) const {
 
 std::shared_ptr<const platform::Coding> DTTreeNode::initWithCoder(platform::KeyedUnarchiver& coder) {
   auto node = std::make_shared<DTTreeNode>();
+  KeyedValues values;
   Blobs blobs;
-  if (!node->readFrom(coder.reader(), coder.dictionary(), blobs)) return nullptr;
+  if (!coder.reader().lookUp(coder.dictionary(), keys, values)) return nullptr;
+  if (!node->readFrom(coder.reader(), values, blobs)) return nullptr;
   if (!node->readDescendants(coder.reader(), std::move(blobs))) return nullptr;
   return node;
 }
 
-bool DTTreeNode::readFrom(KeyedArchiveReader& reader, const PropertyListItem& dictionary, Blobs& blobs) {
-  static constexpr std::array<std::string_view, 2> keys{"object", "children"};
-  std::array<std::uint64_t, 2> values;
+bool DTTreeNode::readFrom(KeyedArchiveReader& reader, const KeyedValues& values, Blobs& blobs) {
   std::uint32_t children = 0;
-  return reader.lookUp(dictionary, keys, values) && readRepresentedObject(reader, values[0]) &&
-         reader.readUID(values[1], children) && reader.dataArray(children, blobs);
+  return readRepresentedObject(reader, values[0]) && reader.readUID(values[1], children) &&
+         reader.dataArray(children, blobs);
 }
 
 bool DTTreeNode::readRepresentedObject(KeyedArchiveReader& reader, std::uint64_t value) {
-  static constexpr std::array<std::string_view, 1> keys{"$class"};
-  std::array<std::uint64_t, 1> values;
   std::uint32_t uid = 0;
   PropertyListItem item;
   if (!reader.readUID(value, uid)) return false;
   if (uid == 0) return true;
   if (!reader.readSlot(uid, item)) return false;
   if (item.kind == PropertyListKind::Dictionary) {
-    if (!reader.lookUp(item, keys, values)) return false;
-    if (reader.isOfClass(values[0], DTArchiveEntry::className)) return entry_.emplace().readFrom(reader, item);
+    DTArchiveEntry::KeyedValues values;
+    if (!reader.lookUp(item, DTArchiveEntry::keys, values)) return false;
+    if (reader.isOfClass(values.back(), DTArchiveEntry::className)) return entry_.emplace().readFrom(reader, values);
   }
   // Something else than an entry: it must be sound, but the node has no entry then.
   platform::Object object;
@@ -115,13 +114,12 @@ bool DTTreeNode::readRepresentedObject(KeyedArchiveReader& reader, std::uint64_t
 }
 
 bool DTTreeNode::readFrom(platform::ByteView archive, const KeyedArchiveReader& parent, Blobs& blobs) {
-  static constexpr std::array<std::string_view, 1> keys{"$class"};
-  std::array<std::uint64_t, 1> values;
-  PropertyListItem item;
   auto reader = KeyedArchiveReader::open(archive, parent.classes(), parent.budget());
-  return reader && reader->root() != 0 && reader->readSlot(reader->root(), item) &&
-         item.kind == PropertyListKind::Dictionary && reader->lookUp(item, keys, values) &&
-         reader->isOfClass(values[0], className) && readFrom(*reader, item, blobs);
+  KeyedValues values;
+  PropertyListItem root;
+  return reader && reader->root() != 0 && reader->readSlot(reader->root(), root) &&
+         root.kind == PropertyListKind::Dictionary && reader->lookUp(root, keys, values) &&
+         reader->isOfClass(values.back(), className) && readFrom(*reader, values, blobs);
 }
 
 // Depth first, with the parents that still have archives to read on a list of their own. A parent leaves the list before
@@ -133,15 +131,17 @@ bool DTTreeNode::readDescendants(const KeyedArchiveReader& reader, Blobs blobs) 
     std::size_t next = 0;
     unsigned depth = 0;
   };
+  platform::DecodeBudget& budget = reader.budget();
+  const unsigned depthHere = budget.archiveDepth();
   std::vector<Parent> parents;
   const auto enter = [&](DTTreeNode& node, Blobs& archives, unsigned depth) {
     if (!archives || archives->empty()) return true;
-    if (depth > platform::maximumArchiveDepth || !reader.budget().spend(archives->size(), sizeof(DTTreeNode))) return false;
+    if (depth > platform::maximumArchiveDepth || !budget.spend(archives->size(), sizeof(DTTreeNode))) return false;
     node.children_.reserve(archives->size());
     parents.push_back({&node, *std::move(archives), 0, depth});
     return true;
   };
-  if (!enter(*this, blobs, 1)) return false;
+  if (!enter(*this, blobs, depthHere + 1)) return false;
   while (!parents.empty()) {
     Parent& parent = parents.back();
     DTTreeNode& node = *parent.node;
@@ -153,12 +153,14 @@ bool DTTreeNode::readDescendants(const KeyedArchiveReader& reader, Blobs blobs) 
     child.parent_ = &node;
     child.position_ = position;
     Blobs archives;
+    budget.setArchiveDepth(depth);
     if (!child.readFrom(archive, reader, archives)) {
-      if (reader.budget().isExhausted()) return false;
+      if (budget.isExhausted()) return false;
       node.children_.pop_back();
     } else if (!enter(child, archives, depth + 1)) {
       return false;
     }
   }
+  budget.setArchiveDepth(depthHere);
   return true;
 }

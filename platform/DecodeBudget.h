@@ -44,9 +44,15 @@ class DecodeBudget {
   }
   void leave() { ++depthLeft_; }
 
+  /// How many archives stand around the one being read. Kept by whoever reads archives inside archives, so that a nest
+  /// which goes on inside an object of one of them is counted as a whole.
+  unsigned archiveDepth() const { return archiveDepth_; }
+  void setArchiveDepth(unsigned depth) { archiveDepth_ = depth; }
+
  private:
   std::size_t left_;
   unsigned depthLeft_ = maximumObjectDepth;
+  unsigned archiveDepth_ = 0;
   bool isExhausted_ = false;
 };
 

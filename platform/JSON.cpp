@@ -128,7 +128,8 @@ void append(std::string& text, const JSON& value, bool isSorted) {
 
 class Parser {
  public:
-  Parser(std::string_view text, std::size_t maximumDepth) : text_(text), depthLeft_(maximumDepth) {}
+  Parser(std::string_view text, std::size_t maximumDepth, bool keepsSurrogates)
+      : text_(text), depthLeft_(maximumDepth), keepsSurrogates_(keepsSurrogates) {}
 
   std::optional<JSON> whole() {
     auto value = parseValue();
@@ -247,7 +248,7 @@ class Parser {
   }
 
   void appendUnit(std::string& bytes, std::uint32_t unit) {
-    if (unit >= 0xDC80 && unit <= 0xDCFF) {
+    if (!keepsSurrogates_ && unit >= 0xDC80 && unit <= 0xDCFF) {
       bytes += static_cast<char>(unit - 0xDC00);
       return;
     }
@@ -287,6 +288,7 @@ class Parser {
   std::string_view text_;
   std::size_t at_ = 0;
   std::size_t depthLeft_;
+  bool keepsSurrogates_;
 };
 
 }  // namespace
@@ -314,8 +316,8 @@ std::string JSON::text(bool isSorted) const {
   return text;
 }
 
-std::optional<JSON> JSON::parse(std::string_view text, std::size_t maximumDepth) {
-  return Parser(text, maximumDepth).whole();
+std::optional<JSON> JSON::parse(std::string_view text, std::size_t maximumDepth, bool keepsSurrogates) {
+  return Parser(text, maximumDepth, keepsSurrogates).whole();
 }
 
 }  // namespace platform

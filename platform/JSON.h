@@ -49,7 +49,8 @@ class JSON {
   std::string text(bool isSorted = false) const;
   /// The value of one text with nothing but white space around it, or nothing. Nesting is bounded to 512 (a tree given
   /// as JSON may be as deep as `maximumDepth` asks). Lone surrogates become bytes again (U+DC80 to U+DCFF) or WTF-8.
-  static std::optional<JSON> parse(std::string_view text, std::size_t maximumDepth = 512);
+  /// `keepsSurrogates` makes them WTF-8 all, for texts in which no byte stands outside UTF-8.
+  static std::optional<JSON> parse(std::string_view text, std::size_t maximumDepth = 512, bool keepsSurrogates = false);
 
  private:
   std::variant<std::monostate, bool, std::int64_t, double, std::string, ArrayValue, ObjectValue> value_;

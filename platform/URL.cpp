@@ -163,19 +163,24 @@ std::string pathOfText(std::string_view text) {
 
 // A URL made from a path, by far the most frequent kind, keeps the path alone; its text is made when it is asked for.
 struct URL::Storage {
-  enum class Kind { path, text, reference } kind;
+  struct Rest {
+    std::string text;
+    std::optional<URL> base;
+    std::shared_ptr<const FileReference> reference;
+  };
+
   std::string path;
   bool isDirectory = false;
-  std::string text;
-  std::optional<URL> base;
-  std::shared_ptr<const FileReference> reference;
+  std::unique_ptr<Rest> rest;
+
+  const FileReference* reference() const { return rest ? rest->reference.get() : nullptr; }
+  bool isText() const { return rest && !rest->reference; }
 };
 
 URL::URL(std::shared_ptr<const Storage> storage) : storage_(std::move(storage)) {}
 
 URL URL::fileURLWithPath(std::string_view path, bool isDirectory) {
   auto storage = std::make_shared<Storage>();
-  storage->kind = Storage::Kind::path;
   storage->path = withoutFinalSlashes(path);
   storage->isDirectory = isDirectory;
   return URL(std::move(storage));
@@ -183,61 +188,68 @@ URL URL::fileURLWithPath(std::string_view path, bool isDirectory) {
 
 URL URL::fileURLWithReference(std::shared_ptr<const FileReference> reference) {
   auto storage = std::make_shared<Storage>();
-  storage->kind = Storage::Kind::reference;
-  storage->reference = std::move(reference);
+  storage->rest = std::make_unique<Storage::Rest>();
+  storage->rest->reference = std::move(reference);
   return URL(std::move(storage));
 }
 
 URL URL::URLWithString(std::string_view relativeString, std::optional<URL> baseURL) {
   auto storage = std::make_shared<Storage>();
-  storage->kind = Storage::Kind::text;
-  storage->text = relativeString;
-  storage->base = std::move(baseURL);
+  storage->rest = std::make_unique<Storage::Rest>();
+  storage->rest->text = relativeString;
+  storage->rest->base = std::move(baseURL);
   storage->path = pathOfText(URL(storage).absoluteString());
   return URL(std::move(storage));
 }
 
 bool URL::isFileURL() const {
-  if (storage_->kind != Storage::Kind::text) return true;
-  return isSameIgnoringCase(split(absoluteString()).scheme, fileScheme);
+  return !storage_->isText() || isSameIgnoringCase(split(absoluteString()).scheme, fileScheme);
 }
 
-bool URL::isFileReferenceURL() const { return storage_->kind == Storage::Kind::reference; }
+bool URL::isFileReferenceURL() const { return storage_->reference() != nullptr; }
 
-std::string URL::path() const { return storage_->reference ? storage_->reference->path() : storage_->path; }
+std::string URL::path() const { return storage_->reference() ? storage_->reference()->path() : storage_->path; }
+
+const std::string* URL::storedPath() const { return storage_->reference() ? nullptr : &storage_->path; }
 
 std::string URL::absoluteString() const {
-  if (storage_->kind != Storage::Kind::text) return relativeString();
-  return storage_->base ? resolved(storage_->text, storage_->base->absoluteString()) : storage_->text;
+  if (!storage_->isText() || !storage_->rest->base) return relativeString();
+  return resolved(storage_->rest->text, storage_->rest->base->absoluteString());
 }
 
 std::string URL::relativeString() const {
-  switch (storage_->kind) {
-    case Storage::Kind::path:
-      return fileURLText(storage_->path, storage_->isDirectory);
-    case Storage::Kind::reference:
-      return fileURLText(storage_->reference->path(), true);
-    case Storage::Kind::text:
-      break;
-  }
-  return storage_->text;
+  if (storage_->isText()) return storage_->rest->text;
+  if (storage_->reference()) return fileURLText(storage_->reference()->path(), true);
+  return fileURLText(storage_->path, storage_->isDirectory);
 }
 
-std::optional<URL> URL::baseURL() const { return storage_->base; }
+std::optional<URL> URL::baseURL() const { return storage_->rest ? storage_->rest->base : std::nullopt; }
 
 std::string URL::lastPathComponent() const {
   const std::string whole = path();
   return whole.size() > 1 ? whole.substr(whole.rfind('/') + 1) : whole;
 }
 
+URL URL::URLByAppendingPathComponent(std::string_view name, bool isDirectory) const {
+  const std::string asked = storedPath() ? std::string() : path();
+  const std::string& folder = storedPath() ? *storedPath() : asked;
+  auto storage = std::make_shared<Storage>();
+  storage->path.reserve(folder.size() + 1 + name.size());
+  storage->path += folder;
+  if (!folder.ends_with('/')) storage->path += '/';
+  storage->path += withoutFinalSlashes(name);
+  storage->isDirectory = isDirectory;
+  return URL(std::move(storage));
+}
+
 std::size_t URL::hash() const {
-  if (storage_->reference) return std::hash<const void*>()(storage_->reference.get());
-  return std::hash<std::string_view>()(storage_->path.empty() ? storage_->text : storage_->path);
+  if (const auto* reference = storage_->reference()) return std::hash<const void*>()(reference);
+  return std::hash<std::string>()(storage_->path.empty() ? absoluteString() : storage_->path);
 }
 
 bool URL::isSameText(const URL& other) const {
   if (storage_ == other.storage_) return true;
-  if (storage_->reference || other.storage_->reference) return storage_->reference == other.storage_->reference;
+  if (isFileReferenceURL() || other.isFileReferenceURL()) return storage_->reference() == other.storage_->reference();
   if (storage_->path.empty() || other.storage_->path.empty()) return absoluteString() == other.absoluteString();
   return storage_->path == other.storage_->path;
 }

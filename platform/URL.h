@@ -38,6 +38,8 @@ class URL {
   /// The decoded path without its final slash (the root folder keeps its one). Empty for a URL without a path, for a
   /// path with an encoded NUL, for a file URL of another machine and for a reference whose file is gone.
   std::string path() const;
+  /// The same without a copy, valid as long as any copy of the URL lives; null for a reference, whose path is asked anew.
+  const std::string* storedPath() const;
   /// The whole text; a relative URL is resolved against its base (RFC 3986, section 5.2).
   std::string absoluteString() const;
   /// As on the wire: the text given, and the base if there is one. A file URL made from a path has no base.
@@ -46,6 +48,8 @@ class URL {
 
   /// The last component of `path`, as bytes; "/" for the root folder.
   std::string lastPathComponent() const;
+  /// The file URL of an entry of this folder.
+  URL URLByAppendingPathComponent(std::string_view name, bool isDirectory = false) const;
 
   /// Of the path's bytes where there is a path, of the text elsewhere; the same for both texts of a folder (with and
   /// without a final slash). Of a reference, the object. Never asks the file system.

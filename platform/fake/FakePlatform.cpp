@@ -140,16 +140,21 @@ ImageRef FakeWorkspace::iconForFileType(std::string_view extension) {
   return imageOf("type " + std::string(extension));
 }
 
-bool FakeFinderSyncController::initFinderSync(FinderSync&) {
+bool FakeFinderSyncController::initFinderSync(FinderSync& principal) {
   log_.add("init base");
+  if (!refusesExtension) extension = &principal;
   return !refusesExtension;
 }
 
-void FakeFinderSyncController::deallocFinderSync(FinderSync&) { log_.add("dealloc base"); }
+void FakeFinderSyncController::deallocFinderSync(FinderSync&) {
+  log_.add("dealloc base");
+  extension = nullptr;
+}
 
 void FakeFinderSyncController::setDirectoryURLs(std::vector<URL> urls) {
   log_.add("set " + std::to_string(urls.size()) + " directory URLs");
   directoryURLs = std::move(urls);
+  if (whenDirectoryURLsAreSet) whenDirectoryURLsAreSet();
 }
 
 }  // namespace platform::fake

@@ -125,6 +125,8 @@ class FakeFinderSyncController final : public FinderSyncController {
   std::vector<URL> selection;
   std::optional<URL> target;
   std::vector<URL> directoryURLs;
+  FinderSync* extension = nullptr;
+  std::function<void()> whenDirectoryURLsAreSet;  ///< Runs inside the call, as a browser may call back.
 
   bool initFinderSync(FinderSync& extension) override;
   void deallocFinderSync(FinderSync& extension) override;

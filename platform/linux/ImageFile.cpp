@@ -62,12 +62,15 @@ std::uint32_t bigEndian(std::string_view bytes) {
   return value;
 }
 
-bool isSensibleSide(std::uint32_t pixels) { return pixels > 0 && pixels <= largestSide; }
+bool isSensibleSide(std::uint32_t pixels) {
+  return pixels > 0 && pixels <= largestSide;
+}
 
 // Portable Network Graphics, second edition, 5.3: length, type, data and checksum, from IHDR to IEND.
 bool isWholePNG(std::string_view bytes) {
   if (bytes.size() < 24 || bytes.substr(12, 4) != "IHDR") return false;
-  if (!isSensibleSide(bigEndian(bytes.substr(16))) || !isSensibleSide(bigEndian(bytes.substr(20)))) return false;
+  if (!isSensibleSide(bigEndian(bytes.substr(16))) || !isSensibleSide(bigEndian(bytes.substr(20))))
+    return false;
   bytes.remove_prefix(pngSignature.size());
   while (bytes.size() >= 12) {
     const std::size_t length = bigEndian(bytes);
@@ -103,15 +106,10 @@ cairo_status_t nextBytes(void* closure, unsigned char* into, unsigned int length
 
 bool drawPNG(cairo_t* context, std::string_view bytes, Size size, cairo_filter_t filter) {
   ByteSource source{bytes};
-  const std::unique_ptr<cairo_surface_t, Unref> surface(cairo_image_surface_create_from_png_stream(nextBytes, &source));
+  const std::unique_ptr<cairo_surface_t, Unref> surface(
+      cairo_image_surface_create_from_png_stream(nextBytes, &source));
   if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) return false;
-  cairo_save(context);
-  cairo_scale(context, size.width / cairo_image_surface_get_width(surface.get()),
-              size.height / cairo_image_surface_get_height(surface.get()));
-  cairo_set_source_surface(context, surface.get(), 0, 0);
-  cairo_pattern_set_filter(cairo_get_source(context), filter);
-  cairo_paint(context);
-  cairo_restore(context);
+  drawSurface(context, surface.get(), size, filter);
   return true;
 }
 
@@ -120,6 +118,7 @@ bool drawSVG(cairo_t* context, std::string_view bytes, Size size) {
   if (!handle) return false;
   const RsvgRectangle viewport{0, 0, size.width, size.height};
   cairo_push_group(context);
+  cairo_reset_clip(context);  // it applies to the group as a whole, once
   const bool isDrawn = rsvg_handle_render_document(handle.get(), context, &viewport, nullptr);
   cairo_pop_group_to_source(context);
   if (isDrawn) cairo_paint(context);
@@ -127,6 +126,21 @@ bool drawSVG(cairo_t* context, std::string_view bytes, Size size) {
 }
 
 }  // namespace
+
+void drawSurface(cairo_t* context, cairo_surface_t* surface, Size size, cairo_filter_t filter) {
+  const int width = cairo_image_surface_get_width(surface);
+  const int height = cairo_image_surface_get_height(surface);
+  if (width <= 0 || height <= 0) return;
+  cairo_save(context);
+  cairo_scale(context, size.width / width, size.height / height);
+  cairo_set_source_surface(context, surface, 0, 0);
+  cairo_pattern_set_filter(cairo_get_source(context), filter);
+  // Without it an enlarged image would fade towards its edges.
+  cairo_pattern_set_extend(cairo_get_source(context), CAIRO_EXTEND_PAD);
+  cairo_rectangle(context, 0, 0, width, height);
+  cairo_fill(context);
+  cairo_restore(context);
+}
 
 bool isReadableImageFile(const std::string& file) {
   const auto bytes = contentsOf(file);

@@ -14,9 +14,24 @@
 namespace platform::native {
 namespace {
 
-constexpr Size iconSize{32, 32};        // points, as the platform gives a file type's icon
+constexpr Size iconSize{32, 32};          // points, as the platform gives a file type's icon
 constexpr std::size_t longestName = 255;  // bytes, NAME_MAX
 constexpr std::string_view unknownType = "application/octet-stream";
+
+constexpr double symbolSize = 16;      // points, of a symbol as it is drawn
+constexpr double symbolTextSize = 13;  // points, of the text that it fits at the medium scale
+
+double factorOf(SymbolScale scale) {
+  switch (scale) {
+    case SymbolScale::small:
+      return 0.75;
+    case SymbolScale::medium:
+      break;
+    case SymbolScale::large:
+      return 1.25;
+  }
+  return 1;
+}
 
 struct Release {
   void operator()(void* object) const { g_object_unref(object); }
@@ -50,7 +65,8 @@ bool isExtension(std::string_view text) {
 
 // The base name is one that no pattern of the MIME database knows.
 std::string contentTypeOf(std::string_view extension) {
-  if (extension.empty() || !g_utf8_validate(extension.data(), static_cast<gssize>(extension.size()), nullptr)) {
+  if (extension.empty() ||
+      !g_utf8_validate(extension.data(), static_cast<gssize>(extension.size()), nullptr)) {
     return std::string(unknownType);
   }
   const std::string fileName = "x." + std::string(extension);
@@ -94,6 +110,21 @@ ImageRef LinuxWorkspace::imageNamed(std::string_view name) {
   return row ? imageOf(*row) : nullptr;
 }
 
+ImageRef LinuxWorkspace::imageWithSystemSymbolName(std::string_view name) {
+  const NamedImage* row = symbolImage(name);
+  return row ? imageOf(*row) : nullptr;
+}
+
+ImageRef LinuxWorkspace::imageWithSymbolConfiguration(const Image& image,
+                                                      const SymbolConfiguration& configuration) {
+  const double side = symbolSize * configuration.pointSize / symbolTextSize * factorOf(configuration.scale);
+  auto configured = std::make_shared<Image>(image);
+  configured->size = {side, side};
+  for (ImageRepresentation& each : configured->representations) each.size = configured->size;
+  configured->symbolConfiguration = configuration;
+  return configured;
+}
+
 ImageRef LinuxWorkspace::imageOf(const NamedImage& row) {
   ImageRef& kept = images_[row.name];
   if (kept) return kept;
@@ -109,7 +140,8 @@ ImageRef LinuxWorkspace::imageOf(const NamedImage& row) {
 
 ImageRef LinuxWorkspace::iconForFileType(std::string_view extension) {
   if (!isExtension(extension)) {
-    if (!isOddExtensionLogged_) log_.line("A file type's name holds a slash or a dot or is too long: generic icon");
+    if (!isOddExtensionLogged_)
+      log_.line("A file type's name holds a slash or a dot or is too long: generic icon");
     isOddExtensionLogged_ = true;
     return iconForContentType(std::string(unknownType));
   }

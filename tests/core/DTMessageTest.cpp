@@ -1,0 +1,88 @@
+// The record: its fields, its keyed values and the exact bytes of its archive.
+#include "core/DTMessage.h"
+
+#include <gtest/gtest.h>
+
+#include "archive/ArchivedClasses.h"
+#include "platform/KeyedArchiver.h"
+#include "platform/KeyedUnarchiver.h"
+
+namespace {
+
+using platform::Data;
+using platform::KeyedArchiver;
+using platform::KeyedUnarchiver;
+using platform::Object;
+
+Data archiveOf(DTMessage message) {
+  const auto bytes = KeyedArchiver::archivedDataWithRootObject(Object(std::make_shared<DTMessage>(std::move(message))));
+  return bytes.value_or(Data());
+}
+
+std::shared_ptr<const DTMessage> decoded(const Data& bytes) {
+  return KeyedUnarchiver::unarchiveObjectWithData(bytes, archivedClasses()).instance<DTMessage>();
+}
+
+std::string hexOf(const Data& bytes) {
+  static constexpr char digits[] = "0123456789abcdef";
+  std::string hex;
+  for (const std::uint8_t byte : bytes) hex += {digits[byte >> 4], digits[byte & 15]};
+  return hex;
+}
+
+TEST(DTMessage, startsWithANullSelectorAndNoArgument) {
+  const DTMessage message;
+  EXPECT_FALSE(message.selector());
+  EXPECT_TRUE(message.argument().isNil());
+  EXPECT_FALSE(message.portName());
+}
+
+TEST(DTMessage, takesSelectorAndArgumentAndHasNoPortName) {
+  const DTMessage message("go:", "hi");
+  EXPECT_EQ(message.selector(), "go:");
+  EXPECT_EQ(*message.argument().get<std::string>(), "hi");
+  EXPECT_FALSE(message.portName());
+}
+
+TEST(DTMessage, theDocumentedExampleIsWrittenByteForByte) {
+  DTMessage message("go:", "hi");
+  message.setPortName("p");
+  EXPECT_EQ(hexOf(archiveOf(message)),
+            "62706c6973743030"
+            "d401020304050607" "0a"
+            "582476657273696f6e" "592461726368697665" "72" "5424746f70" "58246f626a65637473"
+            "12000186a0" "5f100f4e534b657965644172636869766572"
+            "d10809" "54726f6f74" "8001"
+            "a60b0c15161718" "55246e756c6c"
+            "d40d0e0f1011121314" "5873656c6563746f72" "58617267756d656e74" "58706f72744e616d65" "5624636c617373"
+            "8002800380048005" "53676f3a" "526869" "5170"
+            "d2191a1b1c" "5a24636c6173736e616d65" "5824636c6173736573" "5944544d657373616765"
+            "a21b1d" "584e534f626a656374"
+            "08111a24293237494c5153" "5a6069727b848b8d8f919397" "9a" "9ca1acb5bfc2"
+            "000000000000" "0101" "000000000000001e" "0000000000000000" "00000000000000cb");
+}
+
+TEST(DTMessage, allThreeFieldsComeBack) {
+  DTMessage message("compress:", platform::Integer::ofUnsigned(0x4000002));
+  message.setPortName("org.dovetail.group.Sync.4711");
+  const auto copy = decoded(archiveOf(message));
+  ASSERT_TRUE(copy);
+  EXPECT_EQ(copy->selector(), "compress:");
+  EXPECT_EQ(copy->argument().get<platform::Integer>()->unsignedValue(), 0x4000002u);
+  EXPECT_EQ(copy->portName(), "org.dovetail.group.Sync.4711");
+}
+
+TEST(DTMessage, aNullSelectorIsANilValueThatReadsBackAsAbsent) {
+  const auto copy = decoded(archiveOf(DTMessage()));
+  ASSERT_TRUE(copy);
+  EXPECT_FALSE(copy->selector());
+}
+
+TEST(DTMessage, aNilArgumentStaysNil) {
+  const auto copy = decoded(archiveOf(DTMessage()));
+  ASSERT_TRUE(copy);
+  EXPECT_TRUE(copy->argument().isNil());
+  EXPECT_FALSE(copy->portName());
+}
+
+}  // namespace
