@@ -20,6 +20,7 @@
 #include "platform/linux/UserDefaults.h"
 #include "platform/linux/Workspace.h"
 
+using platform::Log;
 using platform::Object;
 using namespace platform::native;
 
