@@ -11,7 +11,6 @@
 #include "platform/linux/FileManager.h"
 #include "platform/linux/RunningApplications.h"
 #include "platform/linux/SessionBus.h"
-#include "platform/linux/UserDefaults.h"
 #include "platform/linux/Workspace.h"
 #include "tests/MainLoopPump.h"
 #include "tests/host/ArchiveFile.h"
@@ -78,18 +77,16 @@ class RunningHost : public testing::Test {
 const std::vector<WrittenEntry> nestedEntries{{"docs/a b/deep.txt", "12345"}, {"docs/"}, {"last"}};
 
 TEST_F(RunningHost, whoHearsThatItRunsFindsItsPortItsNameAndItsVersion) {
-  platform::native::SessionBus settingsBus(log, session.busAddress());
-  platform::native::LinuxUserDefaultsSuites suites(settingsBus);
   std::vector<std::string> found;
   notifications.addObserver(this, "DTDovetailRunning", [&](const std::string&) {
     found.push_back("port " + std::to_string(extension.canReachHost()));
     found.push_back("instances " + std::to_string(instances().size()));
-    found.push_back("version " + suites.initWithSuiteName("org.dovetail.group")->stringForKey("DTApplicationVersion").value_or(""));
+    found.push_back("version " + session.run({"dconf", "read", "/org/dovetail/group/DTApplicationVersion"})->output());
   });
   ASSERT_TRUE(bus.openConnection());
   const auto host = readyHost({"--version", "7.5 beta"});
-  ASSERT_TRUE(pumpUntil([&] { return !found.empty(); }));
-  EXPECT_THAT(found, testing::ElementsAre("port 1", "instances 1", "version 7.5 beta"));
+  ASSERT_TRUE(pumpUntil([&] { return found.size() == 3; }));
+  EXPECT_THAT(found, testing::ElementsAre("port 1", "instances 1", "version '7.5 beta'\n"));
   ASSERT_EQ(instances().size(), 1u);
   EXPECT_EQ(instances()[0].processIdentifier, host->process());
 }
