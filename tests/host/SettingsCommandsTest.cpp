@@ -46,7 +46,7 @@ TEST_F(SettingsProgram, foldersAreAddedListedRemovedAndCleared) {
   EXPECT_EQ(run({"folders", "list"}), two + "\n");
   EXPECT_EQ(run({"folders", "clear"}), "");
   EXPECT_EQ(run({"folders", "list"}), "");
-  EXPECT_EQ(stored("DTFoldersPaths"), "@aay []\n");
+  EXPECT_EQ(stored("DTFoldersPaths"), "");
 }
 
 TEST_F(SettingsProgram, aFolderStandsOnceHoweverItIsNamed) {
