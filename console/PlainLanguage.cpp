@@ -44,64 +44,93 @@ std::optional<Words> wordsOfLine(std::string_view line) {
   return words;
 }
 
-JSON error(std::string_view text) { return JSON::ObjectValue{{"error", text}}; }
+JSON error(std::string_view text) {
+  JSON reply;
+  reply.set("error", text);
+  return reply;
+}
 
-// "3.5.2" as people count, from one.
-std::optional<JSON::ArrayValue> positionsOf(std::string_view text) {
+JSON requestTo(std::string_view name) {
+  JSON request;
+  request.set("do", name);
+  return request;
+}
+
+JSON listOf(const Words& words, std::size_t first) {
+  JSON::ArrayValue list;
+  for (std::size_t i = first; i < words.size(); ++i) list.emplace_back(words[i]);
+  return list;
+}
+
+std::optional<std::int64_t> numberOf(std::string_view text) {
+  std::int64_t number = 0;
+  const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return failure == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+}
+
+// "3.5.2" as people count, from one; none for any other text.
+JSON::ArrayValue positionsOf(std::string_view text) {
   JSON::ArrayValue positions;
   while (true) {
-    std::int64_t number = 0;
-    const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (failure != std::errc() || number < 1) return std::nullopt;
-    positions.push_back(number - 1);
-    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-    if (text.empty()) return positions;
-    if (text.front() != '.') return std::nullopt;
-    text.remove_prefix(1);
+    const std::size_t end = text.find('.');
+    const auto number = numberOf(text.substr(0, end));
+    if (!number || *number < 1) return {};
+    positions.emplace_back(*number - 1);
+    if (end == std::string_view::npos) return positions;
+    text.remove_prefix(end + 1);
   }
 }
 
-std::optional<JSON> menuRequest(const Words& words) {
+// Each of these answers null for words that it does not understand.
+
+JSON menuRequest(const Words& words) {
   static constexpr std::string_view kinds[] = {"items", "folder", "sidebar", "toolbar"};
   const auto* kind = words.size() == 1 ? kinds : std::ranges::find(kinds, words[1]);
-  if (words.size() > 2 || kind == std::end(kinds)) return std::nullopt;
-  return JSON::ObjectValue{{"do", "menu"}, {"kind", static_cast<std::int64_t>(kind - kinds)}};
+  if (words.size() > 2 || kind == std::end(kinds)) return {};
+  JSON request = requestTo("menu");
+  request.set("kind", static_cast<std::int64_t>(kind - kinds));
+  return request;
 }
 
-std::optional<JSON> chooseRequest(const Words& words) {
-  if (words.size() == 1) return std::nullopt;
-  if (auto positions = words.size() == 2 ? positionsOf(words[1]) : std::nullopt) {
-    return JSON::ObjectValue{{"do", "choose"}, {"at", *std::move(positions)}};
-  }
-  return JSON::ObjectValue{{"do", "choose"}, {"titles", JSON::ArrayValue(words.begin() + 1, words.end())}};
-}
-
-std::optional<JSON> waitRequest(const Words& words) {
-  if (words.size() < 2) return std::nullopt;
-  JSON request(JSON::ObjectValue{{"do", "wait"}, {"until", words[1]}});
-  if (words.size() == 3 && words[1] == "archive") request.set("file", words[2]);
-  if (words.size() == 3 && words[1] == "folders") {
-    const auto count = positionsOf(words[2]);
-    request.set("count", count && count->size() == 1 ? *count->front().get<std::int64_t>() + 1 : std::int64_t{0});
+JSON chooseRequest(const Words& words) {
+  if (words.size() == 1) return {};
+  JSON request = requestTo("choose");
+  JSON::ArrayValue positions = words.size() == 2 ? positionsOf(words[1]) : JSON::ArrayValue();
+  if (positions.empty()) {
+    request.set("titles", listOf(words, 1));
+  } else {
+    request.set("at", std::move(positions));
   }
   return request;
 }
 
-std::optional<JSON> requestOfWords(const Words& words) {
+JSON waitRequest(const Words& words) {
+  if (words.size() < 2 || words.size() > 3) return {};
+  JSON request = requestTo("wait");
+  request.set("until", words[1]);
+  if (words.size() == 2) return request;
+  const auto number = numberOf(words[2]);
+  if (words[1] == "folders" && number) request.set("count", *number);
+  if (words[1] == "archive") request.set("file", words[2]);
+  return request;
+}
+
+JSON pathRequest(const Words& words) {
+  const std::string& name = words.front();
+  JSON request = requestTo(name);
+  if (words.size() == 2) request.set(name == "badge" ? "file" : "folder", words[1]);
+  if (words.size() == 1 && name == "target") request.set("folder", nullptr);
+  return words.size() > 2 ? JSON() : request;
+}
+
+JSON requestOfWords(const Words& words) {
   const std::string& name = words.front();
   if (name == "menu") return menuRequest(words);
   if (name == "choose") return chooseRequest(words);
   if (name == "wait") return waitRequest(words);
-  JSON request(JSON::ObjectValue{{"do", name}});
-  if (name == "select") {
-    request.set("files", JSON::ArrayValue(words.begin() + 1, words.end()));
-  } else if (words.size() == 2) {
-    request.set(name == "badge" ? "file" : "folder", words[1]);
-  } else if (words.size() > 2) {
-    return std::nullopt;
-  } else if (name == "target") {
-    request.set("folder", nullptr);
-  }
+  if (name != "select") return pathRequest(words);
+  JSON request = requestTo(name);
+  request.set("files", listOf(words, 1));
   return request;
 }
 
@@ -121,10 +150,12 @@ std::optional<JSON> PlainLanguage::requestOfLine(std::string_view line) {
   if (line.find_first_not_of(" \t\r") == std::string_view::npos) return std::nullopt;
   const auto words = wordsOfLine(line);
   if (!words) return error("a quote is missing");
-  return requestOfWords(*words).value_or(error("not understood; help lists the commands"));
+  JSON request = requestOfWords(*words);
+  return request.isNull() ? error("not understood; help lists the commands") : request;
 }
 
 std::string PlainLanguage::replyText(const JSON& request, const JSON& reply) {
+  // Help is a matter of this language alone: the console has no such request.
   const std::string* name = request.stringMember("do");
   if (name && *name == "help") return std::string(help);
   if (const std::string* text = reply.stringMember("error")) return "error: " + printable(*text) + "\n";

@@ -1,0 +1,17 @@
+// The console's command line.
+#pragma once
+
+#include <optional>
+#include <string>
+
+struct ConsoleOptions {
+  bool isJSON = false;
+  std::optional<std::string> entitlementsFile;
+  std::optional<std::string> bundleVersion;
+
+  std::optional<int> status;  ///< Set when the program is to end at once, with this exit status, after it has written `text`.
+  std::string text;
+};
+
+/// 0 for a request for help, 2 for a command line that is not understood.
+ConsoleOptions consoleOptions(int count, char** arguments);

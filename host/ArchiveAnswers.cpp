@@ -1,0 +1,90 @@
+#include "host/ArchiveAnswers.h"
+
+#include "core/DTMessage.h"
+#include "host/EntryTree.h"
+#include "platform/KeyedArchiver.h"
+
+using platform::JSON;
+using platform::MessagePortStatus;
+using platform::Object;
+
+namespace {
+
+constexpr double sendTimeout = 1.0;
+/// Extensions that come and go leave their closed connections behind; beyond this many all are opened anew.
+constexpr std::size_t mostOpenPorts = 32;
+
+platform::Data dataOf(const platform::FileIdentity& identity) {
+  return platform::Data(identity.bytes().begin(), identity.bytes().end());
+}
+
+}  // namespace
+
+ArchiveAnswers::ArchiveAnswers(platform::MessagePorts& ports, platform::FileManager& files, ArchiveLister& lister,
+                               SentTrees& sentTrees, EventLines& lines, std::string ownPortName)
+    : ports_(ports),
+      files_(files),
+      lister_(lister),
+      sentTrees_(sentTrees),
+      lines_(lines),
+      ownPortName_(std::move(ownPortName)) {}
+
+void ArchiveAnswers::answer(const platform::URL& file, const std::string& portName) {
+  const auto identity = files_.fileResourceIdentifier(file);
+  if (!identity) return printUnanswered(file, "the file is gone");
+  lister_.list(file.path(), [this, request = Request{file, *identity, portName}](const std::optional<Listing>& listing) {
+    finish(request, listing);
+  });
+}
+
+void ArchiveAnswers::finish(const Request& request, const std::optional<Listing>& listing) {
+  if (!listing) return printUnanswered(request.file, "it is no archive");
+  // The identity was read before the file was opened, and is read again now: the tree must not be put under another file's.
+  if (files_.fileResourceIdentifier(request.file) != request.identity)
+    return printUnanswered(request.file, "the file was replaced");
+  sendTree(request, treeOfListing(request.file.lastPathComponent(), *listing));
+}
+
+void ArchiveAnswers::sendTree(const Request& request, const std::shared_ptr<const DTTreeNode>& tree) {
+  platform::Dictionary argument;
+  argument.add("1", Object(tree));
+  argument.add("2", Object(dataOf(request.identity)));
+  DTMessage message("setArchive:", Object(std::move(argument)));
+  message.setPortName(ownPortName_);
+  const auto record =
+      platform::KeyedArchiver::archivedDataWithRootObject(Object(std::make_shared<const DTMessage>(std::move(message))));
+  if (!record) return printUnanswered(request.file, "its tree cannot be archived");
+  // Before it is sent, as the user may be quick to choose.
+  sentTrees_.remember(request.identity, tree);
+  const MessagePortStatus status = send(request.portName, *record);
+  lines_.write("answered", {{"file", JSON(request.file.path())},
+                            {"entries", JSON(nodeCount(*tree))},
+                            {"portName", JSON(request.portName)},
+                            {"status", JSON(static_cast<int>(status))}});
+}
+
+MessagePortStatus ArchiveAnswers::send(const std::string& portName, platform::ByteView record) {
+  MessagePortStatus status = MessagePortStatus::isInvalid;
+  // A port that was open may be a dead one's, under whose name another listens by now.
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    const bool wasOpen = openPorts_.contains(portName);
+    platform::RemoteMessagePort* open = port(portName);
+    if (!open) return MessagePortStatus::isInvalid;
+    status = open->sendRequest(0, record, sendTimeout, sendTimeout);
+    const bool isGone = status == MessagePortStatus::isInvalid || status == MessagePortStatus::becameInvalid;
+    if (isGone) openPorts_.erase(portName);
+    if (!isGone || !wasOpen) break;
+  }
+  return status;
+}
+
+platform::RemoteMessagePort* ArchiveAnswers::port(const std::string& name) {
+  if (const auto open = openPorts_.find(name); open != openPorts_.end()) return open->second.get();
+  if (openPorts_.size() >= mostOpenPorts) openPorts_.clear();
+  auto opened = ports_.createRemote(name);
+  return opened ? (openPorts_[name] = std::move(opened)).get() : nullptr;
+}
+
+void ArchiveAnswers::printUnanswered(const platform::URL& file, std::string_view reason) {
+  lines_.write("unanswered", {{"file", JSON(file.path())}, {"reason", JSON(reason)}});
+}

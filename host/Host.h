@@ -1,0 +1,76 @@
+// The running reference host: what it does at its start, on each message and at its end (docs/host-order-of-events.md).
+// Main thread only.
+#pragma once
+
+#include <gio/gio.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "core/DTMessage.h"
+#include "host/ArchiveLister.h"
+#include "host/BusName.h"
+#include "host/EventLines.h"
+#include "host/SentTrees.h"
+#include "platform/DistributedNotificationCenter.h"
+#include "platform/FileManager.h"
+#include "platform/Log.h"
+#include "platform/MessagePort.h"
+#include "platform/linux/MainLoopSource.h"
+
+struct HostOptions {
+  std::string group;       ///< Names the ports and the settings.
+  std::string identifier;  ///< The well-known name on the session bus.
+  std::string version;     ///< Kept in the settings.
+  bool answersRequests = true;
+};
+
+/// What the host asks of the system. The referents outlive it.
+struct HostServices {
+  platform::MessagePorts& messagePorts;
+  platform::DistributedNotificationCenter& notificationCenter;
+  platform::FileManager& fileManager;
+  ArchiveLister& archiveLister;
+  GDBusConnection& bus;
+  platform::Log& log;
+};
+
+class Host {
+ public:
+  /// `onEnd` runs once, from the main loop, when the host cannot go on, with the reason as a sentence.
+  Host(HostOptions options, HostServices services, EventLines& lines, std::function<void(std::string reason)> onEnd);
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
+  ~Host();
+
+  /// Opens the port, then takes the bus name, then announces itself. The settings must be written by now. Once only.
+  void start();
+
+ private:
+  static std::optional<platform::Data> receive(platform::LocalMessagePort& port, std::int32_t messageId,
+                                               platform::ByteView data, void* self);
+
+  bool openPort();
+  void nameChanged(BusName::State state);
+  void becomeOwner(unsigned attempt);
+  void announce();
+
+  void handle(const DTMessage& message);
+  void printMessage(const DTMessage& message);
+  std::string entryMember(const platform::Object& argument);
+  void openArchive(const DTMessage& message);
+
+  HostOptions options_;
+  HostServices services_;
+  EventLines& lines_;
+  std::function<void(std::string)> onEnd_;
+  std::string portName_;
+  platform::LocalMessagePort* port_ = nullptr;
+  SentTrees sentTrees_;
+  std::unique_ptr<class ArchiveAnswers> answers_;
+  std::unique_ptr<BusName> name_;
+  platform::native::MainLoopSource nextAttempt_;
+  bool isReady_ = false;
+};

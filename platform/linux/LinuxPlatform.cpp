@@ -1,0 +1,25 @@
+#include "platform/linux/LinuxPlatform.h"
+
+namespace platform::native {
+
+LinuxPlatform::LinuxPlatform(Options options)
+    : entitlements_(options.entitlements.value_or(std::string(BuildSettings::entitlements))),
+      mainBundle_(options.bundleVersion.value_or(std::string(BuildSettings::bundleVersion))) {}
+
+Platform LinuxPlatform::references() {
+  return {
+      .finderSyncController = finderSyncBrowser_,
+      .messagePorts = messagePorts_,
+      .userDefaultsSuites = userDefaultsSuites_,
+      .security = security_,
+      .distributedNotificationCenter = distributedNotificationCenter_,
+      .runningApplications = runningApplications_,
+      .processSources = processSources_,
+      .fileManager = fileManager_,
+      .workspace = workspace_,
+      .mainBundle = mainBundle_,
+      .log = log_,
+  };
+}
+
+}  // namespace platform::native
