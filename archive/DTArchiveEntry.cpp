@@ -77,14 +77,14 @@ void DTArchiveEntry::encodeWithCoder(platform::KeyedArchiver& coder) const {
 
 std::shared_ptr<const platform::Coding> DTArchiveEntry::initWithCoder(platform::KeyedUnarchiver& coder) {
   auto entry = std::make_shared<DTArchiveEntry>();
-  if (!entry->readFrom(coder.reader(), coder.dictionary())) return nullptr;
+  KeyedValues values;
+  if (!coder.reader().lookUp(coder.dictionary(), keys, values)) return nullptr;
+  if (!entry->readFrom(coder.reader(), values)) return nullptr;
   return entry;
 }
 
-bool DTArchiveEntry::readFrom(KeyedArchiveReader& reader, const PropertyListItem& dictionary) {
-  static constexpr std::array<std::string_view, 5> keys{"name", "folder", "index", "rsrcIndex", "size"};
-  std::array<std::uint64_t, 5> values;
-  if (!reader.lookUp(dictionary, keys, values) || !readName(reader, values[0], name_)) return false;
+bool DTArchiveEntry::readFrom(KeyedArchiveReader& reader, const KeyedValues& values) {
+  if (!readName(reader, values[0], name_)) return false;
   if (values[1] != KeyedArchiveReader::absent) {
     PropertyListItem folder;
     if (!reader.read(values[1], folder) || folder.kind != PropertyListKind::Boolean) return false;

@@ -2,6 +2,7 @@
 // are a contract with every host.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -37,9 +38,12 @@ class DTArchiveEntry final : public platform::Coding {
   std::span<const std::string_view> classNames() const override;
   void encodeWithCoder(platform::KeyedArchiver& coder) const override;
   static std::shared_ptr<const platform::Coding> initWithCoder(platform::KeyedUnarchiver& coder);
-  /// Reads the keyed values of an archived entry into this new one, without a general object for each. False refuses the
-  /// archive. An absent value, or one of another kind, leaves its field empty.
-  bool readFrom(platform::KeyedArchiveReader& reader, const platform::PropertyListItem& dictionary);
+  /// The keys that are looked up in an archived entry, its class last.
+  static constexpr std::array<platform::PropertyListKey, 6> keys{"name", "folder", "index", "rsrcIndex", "size", "$class"};
+  using KeyedValues = std::array<std::uint64_t, keys.size()>;
+  /// Reads what stands under `keys` into this new entry, without a general object for each. False refuses the archive. An
+  /// absent value, or one of another kind, leaves its field empty.
+  bool readFrom(platform::KeyedArchiveReader& reader, const KeyedValues& values);
 
  private:
   std::optional<std::string> name_;

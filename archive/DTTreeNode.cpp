@@ -83,31 +83,30 @@ void DTTreeNode::encodeWithCoder(platform::KeyedArchiver& coder) const {
 
 std::shared_ptr<const platform::Coding> DTTreeNode::initWithCoder(platform::KeyedUnarchiver& coder) {
   auto node = std::make_shared<DTTreeNode>();
+  KeyedValues values;
   Blobs blobs;
-  if (!node->readFrom(coder.reader(), coder.dictionary(), blobs)) return nullptr;
+  if (!coder.reader().lookUp(coder.dictionary(), keys, values)) return nullptr;
+  if (!node->readFrom(coder.reader(), values, blobs)) return nullptr;
   if (!node->readDescendants(coder.reader(), std::move(blobs))) return nullptr;
   return node;
 }
 
-bool DTTreeNode::readFrom(KeyedArchiveReader& reader, const PropertyListItem& dictionary, Blobs& blobs) {
-  static constexpr std::array<std::string_view, 2> keys{"object", "children"};
-  std::array<std::uint64_t, 2> values;
+bool DTTreeNode::readFrom(KeyedArchiveReader& reader, const KeyedValues& values, Blobs& blobs) {
   std::uint32_t children = 0;
-  return reader.lookUp(dictionary, keys, values) && readRepresentedObject(reader, values[0]) &&
-         reader.readUID(values[1], children) && reader.dataArray(children, blobs);
+  return readRepresentedObject(reader, values[0]) && reader.readUID(values[1], children) &&
+         reader.dataArray(children, blobs);
 }
 
 bool DTTreeNode::readRepresentedObject(KeyedArchiveReader& reader, std::uint64_t value) {
-  static constexpr std::array<std::string_view, 1> keys{"$class"};
-  std::array<std::uint64_t, 1> values;
   std::uint32_t uid = 0;
   PropertyListItem item;
   if (!reader.readUID(value, uid)) return false;
   if (uid == 0) return true;
   if (!reader.readSlot(uid, item)) return false;
   if (item.kind == PropertyListKind::Dictionary) {
-    if (!reader.lookUp(item, keys, values)) return false;
-    if (reader.isOfClass(values[0], DTArchiveEntry::className)) return entry_.emplace().readFrom(reader, item);
+    DTArchiveEntry::KeyedValues values;
+    if (!reader.lookUp(item, DTArchiveEntry::keys, values)) return false;
+    if (reader.isOfClass(values.back(), DTArchiveEntry::className)) return entry_.emplace().readFrom(reader, values);
   }
   // Something else than an entry: it must be sound, but the node has no entry then.
   platform::Object object;
@@ -116,8 +115,11 @@ bool DTTreeNode::readRepresentedObject(KeyedArchiveReader& reader, std::uint64_t
 
 bool DTTreeNode::readFrom(platform::ByteView archive, const KeyedArchiveReader& parent, Blobs& blobs) {
   auto reader = KeyedArchiveReader::open(archive, parent.classes(), parent.budget());
-  PropertyListItem dictionary;
-  return reader && reader->readRoot(className, dictionary) && readFrom(*reader, dictionary, blobs);
+  KeyedValues values;
+  PropertyListItem root;
+  return reader && reader->root() != 0 && reader->readSlot(reader->root(), root) &&
+         root.kind == PropertyListKind::Dictionary && reader->lookUp(root, keys, values) &&
+         reader->isOfClass(values.back(), className) && readFrom(*reader, values, blobs);
 }
 
 // Depth first, with the parents that still have archives to read on a list of their own. A parent leaves the list before

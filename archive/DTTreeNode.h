@@ -4,6 +4,7 @@
 // rest of the program are immutable and shared (`std::shared_ptr<const DTTreeNode>`).
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -52,8 +53,11 @@ class DTTreeNode final : public platform::Coding {
  private:
   using Blobs = std::optional<std::vector<platform::ByteView>>;
 
+  static constexpr std::array<platform::PropertyListKey, 3> keys{"object", "children", "$class"};
+  using KeyedValues = std::array<std::uint64_t, keys.size()>;
+
   /// Reads the node's own keyed values; its children's archives are left in `blobs`.
-  bool readFrom(platform::KeyedArchiveReader& reader, const platform::PropertyListItem& dictionary, Blobs& blobs);
+  bool readFrom(platform::KeyedArchiveReader& reader, const KeyedValues& values, Blobs& blobs);
   bool readFrom(platform::ByteView archive, const platform::KeyedArchiveReader& parent, Blobs& blobs);
   bool readRepresentedObject(platform::KeyedArchiveReader& reader, std::uint64_t value);
   bool readDescendants(const platform::KeyedArchiveReader& reader, Blobs blobs);

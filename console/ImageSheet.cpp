@@ -63,8 +63,10 @@ std::vector<Entry> catalogueEntries(platform::Workspace& workspace, platform::Sy
   std::vector<Entry> entries;
   for (const DTExtension::MenuSymbol& entry : DTExtension::menuSymbols()) {
     const std::string name(entry.operation);
-    entries.push_back({name + "-symbol", menuSymbolImage(entry, {workspace, symbolImages, graphics, current})});
-    entries.push_back({name + "-fallback", menuSymbolImage(entry, {workspace, symbolImages, graphics, earlier})});
+    entries.push_back(
+        {name + "-symbol", menuSymbolImage(entry, {workspace, symbolImages, graphics, current})});
+    entries.push_back(
+        {name + "-fallback", menuSymbolImage(entry, {workspace, symbolImages, graphics, earlier})});
   }
   return entries;
 }
@@ -74,7 +76,8 @@ void appendIcons(std::vector<Entry>& entries, platform::Workspace& workspace) {
   entries.push_back({"applicationIcon", workspace.imageNamed(platform::ImageNameApplicationIcon)});
   entries.push_back({"folder", workspace.imageNamed(platform::ImageNameFolder)});
   entries.push_back({"fileType", workspace.iconForFileType("")});
-  for (const char* type : {"zip", "7z", "txt", "pdf", "png", "mp3", "mp4", "html", "cpp", "ttf", "sh", "unheard-of"}) {
+  for (const char* type :
+       {"zip", "7z", "txt", "pdf", "png", "mp3", "mp4", "html", "cpp", "ttf", "sh", "unheard-of"}) {
     entries.push_back({std::string("fileType-") + type, workspace.iconForFileType(type)});
   }
 }
@@ -82,7 +85,8 @@ void appendIcons(std::vector<Entry>& entries, platform::Workspace& workspace) {
 std::shared_ptr<const Bitmap> pixelsOf(const Image& image, double side, platform::Graphics& graphics) {
   const auto context = graphics.lockFocus({side, side});
   context->setImageInterpolation(platform::ImageInterpolation::high);
-  context->drawImage(image, {{0, 0}, {side, side}}, {{0, 0}, image.size}, platform::CompositingOperation::sourceOver, 1);
+  context->drawImage(image, {{0, 0}, {side, side}}, {{0, 0}, image.size},
+                     platform::CompositingOperation::sourceOver, 1);
   const ImageRef drawn = context->unlockFocus();
   return drawn->representations.empty() ? std::make_shared<Bitmap>() : drawn->representations.front().bitmap;
 }
@@ -102,7 +106,8 @@ Surface surfaceOf(const Bitmap& bitmap) {
 }
 
 // Of a template image only the shape counts: it is painted with the panel's own foreground.
-void paint(cairo_t* sheet, const Entry& entry, double side, int scale, const Shade& shade, platform::Graphics& graphics) {
+void paint(cairo_t* sheet, const Entry& entry, double side, int scale, const Shade& shade,
+           platform::Graphics& graphics) {
   const Surface surface = surfaceOf(*pixelsOf(*entry.image, side, graphics));
   cairo_save(sheet);
   cairo_scale(sheet, scale, scale);
@@ -170,8 +175,8 @@ int failed(const std::string& file) {
 
 }  // namespace
 
-int writeImages(const std::string& folder, platform::Workspace& workspace, platform::SymbolImages& symbolImages,
-                platform::Graphics& graphics) {
+int writeImages(const std::string& folder, platform::Workspace& workspace,
+                platform::SymbolImages& symbolImages, platform::Graphics& graphics) {
   std::error_code error;
   std::filesystem::create_directories(folder, error);
   if (error) return failed(folder);
@@ -179,7 +184,8 @@ int writeImages(const std::string& folder, platform::Workspace& workspace, platf
   appendIcons(entries, workspace);
   for (const Entry& entry : entries) {
     const std::string file = folder + '/' + entry.name + ".png";
-    if (!entry.image || !platform::native::writePNG(*pixelsOf(*entry.image, 32, graphics), file)) return failed(file);
+    if (!entry.image || !platform::native::writePNG(*pixelsOf(*entry.image, 32, graphics), file))
+      return failed(file);
   }
   const std::string sheet = folder + "/sheet.png";
   return writeSheet(entries, sheet, graphics) ? 0 : failed(sheet);

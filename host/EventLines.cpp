@@ -12,7 +12,12 @@ void EventLines::write(std::string_view name, const JSON::ObjectValue& members) 
   writeText(name, inner.empty() ? "" : "," + std::string(inner));
 }
 
+bool EventLines::isWanted(std::string_view name) const {
+  return !isQuiet_ || name == "ready" || name == "promoted" || name == "quit";
+}
+
 void EventLines::writeText(std::string_view name, std::string_view members) {
+  if (!isWanted(name)) return;
   std::string line = "{\"event\":" + JSON(name).text();
   line.append(members).append("}\n");
   std::string_view rest = line;

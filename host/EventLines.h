@@ -9,7 +9,8 @@
 class EventLines {
  public:
   /// Lines go to that descriptor, which is not owned. Once it cannot be written any more they go nowhere.
-  explicit EventLines(int descriptor) : descriptor_(descriptor) {}
+  /// A quiet one writes the lines of the host's own life alone: "ready", "promoted" and "quit".
+  explicit EventLines(int descriptor, bool isQuiet = false) : descriptor_(descriptor), isQuiet_(isQuiet) {}
 
   /// `{"event":name, …}`, the members in their order. Name characters that are no UTF-8 are escaped (platform/JSON.h).
   void write(std::string_view name, const platform::JSON::ObjectValue& members);
@@ -17,5 +18,8 @@ class EventLines {
   void writeText(std::string_view name, std::string_view members);
 
  private:
+  bool isWanted(std::string_view name) const;
+
   int descriptor_;
+  bool isQuiet_;
 };

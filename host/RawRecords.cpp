@@ -8,6 +8,13 @@
 
 using platform::KeyedArchiveReader;
 using platform::PropertyListItem;
+using platform::PropertyListKey;
+
+namespace {
+
+constexpr std::array<PropertyListKey, 3> nodeKeys{"object", "children", "$class"};
+
+}  // namespace
 
 std::span<const std::string_view> RawMessage::classNames() const {
   static constexpr std::array<std::string_view, 2> names{"DTMessage", "NSObject"};
@@ -69,19 +76,27 @@ void RawNode::encodeWithCoder(platform::KeyedArchiver& coder) const {
 
 std::shared_ptr<const platform::Coding> RawNode::initWithCoder(platform::KeyedUnarchiver& coder) {
   auto node = std::make_shared<RawNode>();
+  KeyedValues values;
   Blobs blobs;
-  if (!node->readFrom(coder.reader(), coder.dictionary(), blobs)) return nullptr;
+  if (!coder.reader().lookUp(coder.dictionary(), nodeKeys, values)) return nullptr;
+  if (!node->readFrom(coder.reader(), values, blobs)) return nullptr;
   if (!node->readDescendants(coder.reader(), std::move(blobs))) return nullptr;
   return node;
 }
 
-bool RawNode::readFrom(KeyedArchiveReader& reader, const PropertyListItem& dictionary, Blobs& blobs) {
-  static constexpr std::array<std::string_view, 2> keys{"object", "children"};
-  std::array<std::uint64_t, 2> values;
+bool RawNode::readFrom(KeyedArchiveReader& reader, const KeyedValues& values, Blobs& blobs) {
   std::uint32_t objectUID = 0, childrenUID = 0;
-  return reader.lookUp(dictionary, keys, values) && reader.readUID(values[0], objectUID) &&
-         reader.object(objectUID, object) && reader.readUID(values[1], childrenUID) &&
-         reader.dataArray(childrenUID, blobs);
+  return reader.readUID(values[0], objectUID) && reader.object(objectUID, object) &&
+         reader.readUID(values[1], childrenUID) && reader.dataArray(childrenUID, blobs);
+}
+
+bool RawNode::readFrom(platform::ByteView archive, const KeyedArchiveReader& parent, Blobs& blobs) {
+  auto reader = KeyedArchiveReader::open(archive, parent.classes(), parent.budget());
+  KeyedValues values;
+  PropertyListItem root;
+  return reader && reader->root() != 0 && reader->readSlot(reader->root(), root) &&
+         root.kind == platform::PropertyListKind::Dictionary && reader->lookUp(root, nodeKeys, values) &&
+         reader->isOfClass(values.back(), "DTTreeNode") && readFrom(*reader, values, blobs);
 }
 
 // Depth first without a call a level, as the tree itself is read.
@@ -111,11 +126,8 @@ bool RawNode::readDescendants(const KeyedArchiveReader& reader, Blobs blobs) {
     if (parent.next == parent.blobs.size()) parents.pop_back();
     budget.setArchiveDepth(depth);
     RawNode& child = siblings.emplace_back();
-    PropertyListItem dictionary;
     Blobs archives;
-    auto childReader = KeyedArchiveReader::open(archive, reader.classes(), budget);
-    const bool isNode = childReader && childReader->readRoot("DTTreeNode", dictionary);
-    if (!isNode || !child.readFrom(*childReader, dictionary, archives)) {
+    if (!child.readFrom(archive, reader, archives)) {
       if (budget.isExhausted()) return false;
       siblings.pop_back();
     } else if (!enter(child, archives, depth + 1)) {

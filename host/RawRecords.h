@@ -3,6 +3,8 @@
 // themselves use DTMessage, DTArchiveEntry and DTTreeNode.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
@@ -43,7 +45,10 @@ struct RawNode final : platform::Coding {
  private:
   using Blobs = std::optional<std::vector<platform::ByteView>>;
 
-  bool readFrom(platform::KeyedArchiveReader& reader, const platform::PropertyListItem& dictionary, Blobs& blobs);
+  using KeyedValues = std::array<std::uint64_t, 3>;
+
+  bool readFrom(platform::KeyedArchiveReader& reader, const KeyedValues& values, Blobs& blobs);
+  bool readFrom(platform::ByteView archive, const platform::KeyedArchiveReader& parent, Blobs& blobs);
   bool readDescendants(const platform::KeyedArchiveReader& reader, Blobs blobs);
 };
 

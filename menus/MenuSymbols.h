@@ -1,7 +1,7 @@
-// A fixed catalogue of small images for menus and toolbars: on a system with symbol images each is a symbol, on an earlier
-// one a standard image of the platform or an image of our own resources. The extension's own menus
-// take none of them. Nothing is kept between calls, though the platform may share an image that has a name. Main thread
-// only.
+// A fixed catalogue of small images for menus and toolbars: on a system with symbol images each is a symbol,
+// on an earlier one a standard image of the platform or an image of our own resources. The extension's own
+// menus take none of them. Nothing is kept between calls, though the platform may share an image that has a
+// name. Main thread only.
 #pragma once
 
 #include <span>

@@ -44,7 +44,7 @@ bool ArchivedValue::decode(std::string_view name, Object& object) {
 }
 
 bool ArchivedValue::find(std::string_view key, std::uint64_t& value) const {
-  return reader_.lookUp(dictionary_, {&key, 1}, {&value, 1});
+  return reader_.lookUp(dictionary_, key, value);
 }
 
 bool ArchivedValue::uidForKey(std::string_view key, std::uint32_t& uid) const {
@@ -96,7 +96,7 @@ bool ArchivedValue::decodeSet(Object& object) {
 }
 
 bool ArchivedValue::decodeDictionary(Object& object) {
-  static constexpr std::array<std::string_view, 2> names{"NS.keys", "NS.objects"};
+  static constexpr std::array<PropertyListKey, 2> names{"NS.keys", "NS.objects"};
   std::array<std::uint64_t, 2> values;
   std::vector<std::uint32_t> keys, elements;
   if (!reader_.lookUp(dictionary_, names, values)) return false;

@@ -1,5 +1,5 @@
-// The platform's standard image names, spelled as there. Each is one array for the whole program, as the folder's name is
-// told from a file type by identity.
+// The platform's standard image names, spelled as there. Each is one array for the whole program, as the
+// folder's name is told from a file type by identity.
 #pragma once
 
 namespace platform {

@@ -23,17 +23,17 @@ std::optional<KeyedArchiveReader> KeyedArchiveReader::open(ByteView bytes, Class
 }
 
 bool KeyedArchiveReader::readTop() {
-  static constexpr std::array<std::string_view, 3> keys{"$version", "$top", "$objects"};
-  static constexpr std::array<std::string_view, 1> topKeys{"root"};
-  std::array<std::uint64_t, 3> values;
+  static constexpr std::array<PropertyListKey, 4> keys{"$version", "$archiver", "$top", "$objects"};
+  static constexpr std::array<PropertyListKey, 1> topKeys{"root"};
+  std::array<std::uint64_t, 4> values;
   std::array<std::uint64_t, 1> topValues;
   PropertyListItem item;
   if (!read(list_.topObject(), item) || item.kind != PropertyListKind::Dictionary) return false;
   if (!lookUp(item, keys, values)) return false;
   if (!read(values[0], item) || item.kind != PropertyListKind::Integer || item.value != ArchiveVersion) return false;
-  if (!read(values[2], objects_) || objects_.kind != PropertyListKind::Array) return false;
+  if (!read(values[3], objects_) || objects_.kind != PropertyListKind::Array) return false;
   if (!budget_->spend(objects_.count) || !list_.hasValidReferences(objects_)) return false;
-  if (!read(values[1], item) || item.kind != PropertyListKind::Dictionary) return false;
+  if (!read(values[2], item) || item.kind != PropertyListKind::Dictionary) return false;
   return lookUp(item, topKeys, topValues) && readUID(topValues[0], root_);
 }
 
@@ -45,20 +45,21 @@ bool KeyedArchiveReader::readUID(std::uint64_t value, std::uint32_t& uid) const 
   uid = 0;
   if (value == absent) return true;
   PropertyListItem item;
-  if (!read(value, item)) return false;
+  if (!list_.readLikelyUID(value, item)) return false;
   if (item.kind == PropertyListKind::UID) uid = static_cast<std::uint32_t>(item.value);
   return true;
 }
 
-bool KeyedArchiveReader::readClassRecord(std::uint64_t classValue, PropertyListItem& name, std::uint64_t& hints) const {
-  static constexpr std::array<std::string_view, 2> keys{"$classname", "$classhints"};
-  std::array<std::uint64_t, 2> values;
+bool KeyedArchiveReader::readClassRecord(std::uint64_t classValue, std::uint64_t& name, std::uint64_t& hints) const {
+  static constexpr std::array<PropertyListKey, 3> keys{"$classname", "$classes", "$classhints"};
+  std::array<std::uint64_t, 3> values;
   std::uint32_t uid = 0;
   PropertyListItem record;
   if (!readUID(classValue, uid) || uid == 0 || !readSlot(uid, record)) return false;
   if (record.kind != PropertyListKind::Dictionary || !lookUp(record, keys, values)) return false;
-  hints = values[1];
-  return read(values[0], name) && name.isString();
+  name = values[0];
+  hints = values[2];
+  return name != absent;
 }
 
 std::string_view KeyedArchiveReader::knownName(const PropertyListItem& name) const {
@@ -70,8 +71,8 @@ std::string_view KeyedArchiveReader::knownName(const PropertyListItem& name) con
 
 std::string_view KeyedArchiveReader::className(std::uint64_t classValue) const {
   PropertyListItem name, hints;
-  std::uint64_t hintsValue = absent;
-  if (!readClassRecord(classValue, name, hintsValue)) return {};
+  std::uint64_t nameValue = absent, hintsValue = absent;
+  if (!readClassRecord(classValue, nameValue, hintsValue) || !read(nameValue, name) || !name.isString()) return {};
   std::string_view known = knownName(name);
   if (!known.empty() || hintsValue == absent) return known;
   if (!read(hintsValue, hints) || hints.kind != PropertyListKind::Array || !budget_->spend(hints.count)) return {};
@@ -82,18 +83,10 @@ std::string_view KeyedArchiveReader::className(std::uint64_t classValue) const {
   return known;
 }
 
-bool KeyedArchiveReader::isOfClass(std::uint64_t classValue, std::string_view name) const {
-  PropertyListItem recordName;
-  std::uint64_t hints = absent;
+bool KeyedArchiveReader::isOfClass(std::uint64_t classValue, const PropertyListKey& name) const {
+  std::uint64_t recordName = absent, hints = absent;
   if (!readClassRecord(classValue, recordName, hints)) return false;
-  return recordName.equals(name) || (hints != absent && className(classValue) == name);
-}
-
-bool KeyedArchiveReader::readRoot(std::string_view className, PropertyListItem& dictionary) const {
-  static constexpr std::array<std::string_view, 1> keys{"$class"};
-  std::array<std::uint64_t, 1> values;
-  return root_ != 0 && readSlot(root_, dictionary) && dictionary.kind == PropertyListKind::Dictionary &&
-         lookUp(dictionary, keys, values) && isOfClass(values[0], className);
+  return list_.isText(recordName, name) || (hints != absent && className(classValue) == name.text());
 }
 
 bool KeyedArchiveReader::text(const PropertyListItem& string, std::string& text) const {
@@ -113,7 +106,7 @@ bool KeyedArchiveReader::object(std::uint32_t uid, Object& object) {
   object = Object();
   if (uid == 0) return true;
   PropertyListItem item;
-  if (!budget_->spend(sizeof(Object)) || !readSlot(uid, item)) return false;
+  if (!budget_->spend(DecodeBudget::costOfObject) || !readSlot(uid, item)) return false;
   switch (item.kind) {
     case PropertyListKind::Boolean: object = Object(item.value != 0); return true;
     case PropertyListKind::Integer: object = Object(Integer{item.value, item.isNegative}); return true;
@@ -136,11 +129,11 @@ bool KeyedArchiveReader::object(std::uint32_t uid, Object& object) {
 }
 
 bool KeyedArchiveReader::instance(const PropertyListItem& dictionary, Object& object) {
-  static constexpr std::array<std::string_view, 1> keys{"$class"};
+  static constexpr std::array<PropertyListKey, 1> keys{"$class"};
   std::array<std::uint64_t, 1> values;
   if (!lookUp(dictionary, keys, values)) return false;
   const std::string_view name = className(values[0]);
-  if (name.empty() || !budget_->enter()) return false;
+  if (name.empty() || !budget_->spend(DecodeBudget::costOfInstance) || !budget_->enter()) return false;
   const bool isMade = ArchivedValue(*this, dictionary).decode(name, object);
   budget_->leave();
   return isMade;
@@ -159,7 +152,7 @@ bool KeyedArchiveReader::uidArray(std::uint64_t value, std::vector<std::uint32_t
 }
 
 bool KeyedArchiveReader::elements(const PropertyListItem& dictionary, std::vector<std::uint32_t>& uids) const {
-  static constexpr std::array<std::string_view, 1> keys{"NS.objects"};
+  static constexpr std::array<PropertyListKey, 1> keys{"NS.objects"};
   std::array<std::uint64_t, 1> values;
   if (!lookUp(dictionary, keys, values)) return false;
   return values[0] == absent ? numberedElements(dictionary, uids) : uidArray(values[0], uids);
@@ -193,7 +186,7 @@ bool KeyedArchiveReader::dataView(std::uint32_t uid, ByteView& view) {
   if (!readSlot(uid, item)) return false;
   if (item.kind == PropertyListKind::Data) view = item.data();
   if (item.kind != PropertyListKind::Dictionary) return true;
-  static constexpr std::array<std::string_view, 3> keys{"NS.data", "NS.bytes", "$class"};
+  static constexpr std::array<PropertyListKey, 3> keys{"NS.data", "NS.bytes", "$class"};
   std::array<std::uint64_t, 3> values;
   if (!lookUp(item, keys, values)) return false;
   const std::string_view name = className(values[2]);
@@ -210,13 +203,13 @@ bool KeyedArchiveReader::dataArray(std::uint32_t uid, std::optional<std::vector<
   if (uid == 0) return true;
   if (!readSlot(uid, item)) return false;
   if (item.kind != PropertyListKind::Dictionary) return true;
-  static constexpr std::array<std::string_view, 1> keys{"$class"};
-  std::array<std::uint64_t, 1> values;
+  static constexpr std::array<PropertyListKey, 2> keys{"NS.objects", "$class"};
+  std::array<std::uint64_t, 2> values;
   if (!lookUp(item, keys, values)) return false;
-  const std::string_view name = className(values[0]);
-  if (name != "NSArray" && name != "NSMutableArray") return !name.empty();
+  if (!isOfClass(values[1], "NSArray") && !isOfClass(values[1], "NSMutableArray")) return !className(values[1]).empty();
   std::vector<std::uint32_t> uids;
-  if (!elements(item, uids) || !budget_->spend(uids.size(), sizeof(ByteView))) return false;
+  const bool isRead = values[0] == absent ? numberedElements(item, uids) : uidArray(values[0], uids);
+  if (!isRead || !budget_->spend(uids.size(), sizeof(ByteView))) return false;
   views.emplace(uids.size());
   for (std::size_t i = 0; i < uids.size(); ++i) {
     if (!dataView(uids[i], (*views)[i])) return false;

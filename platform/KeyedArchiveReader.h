@@ -36,14 +36,16 @@ class KeyedArchiveReader {
   /// The item that stands at a value of a dictionary. False for `absent`.
   bool read(std::uint64_t value, PropertyListItem& item) const { return list_.read(value, item); }
   /// The values under `keys`, `absent` for those that are not there.
-  bool lookUp(const PropertyListItem& dictionary, std::span<const std::string_view> keys,
+  bool lookUp(const PropertyListItem& dictionary, std::span<const PropertyListKey> keys,
               std::span<std::uint64_t> values) const {
     return budget_->spend(2 * dictionary.count) && list_.lookUp(dictionary, keys, values);
   }
-  /// The root object's dictionary. False unless the root is an instance of this class.
-  bool readRoot(std::string_view className, PropertyListItem& dictionary) const;
+  bool lookUp(const PropertyListItem& dictionary, std::string_view key, std::uint64_t& value) const {
+    const PropertyListKey only(key);
+    return lookUp(dictionary, {&only, 1}, {&value, 1});
+  }
   /// Whether the value of "$class" leads to this class of the platform's or of the table.
-  bool isOfClass(std::uint64_t classValue, std::string_view name) const;
+  bool isOfClass(std::uint64_t classValue, const PropertyListKey& name) const;
 
   /// The object at a reference, made whole. nil for 0.
   bool object(std::uint32_t uid, Object& object);
@@ -62,7 +64,7 @@ class KeyedArchiveReader {
   /// The name, in static storage or the table's, of the class that a class record leads to; empty when that is unknown.
   std::string_view className(std::uint64_t classValue) const;
   std::string_view knownName(const PropertyListItem& name) const;
-  bool readClassRecord(std::uint64_t classValue, PropertyListItem& name, std::uint64_t& hints) const;
+  bool readClassRecord(std::uint64_t classValue, std::uint64_t& name, std::uint64_t& hints) const;
   bool instance(const PropertyListItem& dictionary, Object& object);
   /// The references of a collection, from "NS.objects" or the older numbered keys.
   bool elements(const PropertyListItem& dictionary, std::vector<std::uint32_t>& uids) const;

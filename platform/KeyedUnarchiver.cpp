@@ -29,13 +29,13 @@ std::optional<Object> KeyedUnarchiver::unarchivedObjectWithData(ByteView bytes, 
 
 std::uint64_t KeyedUnarchiver::find(std::string_view key) const {
   std::uint64_t value = 0;
-  return reader_.lookUp(dictionary_, {&key, 1}, {&value, 1}) ? value : KeyedArchiveReader::absent;
+  return reader_.lookUp(dictionary_, key, value) ? value : KeyedArchiveReader::absent;
 }
 
 std::uint32_t KeyedUnarchiver::uidForKey(std::string_view key) {
   std::uint64_t value = 0;
   std::uint32_t uid = 0;
-  if (!reader_.lookUp(dictionary_, {&key, 1}, {&value, 1}) || !reader_.readUID(value, uid)) fail();
+  if (!reader_.lookUp(dictionary_, key, value) || !reader_.readUID(value, uid)) fail();
   return uid;
 }
 
@@ -51,7 +51,7 @@ Object KeyedUnarchiver::decodeObjectForKey(std::string_view key) {
 
 bool KeyedUnarchiver::decodeBoolForKey(std::string_view key) {
   std::uint64_t value = 0;
-  if (!reader_.lookUp(dictionary_, {&key, 1}, {&value, 1})) fail();
+  if (!reader_.lookUp(dictionary_, key, value)) fail();
   if (hasFailed_ || value == KeyedArchiveReader::absent) return false;
   PropertyListItem item;
   if (!reader_.read(value, item) || item.kind != PropertyListKind::Boolean) fail();

@@ -5,7 +5,6 @@
 namespace platform {
 namespace {
 
-constexpr std::size_t HeaderLength = 8;
 constexpr std::size_t TrailerLength = 32;
 
 bool fits(std::uint64_t value, unsigned size) { return size == 8 || value >> (8 * size) == 0; }
@@ -23,7 +22,7 @@ bool PropertyListItem::equals(std::string_view text) const {
 
 std::optional<PropertyListReader> PropertyListReader::open(ByteView bytes) {
   PropertyListReader reader;
-  if (bytes.size() < HeaderLength + 1 + TrailerLength) return std::nullopt;
+  if (bytes.size() < headerLength + 1 + TrailerLength) return std::nullopt;
   // The eighth byte is a minor version that every reader of the format leaves alone.
   if (std::memcmp(bytes.data(), "bplist0", 7) != 0) return std::nullopt;
   reader.bytes_ = bytes.data();
@@ -40,47 +39,45 @@ bool PropertyListReader::readTrailer(std::size_t length) {
   top_ = number(trailer + 16, 8);
   const std::uint64_t table = number(trailer + 24, 8);
   if (offsetSize_ < 1 || offsetSize_ > 8 || referenceSize_ < 1 || referenceSize_ > 8) return false;
-  if (table <= HeaderLength || table >= limit || top_ >= count_) return false;
+  if (table <= headerLength || table >= limit || top_ >= count_) return false;
   const std::uint64_t tableSize = limit - table;
   if (count_ > tableSize / offsetSize_ || count_ * offsetSize_ != tableSize) return false;
   table_ = bytes_ + table;
   return fits(table, offsetSize_) && fits(count_, referenceSize_);
 }
 
-bool PropertyListReader::hasValidOffsets() const {
-  const std::uint64_t limit = static_cast<std::uint64_t>(table_ - bytes_);
-  std::uint64_t largest = 0;
-  if (offsetSize_ == 1) {
-    // The sizes of small archives, of which a tree holds one a node: plain loops that the compiler turns into vectors.
+// The largest of `count` numbers. Small archives, of which a tree holds one a node, have numbers of one or two bytes: plain
+// loops that the compiler turns into vector instructions.
+std::uint64_t PropertyListReader::largest(const std::uint8_t* at, std::size_t count, unsigned size) {
+  if (size == 1) {
     std::uint8_t most = 0;
-    for (std::size_t i = 0; i < count_; ++i) most = std::max(most, table_[i]);
-    largest = most;
-  } else if (offsetSize_ == 2) {
-    std::uint16_t most = 0;
-    for (std::size_t i = 0; i < count_; ++i) {
-      most = std::max(most, static_cast<std::uint16_t>(table_[2 * i] << 8 | table_[2 * i + 1]));
-    }
-    largest = most;
-  } else {
-    for (std::size_t i = 0; i < count_; ++i) {
-      largest = std::max(largest, number(table_ + i * offsetSize_, offsetSize_));
-    }
+    for (std::size_t i = 0; i < count; ++i) most = std::max(most, at[i]);
+    return most;
   }
-  return largest < limit;
+  if (size == 2) {
+    std::uint16_t most = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+      most = std::max(most, static_cast<std::uint16_t>(at[2 * i] << 8 | at[2 * i + 1]));
+    }
+    return most;
+  }
+  std::uint64_t most = 0;
+  for (std::size_t i = 0; i < count; ++i) most = std::max(most, number(at + i * size, size));
+  return most;
+}
+
+bool PropertyListReader::hasValidOffsets() const {
+  return largest(table_, count_, offsetSize_) < static_cast<std::uint64_t>(table_ - bytes_);
 }
 
 bool PropertyListReader::hasValidReferences(const PropertyListItem& container) const {
   const std::size_t pairs = container.kind == PropertyListKind::Dictionary ? 2 : 1;
-  std::uint64_t largest = 0;
-  for (std::size_t i = 0; i < container.count * pairs; ++i) largest = std::max(largest, reference(container, i));
-  return largest < count_;
+  return largest(container.bytes, container.count * pairs, referenceSize_) < count_;
 }
 
 bool PropertyListReader::read(std::uint64_t object, PropertyListItem& item) const {
-  if (object >= count_) return false;
-  const std::uint64_t offset = number(table_ + object * offsetSize_, offsetSize_);
-  if (offset < HeaderLength) return false;
-  const std::uint8_t* at = bytes_ + offset;
+  const std::uint8_t* at = position(object);
+  if (!at) return false;
   const unsigned low = *at & 0x0f;
   const unsigned marker = *at++ >> 4;
   switch (marker) {
@@ -164,23 +161,43 @@ bool PropertyListReader::readCounted(PropertyListKind kind, unsigned low, const 
   return true;
 }
 
-bool PropertyListReader::lookUp(const PropertyListItem& dictionary, std::span<const std::string_view> keys,
+bool PropertyListReader::isText(std::uint64_t object, const PropertyListKey& text) const {
+  const std::uint8_t* at = position(object);
+  if (!at) return false;
+  PropertyListItem item;
+  return standsAt(at, text) || (read(object, item) && item.equals(text.text()));
+}
+
+bool PropertyListReader::lookUp(const PropertyListItem& dictionary, std::span<const PropertyListKey> keys,
                                 std::span<std::uint64_t> values) const {
   std::fill(values.begin(), values.end(), absent);
+  // Writers keep their order, so the key after the last one found is tried first.
   std::size_t next = 0;
   for (std::size_t i = 0; i < dictionary.count; ++i) {
-    PropertyListItem key;
-    if (!read(reference(dictionary, i), key) || !key.isString()) return false;
     const std::uint64_t value = reference(dictionary, dictionary.count + i);
-    if (value >= count_) return false;
-    // Writers keep their order, so the key after the last one found is tried first.
-    for (std::size_t tried = 0; tried < keys.size(); ++tried, ++next) {
-      if (next >= keys.size()) next = 0;
-      if (!key.equals(keys[next])) continue;
+    const std::uint64_t key = reference(dictionary, i);
+    const std::uint8_t* at = position(key);
+    if (!at || value >= count_) return false;
+    if (next < keys.size() && standsAt(at, keys[next])) {
       if (values[next] != absent) return false;
       values[next++] = value;
-      break;
+    } else if (!lookUpOne(key, value, keys, values, next)) {
+      return false;
     }
+  }
+  return true;
+}
+
+bool PropertyListReader::lookUpOne(std::uint64_t key, std::uint64_t value, std::span<const PropertyListKey> keys,
+                                   std::span<std::uint64_t> values, std::size_t& next) const {
+  PropertyListItem item;
+  if (!read(key, item) || !item.isString()) return false;
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    if (!item.equals(keys[i].text())) continue;
+    if (values[i] != absent) return false;
+    values[i] = value;
+    next = i + 1;
+    break;
   }
   return true;
 }

@@ -36,6 +36,39 @@ struct PropertyListItem {
   bool equals(std::string_view text) const;
 };
 
+/// A key to look for: ASCII text in static storage, and the 16 bytes with which it usually stands in a property list.
+class PropertyListKey {
+ public:
+  constexpr PropertyListKey(std::string_view text) : text_(text), isShort_(text.size() < 15) {
+    if (!isShort_) return;
+    put(0, static_cast<std::uint8_t>(0x50 | text.size()));
+    for (std::size_t i = 0; i < text.size(); ++i) put(i + 1, static_cast<std::uint8_t>(text[i]));
+  }
+  constexpr PropertyListKey(const char* text) : PropertyListKey(std::string_view(text)) {}
+
+  constexpr std::string_view text() const { return text_; }
+  /// Whether the key stands at `at`, where 16 bytes can be read, in the form of a short ASCII string.
+  bool standsAt(const std::uint8_t* at) const {
+    std::uint64_t words[2];
+    std::memcpy(words, at, sizeof words);
+    return isShort_ && (((words[0] ^ words_[0]) & masks_[0]) | ((words[1] ^ words_[1]) & masks_[1])) == 0;
+  }
+  /// Bytes from the marker to the end of a short ASCII string.
+  std::size_t length() const { return 1 + text_.size(); }
+
+ private:
+  constexpr void put(std::size_t at, std::uint8_t byte) {
+    const std::size_t place = std::endian::native == std::endian::little ? at % 8 : 7 - at % 8;
+    words_[at / 8] |= std::uint64_t{byte} << (8 * place);
+    masks_[at / 8] |= std::uint64_t{0xff} << (8 * place);
+  }
+
+  std::string_view text_;
+  bool isShort_;
+  std::uint64_t words_[2] = {};
+  std::uint64_t masks_[2] = {};
+};
+
 class PropertyListReader {
  public:
   static constexpr std::uint64_t absent = ~std::uint64_t{0};
@@ -56,12 +89,24 @@ class PropertyListReader {
   }
   /// Whether every reference of a container names an object.
   bool hasValidReferences(const PropertyListItem& container) const;
+  /// `read` for an object that is likely to be a UID of one byte.
+  bool readLikelyUID(std::uint64_t object, PropertyListItem& item) const {
+    const std::uint8_t* at = position(object);
+    if (!at || *at != 0x80 || at + 2 > table_) return read(object, item);
+    item.kind = PropertyListKind::UID;
+    item.value = at[1];
+    return true;
+  }
+  /// Whether the object is this text.
+  bool isText(std::uint64_t object, const PropertyListKey& text) const;
   /// Finds the values under `keys`, `absent` for a key that is not there. False when the dictionary is malformed: a key
   /// that is no string, one of `keys` twice, a reference to no object.
-  bool lookUp(const PropertyListItem& dictionary, std::span<const std::string_view> keys,
+  bool lookUp(const PropertyListItem& dictionary, std::span<const PropertyListKey> keys,
               std::span<std::uint64_t> values) const;
 
  private:
+  static constexpr std::size_t headerLength = 8;
+
   PropertyListReader() = default;
 
   /// A big-endian number of 1 to 8 bytes. Reads 8: within the bytes for all numbers that lie ahead of the trailer.
@@ -71,8 +116,20 @@ class PropertyListReader {
     if constexpr (std::endian::native == std::endian::little) raw = __builtin_bswap64(raw);
     return raw >> (64 - 8 * size);
   }
+  /// Where an object starts; null when there is no such object. The trailer follows the last: 32 bytes can be read there.
+  const std::uint8_t* position(std::uint64_t object) const {
+    if (object >= count_) return nullptr;
+    const std::uint64_t offset = number(table_ + object * offsetSize_, offsetSize_);
+    return offset < headerLength ? nullptr : bytes_ + offset;
+  }
+  bool standsAt(const std::uint8_t* at, const PropertyListKey& key) const {
+    return key.standsAt(at) && key.length() <= static_cast<std::size_t>(table_ - at);
+  }
   bool readTrailer(std::size_t length);
+  static std::uint64_t largest(const std::uint8_t* at, std::size_t count, unsigned size);
   bool hasValidOffsets() const;
+  bool lookUpOne(std::uint64_t key, std::uint64_t value, std::span<const PropertyListKey> keys,
+                 std::span<std::uint64_t> values, std::size_t& next) const;
   bool readInteger(const std::uint8_t* at, std::size_t available, unsigned low, PropertyListItem& item) const;
   bool readCount(unsigned low, const std::uint8_t*& at, PropertyListItem& item) const;
   bool readCounted(PropertyListKind kind, unsigned low, const std::uint8_t* at, std::size_t unit,

@@ -22,7 +22,8 @@ class FakeSymbolImages final : public SymbolImages {
 
   /// One representation of 16 points, named after the symbol.
   ImageRef imageWithSystemSymbolName(std::string_view name) override;
-  ImageRef imageWithSymbolConfiguration(const Image& image, const SymbolConfiguration& configuration) override;
+  ImageRef imageWithSymbolConfiguration(const Image& image,
+                                        const SymbolConfiguration& configuration) override;
 
  private:
   CallLog& log_;

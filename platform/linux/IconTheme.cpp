@@ -35,7 +35,8 @@ bool isDirectory(const std::string& path) {
 
 // A theme's name and a drawing's name are single components of a path.
 bool isSingleComponent(std::string_view name) {
-  return !name.empty() && name.find('/') == name.npos && !name.starts_with('.') && name.find('\0') == name.npos;
+  return !name.empty() && name.find('/') == name.npos && !name.starts_with('.') &&
+         name.find('\0') == name.npos;
 }
 
 KeyFile openDescription(const std::string& path) {

@@ -1,6 +1,7 @@
-// The desktop's icon theme with all that it inherits from, read as the freedesktop Icon Theme Specification 0.13 tells,
-// without a toolkit and without a display. The theme's description files are read once, at construction; the drawings
-// of a name are looked for once. What changes in the theme afterwards is seen by the next process. Main thread only.
+// The desktop's icon theme with all that it inherits from, read as the freedesktop Icon Theme Specification
+// 0.13 tells, without a toolkit and without a display. The theme's description files are read once, at
+// construction; the drawings of a name are looked for once. What changes in the theme afterwards is seen by
+// the next process. Main thread only.
 #pragma once
 
 #include <map>
@@ -21,7 +22,7 @@ std::string currentIconThemeName();
 /// What a theme has of one icon.
 struct ThemedIcon {
   std::vector<ImageRepresentation> representations;  ///< Smallest first; empty when no theme has a drawing.
-  std::string unreadableFile;                        ///< The first file met that is no whole image; mostly empty.
+  std::string unreadableFile;  ///< The first file met that is no whole image; mostly empty.
 };
 
 class IconTheme {
@@ -29,9 +30,10 @@ class IconTheme {
   /// A theme that is not installed counts as "Adwaita"; "hicolor" always ends the chain.
   IconTheme(std::string_view name, std::vector<std::string> themeFolders);
 
-  /// The drawings of the first theme of the chain that has one of `names`, the names tried in their order within each
-  /// theme; at most one for each folder of the theme, each a whole PNG or SVG file. Sizes are in points, so drawings for
-  /// double resolution are left out. A name with a slash or a leading dot is in no theme.
+  /// The drawings of the first theme of the chain that has one of `names`, the names tried in their order
+  /// within each theme; at most one for each folder of the theme, each a whole PNG or SVG file. Sizes are in
+  /// points, so drawings for double resolution are left out. A name with a slash or a leading dot is in no
+  /// theme.
   ThemedIcon icon(const std::vector<std::string>& names);
 
  private:

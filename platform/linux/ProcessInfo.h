@@ -1,5 +1,5 @@
-// The version question on Linux, where the platform's interfaces are this backend's: the build settings say which version
-// of them it supplies.
+// The version question on Linux, where the platform's interfaces are this backend's: the build settings say
+// which version of them it supplies.
 #pragma once
 
 #include <string_view>

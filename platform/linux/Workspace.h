@@ -1,6 +1,7 @@
-// Images by name and icons by file type on Linux: the shared MIME database tells a file name's type, the current icon
-// theme has its drawing, and where it has none one of our own stands in. The theme and its settings are read at the first
-// question and kept until the process ends. No toolkit, no display. Main thread only.
+// Images by name and icons by file type on Linux: the shared MIME database tells a file name's type, the
+// current icon theme has its drawing, and where it has none one of our own stands in. The theme and its
+// settings are read at the first question and kept until the process ends. No toolkit, no display. Main
+// thread only.
 #pragma once
 
 #include <map>
@@ -17,8 +18,8 @@
 
 namespace platform::native {
 
-/// The folder of icon themes that holds our own drawings: the one beside the running program or plugin (../share/icons,
-/// as in a build folder or a prefix), else the one of the installation.
+/// The folder of icon themes that holds our own drawings: the one beside the running program or plugin
+/// (../share/icons, as in a build folder or a prefix), else the one of the installation.
 std::string ownIconFolder();
 
 class LinuxWorkspace final : public Workspace, public SymbolImages {
@@ -37,10 +38,11 @@ class LinuxWorkspace final : public Workspace, public SymbolImages {
   ImageRef iconForFileType(std::string_view extension) override;
   ImageRef imageWithSystemSymbolName(std::string_view name) override;
   /// Our symbols fill 16 points beside text of 13 points at the medium scale; the weight is always regular.
-  ImageRef imageWithSymbolConfiguration(const Image& image, const SymbolConfiguration& configuration) override;
+  ImageRef imageWithSymbolConfiguration(const Image& image,
+                                        const SymbolConfiguration& configuration) override;
 
-  /// The icon that the desktop shows for a file or folder itself (a symbolic link is not followed); null when it is
-  /// gone.
+  /// The icon that the desktop shows for a file or folder itself (a symbolic link is not followed); null when
+  /// it is gone.
   ImageRef iconForFile(const std::string& path);
 
  private:
@@ -54,8 +56,9 @@ class LinuxWorkspace final : public Workspace, public SymbolImages {
   Log& log_;
   Sources sources_;
   std::optional<IconTheme> theme_;
-  std::map<std::string_view, ImageRef> images_;      // by the name in the table
-  std::map<std::string, ImageRef, std::less<>> icons_;  // by content type, or by the names in a file's own icon
+  std::map<std::string_view, ImageRef> images_;  // by the name in the table
+  std::map<std::string, ImageRef, std::less<>>
+      icons_;  // by content type, or by the names in a file's own icon
   bool isOddExtensionLogged_ = false;
 };
 

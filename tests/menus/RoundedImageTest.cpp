@@ -103,6 +103,15 @@ TEST_F(RoundedImage, hasTransparentCornersAndASmoothedEdge) {
   EXPECT_LE(edge.blue, edge.alpha);
 }
 
+TEST_F(RoundedImage, coversTheAreaOfTheCircleAndIsClippedOnce) {
+  for (const int diameter : {2, 5, 16, 31}) {
+    const ImageRef image = rounded(grid(diameter, diameter));
+    double area = 0;  // pixels
+    for (int i = 0; i < diameter * diameter; ++i) area += pixel(image, i % diameter, i / diameter).alpha / 255.0;
+    EXPECT_NEAR(area, M_PI * diameter * diameter / 4, 0.01 * diameter * diameter) << diameter;
+  }
+}
+
 TEST_F(RoundedImage, worksForOddSides) {
   expectGridInCircle(rounded(grid(15, 15)), 15, 0, 0);
   expectGridInCircle(rounded(grid(25, 15)), 15, 5, 0);

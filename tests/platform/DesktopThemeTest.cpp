@@ -1,0 +1,110 @@
+// The theme that the desktop's settings choose, seen by real processes.
+#include <gio/gio.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "tests/platform/ThemeFolder.h"
+
+namespace {
+
+struct Release {
+  void operator()(void* object) const { g_object_unref(object); }
+};
+
+class Program {
+ public:
+  explicit Program(const std::map<std::string, std::string>& environment) {
+    const std::unique_ptr<GSubprocessLauncher, Release> launcher(g_subprocess_launcher_new(
+        static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDIN_PIPE | G_SUBPROCESS_FLAGS_STDOUT_PIPE)));
+    for (const auto& [name, value] : environment) {
+      g_subprocess_launcher_setenv(launcher.get(), name.c_str(), value.c_str(), TRUE);
+    }
+    process_.reset(g_subprocess_launcher_spawn(launcher.get(), nullptr, DESKTOP_THEME_PROGRAM, nullptr));
+    if (process_) answers_.reset(g_data_input_stream_new(g_subprocess_get_stdout_pipe(process_.get())));
+  }
+  ~Program() {
+    if (process_) g_subprocess_force_exit(process_.get());
+  }
+
+  std::string answer() {
+    gchar* line =
+        answers_ ? g_data_input_stream_read_line(answers_.get(), nullptr, nullptr, nullptr) : nullptr;
+    const std::string text = line ? line : "(no answer)";
+    g_free(line);
+    return text;
+  }
+  std::string nextAnswer() {
+    g_output_stream_write_all(g_subprocess_get_stdin_pipe(process_.get()), "\n", 1, nullptr, nullptr,
+                              nullptr);
+    return answer();
+  }
+
+ private:
+  std::unique_ptr<GSubprocess, Release> process_;
+  std::unique_ptr<GDataInputStream, Release> answers_;
+};
+
+class DesktopTheme : public testing::Test {
+ protected:
+  DesktopTheme() {
+    for (const char* name : {"first", "second", "Adwaita"}) {
+      folder.theme(std::string("icons/") + name, "", {{"16/types", "Size=16"}});
+      folder.png(drawing(name));
+    }
+  }
+
+  static std::string drawing(const std::string& theme) {
+    return "icons/" + theme + "/16/types/application-zip.png";
+  }
+  std::string path(const std::string& theme) { return folder.path() + '/' + drawing(theme); }
+  void choose(const std::string& schemaPath, const std::string& theme) {
+    folder.write("glib-2.0/settings/keyfile", "[" + schemaPath + "]\nicon-theme='" + theme + "'\n");
+  }
+
+  ThemeFolder folder;
+  std::map<std::string, std::string> environment{{"GSETTINGS_BACKEND", "keyfile"},
+                                                 {"XDG_CONFIG_HOME", folder.path()},
+                                                 {"XDG_DATA_HOME", folder.path()},
+                                                 {"HOME", folder.path()},
+                                                 {"XDG_CURRENT_DESKTOP", "GNOME"}};
+};
+
+TEST_F(DesktopTheme, isTheOneOfTheSettingsAndAChangeIsSeenByTheNextProcess) {
+  choose("org/gnome/desktop/interface", "first");
+  Program running(environment);
+  EXPECT_EQ(running.answer(), path("first"));
+  choose("org/gnome/desktop/interface", "second");
+  EXPECT_EQ(running.nextAnswer(), path("first"));
+  EXPECT_EQ(Program(environment).answer(), path("second"));
+}
+
+TEST_F(DesktopTheme, isAdwaitaWhereNoSuchSettingIsInstalled) {
+  environment["XDG_DATA_DIRS"] = folder.path() + "/nothing";
+  // Without a MIME database there are no types either: the themes' generic drawing tells them apart.
+  for (const char* name : {"first", "Adwaita"}) {
+    folder.png(std::string("icons/") + name + "/16/types/application-x-generic.png");
+  }
+  choose("org/gnome/desktop/interface", "first");
+  EXPECT_EQ(Program(environment).answer(),
+            folder.path() + "/icons/Adwaita/16/types/application-x-generic.png");
+}
+
+TEST_F(DesktopTheme, ofADesktopWhoseSchemaIsNotInstalledIsAdwaita) {
+  choose("org/gnome/desktop/interface", "first");
+  GSettingsSchemaSource* schemas = g_settings_schema_source_get_default();
+  for (const auto& [desktop, schema] : std::map<std::string, const char*>{
+           {"X-Cinnamon", "org.cinnamon.desktop.interface"}, {"MATE", "org.mate.interface"}}) {
+    std::string schemaPath = schema;
+    for (char& c : schemaPath) c = c == '.' ? '/' : c;
+    GSettingsSchema* installed = g_settings_schema_source_lookup(schemas, schema, TRUE);
+    if (installed) choose(schemaPath, "second");
+    environment["XDG_CURRENT_DESKTOP"] = desktop;
+    EXPECT_EQ(Program(environment).answer(), path(installed ? "second" : "Adwaita")) << desktop;
+    if (installed) g_settings_schema_unref(installed);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,76 @@
+#!/usr/bin/env python3
+"""The arrows of the house: which room's files may include which. Also the size of files, and where system headers may stand.
+
+Prints one line for each breach and exits with 1; prints a count and exits with 0 when there is none."""
+import pathlib
+import re
+import sys
+
+TOP = pathlib.Path(sys.argv[1])
+
+# Room -> what its files may include besides the standard library, as prefixes of the include's text.
+ALLOWED = {
+    "core": ["core/", "platform/"],
+    "menus": ["menus/", "core/", "archive/", "folders/", "platform/"],
+    "archive": ["archive/", "core/", "folders/", "platform/"],
+    "folders": ["folders/", "core/", "platform/"],
+    "platform": ["platform/"],
+    "platform/fake": ["platform/"],
+    "platform/linux": ["platform/"],
+    "host": ["host/", "platform/", "core/DTMessage.h", "archive/DT", "archive/ArchivedClasses.h"],
+    "console": ["console/", "core/", "menus/", "archive/", "folders/", "platform/"],
+}
+PORTABLE = {"core", "menus", "archive", "folders", "platform"}
+BACKENDS = ("platform/linux/", "platform/fake/")
+STANDARD = re.compile(r"[a-z_0-9]+$")  # a header of the C++ standard library has neither a slash nor a suffix
+HEADER_LINES, SOURCE_LINES, OBJECT_LINES = 200, 500, 300
+
+
+def room_of(path):
+    parts = path.relative_to(TOP).parts
+    if parts[0] == "platform" and len(parts) > 2:
+        return "/".join(parts[:2])
+    return parts[0]
+
+
+def breaches(path):
+    room = room_of(path)
+    lines = path.read_text().splitlines()
+    limit = SOURCE_LINES if path.suffix == ".cpp" else HEADER_LINES
+    if path.name == "DTDovetailSync.h":
+        limit = OBJECT_LINES
+    if len(lines) > limit:
+        yield f"{len(lines)} lines, more than {limit}"
+    for line in lines:
+        if room in PORTABLE and re.match(r"\s*#\s*(if|ifdef|ifndef|elif)\b", line):
+            yield f"a portable room has no conditional code: {line}"
+        match = re.match(r'\s*#\s*include\s+([<"])([^>"]+)[>"]', line)
+        if not match:
+            continue
+        kind, included = match.groups()
+        if kind == "<":
+            if room in PORTABLE and not STANDARD.match(included):
+                yield f"a portable room includes <{included}>"
+            continue
+        if not any(included.startswith(prefix) for prefix in ALLOWED[room]):
+            yield f'{room} may not include "{included}"'
+        backend = included.startswith(BACKENDS) and not included.startswith(room + "/")
+        if backend and room not in ("host", "console"):
+            yield f'{room} names a backend: "{included}"'
+
+
+def main():
+    count, bad = 0, 0
+    for room in ("core", "menus", "archive", "folders", "platform", "host", "console"):
+        for path in sorted((TOP / room).rglob("*")):
+            if path.suffix not in (".h", ".cpp"):
+                continue
+            count += 1
+            for breach in breaches(path):
+                bad += 1
+                print(f"{path.relative_to(TOP)}: {breach}")
+    print(f"{count} files, {bad} breaches")
+    sys.exit(1 if bad or count == 0 else 0)
+
+
+main()
