@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <unordered_map>
 #include <vector>
 
 #include "archive/DTTreeNode.h"
@@ -18,13 +17,17 @@ class EntryPathMap {
   explicit EntryPathMap(std::shared_ptr<const DTTreeNode> root);
 
   /// Notes a node of the tree under its number, in the place of an older one. Amortised constant time.
-  void set(std::uint64_t number, const DTTreeNode& node);
-  /// The index path of the node under a number of the same value; made when it is asked for.
+  void set(std::uint64_t number, const DTTreeNode& node) { pairs_.push_back({number, &node}); }
+  /// The index path of the node under a number of the same value; made when it is asked for, once a choice of the user.
   std::optional<platform::IndexPath> indexPathForNumber(platform::Integer number) const;
 
  private:
+  struct Pair {
+    std::uint64_t number;
+    const DTTreeNode* node;
+  };
+
   std::shared_ptr<const DTTreeNode> root_;
-  // Hosts number entries from 1 upwards: those stand in a table, any others in a map.
-  std::vector<const DTTreeNode*> table_;
-  std::unordered_map<std::uint64_t, const DTTreeNode*> others_;
+  // In the order of their noting, as a menu of many entries notes them all and a choice looks up one.
+  std::vector<Pair> pairs_;
 };

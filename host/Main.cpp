@@ -26,6 +26,9 @@ using namespace platform::native;
 
 namespace {
 
+/// In microseconds; a session that is starting up is busy.
+constexpr SessionBus::Moment longestStart = 10'000'000;
+
 int complain(const std::string& sentence, int status) {
   std::cerr << "dovetail-host: " << sentence << '\n';
   return status;
@@ -70,7 +73,7 @@ std::string writeVersion(const CommandLine& line) {
 // What is made last goes first: the port, then the name, then the bus. So whoever sees the name gone finds no port either.
 int runHost(const CommandLine& line, Log& log) {
   SessionBus bus(log);
-  GDBusConnection* connection = bus.connection(SessionBus::deadline());
+  GDBusConnection* connection = bus.connection(g_get_monotonic_time() + longestStart);
   if (!connection) return complain("No session bus can be reached.", 1);
   if (!g_dbus_is_name(line.identifier.c_str()) || g_dbus_is_unique_name(line.identifier.c_str()))
     return complain("\"" + line.identifier + "\" is no name for the bus.", 2);

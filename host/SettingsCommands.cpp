@@ -120,7 +120,8 @@ SettingsCommands::ExitStatus SettingsCommands::storeFolders(const std::vector<Fo
   platform::Array bookmarks;
   for (const Folder& folder : folders)
     if (folder.bookmark.get<platform::Data>()) bookmarks.push_back(folder.bookmark);
-  return store(Object(std::move(bookmarks)), foldersKey);
+  // No folders are no value: an empty list would not tell of what kind its elements are.
+  return store(bookmarks.empty() ? Object() : Object(std::move(bookmarks)), foldersKey);
 }
 
 SettingsCommands::ExitStatus SettingsCommands::items(const Words& words) {

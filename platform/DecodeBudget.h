@@ -16,10 +16,13 @@ inline constexpr std::size_t maximumArchiveLength = std::size_t{1} << 30;
 
 class DecodeBudget {
  public:
-  /// Every archive may cost this much, whatever its length, and twice its length on top.
+  /// Every archive may cost this much, whatever its length, and three times its length on top.
   static constexpr std::size_t allowance = std::size_t{32} << 20;
+  /// What one use of any object costs, and what one that is an instance of a class costs on top.
+  static constexpr std::size_t costOfObject = 16;
+  static constexpr std::size_t costOfInstance = 128;
 
-  explicit DecodeBudget(std::size_t archiveLength) : left_(allowance + 2 * archiveLength) {}
+  explicit DecodeBudget(std::size_t archiveLength) : left_(allowance + 3 * archiveLength) {}
 
   /// False once the account is overdrawn, and for ever after.
   bool spend(std::size_t amount) {

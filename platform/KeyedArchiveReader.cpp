@@ -106,7 +106,7 @@ bool KeyedArchiveReader::object(std::uint32_t uid, Object& object) {
   object = Object();
   if (uid == 0) return true;
   PropertyListItem item;
-  if (!budget_->spend(sizeof(Object)) || !readSlot(uid, item)) return false;
+  if (!budget_->spend(DecodeBudget::costOfObject) || !readSlot(uid, item)) return false;
   switch (item.kind) {
     case PropertyListKind::Boolean: object = Object(item.value != 0); return true;
     case PropertyListKind::Integer: object = Object(Integer{item.value, item.isNegative}); return true;
@@ -133,7 +133,7 @@ bool KeyedArchiveReader::instance(const PropertyListItem& dictionary, Object& ob
   std::array<std::uint64_t, 1> values;
   if (!lookUp(dictionary, keys, values)) return false;
   const std::string_view name = className(values[0]);
-  if (name.empty() || !budget_->enter()) return false;
+  if (name.empty() || !budget_->spend(DecodeBudget::costOfInstance) || !budget_->enter()) return false;
   const bool isMade = ArchivedValue(*this, dictionary).decode(name, object);
   budget_->leave();
   return isMade;

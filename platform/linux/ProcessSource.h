@@ -1,6 +1,7 @@
 // Process sources: the exit by a descriptor of the process (pidfd_open(2)), the delivery of signals by a program of ours that traces the
-// process (SignalWatch.h). A signal that the process ignores or blocks is not delivered; one that it sends to a thread of its own,
-// and the kernel's SIGCHLD for a child of its own, is its own business and no event. Where kernel.yama.ptrace_scope is 1, as on many
+// process (SignalWatch.h). A signal that the process ignores or blocks is not delivered to it, nor is one that merely stops it or lets
+// it go on; one that it sends to a thread of its own, and the kernel's SIGCHLD for a child of its own, is its own business. None
+// of these is an event. Where kernel.yama.ptrace_scope is 1, as on many
 // desktops, the process must give leave first: prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY).
 #pragma once
 

@@ -67,11 +67,16 @@ unsigned long long statusField(pid_t process, const char* field, int base) {
 
 bool isOneOf(unsigned long long set, int signal) { return (set >> (signal - 1) & 1) != 0; }
 
-// An ignored signal is shown to a tracer though the process never gets it.
-bool isIgnored(int signal) {
+bool isStopSignal(int signal) {
+  return signal == SIGSTOP || signal == SIGTSTP || signal == SIGTTIN || signal == SIGTTOU;
+}
+
+// A tracer is shown these too, though the process never gets them: a signal that it ignores, and one by which the kernel merely stops
+// it or lets it go on. A stopped host is there still, only late.
+bool isKeptFromProcess(int signal) {
   if (isOneOf(statusField(watched, "\nSigCgt:", 16), signal)) return false;
   if (isOneOf(statusField(watched, "\nSigIgn:", 16), signal)) return true;
-  return signal == SIGCHLD || signal == SIGCONT || signal == SIGURG || signal == SIGWINCH;
+  return isStopSignal(signal) || signal == SIGCHLD || signal == SIGCONT || signal == SIGURG || signal == SIGWINCH;
 }
 
 // What a process's own threads and children make by merely running is no signal that somebody sends to it: run-time systems stop
@@ -85,10 +90,6 @@ bool isOwnBusiness(pid_t thread, int signal) {
 }
 
 bool isThreadOfWatched(pid_t thread) { return ::syscall(SYS_tgkill, watched, thread, 0) == 0; }
-
-bool isStopSignal(int signal) {
-  return signal == SIGSTOP || signal == SIGTSTP || signal == SIGTTIN || signal == SIGTTOU;
-}
 
 // A new thread at its start, a thread that stops with its process, or one that was stopped and is continued.
 void passEventStop(pid_t thread, int signal) {
@@ -106,7 +107,7 @@ void passStop(pid_t thread, int status) {
     ::ptrace(PTRACE_CONT, thread, nullptr, nullptr);
     return;
   }
-  const bool isNews = !isOwnBusiness(thread, signal) && !isIgnored(signal);
+  const bool isNews = !isOwnBusiness(thread, signal) && !isKeptFromProcess(signal);
   ::ptrace(PTRACE_CONT, thread, nullptr, reinterpret_cast<void*>(static_cast<long>(signal)));
   if (isNews) report(WatcherNews::signalDelivered, signal);
 }

@@ -49,6 +49,13 @@ Descriptor fileItself(const char* path) { return Descriptor(open(path, O_PATH | 
 
 std::optional<std::string> mountPoint(std::uint64_t mountIdentifier) {
   std::ifstream mounts("/proc/self/mountinfo");
+  if (!mounts.is_open()) return std::nullopt;
+  auto point = mountPointIn(mounts, mountIdentifier);
+  if (!point) errno = ENODEV;
+  return point;
+}
+
+std::optional<std::string> mountPointIn(std::istream& mounts, std::uint64_t mountIdentifier) {
   for (std::string line; std::getline(mounts, line);) {
     std::istringstream fields(line);
     std::uint64_t identifier = 0;
@@ -57,7 +64,6 @@ std::optional<std::string> mountPoint(std::uint64_t mountIdentifier) {
       return unescaped(point);
     }
   }
-  errno = ENODEV;
   return std::nullopt;
 }
 
@@ -72,8 +78,11 @@ std::optional<bool> hasVolumeCaseSensitiveNames(const char* path) {
   const Descriptor file = fileItself(path);
   struct statfs volume;
   if (!file || fstatfs(file.get(), &volume) != 0) return std::nullopt;
-  const auto magic = static_cast<std::uint32_t>(volume.f_type);
-  return std::find(caseInsensitiveMagics.begin(), caseInsensitiveMagics.end(), magic) == caseInsensitiveMagics.end();
+  return isCaseSensitive(static_cast<std::uint32_t>(volume.f_type));
+}
+
+bool isCaseSensitive(std::uint32_t fileSystemMagic) {
+  return std::ranges::find(caseInsensitiveMagics, fileSystemMagic) == caseInsensitiveMagics.end();
 }
 
 }  // namespace platform::native

@@ -11,8 +11,8 @@
 #include <map>
 #include <set>
 
+#include "tests/MainLoopPump.h"
 #include "tests/host/ArchiveFile.h"
-#include "tests/host/MainLoop.h"
 #include "tests/host/TemporaryFolder.h"
 
 namespace {
@@ -52,6 +52,7 @@ class ArchiveListing : public testing::Test {
   static ArchiveLister::Options options() {
     ArchiveLister::Options options;
     options.childProgram = DOVETAIL_HOST;
+    options.limits.time = std::chrono::minutes(2);  // a busy machine is no hostile archive
     return options;
   }
 
@@ -63,7 +64,7 @@ class ArchiveListing : public testing::Test {
       result = std::move(listing);
       isDone = true;
     });
-    EXPECT_TRUE(runUntil([&] { return isDone; }, 60));
+    EXPECT_TRUE(tests::pumpUntil([&] { return isDone; }, std::chrono::seconds(60)));
     return result;
   }
   Lines lines(const std::string& path, const ArchiveLister::Options& how = options()) { return linesOf(listed(path, how)); }
@@ -230,19 +231,24 @@ TEST_F(ArchiveListing, anArchiveCutShortShowsWhatIsLeftAndSaysSo) {
 }
 
 TEST_F(ArchiveListing, damageAnywhereEndsInAListingOrInNone) {
+  ArchiveLister lister(options(), log);
+  int asked = 0, done = 0;
+  const auto list = [&](const std::string& bytes) {
+    lister.list(folder.file(std::to_string(asked++), bytes), [&](const std::optional<Listing>&) { ++done; });
+  };
   for (const int format : {ARCHIVE_FORMAT_ZIP, ARCHIVE_FORMAT_7ZIP, ARCHIVE_FORMAT_XAR, ARCHIVE_FORMAT_ISO9660}) {
-    const std::string path = folder.path("sound");
-    ArchiveFile::write(path, {.format = format}, threeEntries);
-    const std::string sound = contentOf(path);
+    ArchiveFile::write(folder.path("sound"), {.format = format}, threeEntries);
+    const std::string sound = contentOf(folder.path("sound"));
     for (std::size_t i = 1; i < 40; ++i) {
       std::string damaged = sound;
       const std::size_t at = sound.size() * i / 40;
       damaged[at] = static_cast<char>(damaged[at] ^ 0xFF);
-      listed(folder.file("damaged", damaged));
-      listed(folder.file("cut", sound.substr(0, at)));
+      list(damaged);
+      list(sound.substr(0, at));
     }
   }
-  for (const std::string& line : log.lines) EXPECT_THAT(line, testing::Not(HasSubstr("died"))) << line;
+  EXPECT_TRUE(tests::pumpUntil([&] { return done == asked; }, std::chrono::seconds(60)));
+  for (const std::string& line : log.lines) EXPECT_THAT(line, testing::Not(HasSubstr("given up")));
 }
 
 TEST_F(ArchiveListing, threeHundredThousandEntriesAreListedWhole) {
@@ -314,7 +320,7 @@ TEST_F(ListingChildren, oneThatHangsIsKilledAfterItsTime) {
   EXPECT_THAT(log.lines, ElementsAre(HasSubstr("it took longer than 300 ms")));
   const int process = std::atoi(contentOf(folder.path("pid")).c_str());
   ASSERT_GT(process, 1);
-  EXPECT_TRUE(runUntil([&] { return kill(process, 0) != 0 && errno == ESRCH; }));
+  EXPECT_TRUE(tests::pumpUntil([&] { return kill(process, 0) != 0 && errno == ESRCH; }));
 }
 
 TEST_F(ListingChildren, oneThatCrashesMeansNoArchiveAndOneLine) {
@@ -351,7 +357,7 @@ TEST_F(ListingChildren, manyFilesAreListedByFewProcessesThatGoWithTheLastFile) {
   }
   EXPECT_EQ(lister.waitingFiles(), 40u);
   EXPECT_EQ(found.size(), 0u) << "a completion never runs from within the request";
-  ASSERT_TRUE(runUntil([&] { return found.size() == 40 && lister.liveChildren() == 0; }));
+  ASSERT_TRUE(tests::pumpUntil([&] { return found.size() == 40 && lister.liveChildren() == 0; }));
   for (int i = 0; i < 40; ++i) EXPECT_THAT(*found[i], ElementsAre("of " + std::to_string(i) + " 0"));
   EXPECT_GE(most, 1u);
   EXPECT_LE(most, 2u);
@@ -369,7 +375,7 @@ TEST_F(ListingChildren, aHangingFileHoldsUpNoOther) {
   int done = 0;
   for (int i = 0; i < 10; ++i)
     lister.list(folder.path("archive"), [&](std::optional<Listing> listing) { done += listing ? 1 : 0; });
-  EXPECT_TRUE(runUntil([&] { return done == 9; }, 4));
+  EXPECT_TRUE(tests::pumpUntil([&] { return done == 9; }, std::chrono::seconds(4)));
 }
 
 TEST_F(ListingChildren, aListerThatGoesDropsItsWorkAndEndsItsProcesses) {
@@ -379,13 +385,10 @@ TEST_F(ListingChildren, aListerThatGoesDropsItsWorkAndEndsItsProcesses) {
                              folder.path("pid") + "; exec tail -f /dev/null");
   auto lister = std::make_unique<ArchiveLister>(how, log);
   lister->list(folder.path("archive"), [](std::optional<Listing>) { FAIL() << "no completion after the end"; });
-  ASSERT_TRUE(runUntil([&] {
-    g_main_context_wakeup(nullptr);
-    return std::filesystem::exists(folder.path("pid"));
-  }));
+  ASSERT_TRUE(tests::pumpUntil([&] { return std::filesystem::exists(folder.path("pid")); }));
   const int process = std::atoi(contentOf(folder.path("pid")).c_str());
   lister.reset();
-  EXPECT_TRUE(runUntil([&] { return kill(process, 0) != 0 && errno == ESRCH; }));
+  EXPECT_TRUE(tests::pumpUntil([&] { return kill(process, 0) != 0 && errno == ESRCH; }));
   EXPECT_THAT(log.lines, IsEmpty());
 }
 
@@ -397,7 +400,7 @@ TEST_F(ListingChildren, tooManyWaitingFilesAreGivenUpWithALine) {
   std::vector<bool> isArchive;
   for (int i = 0; i < 2; ++i)
     lister.list(folder.path("archive"), [&](std::optional<Listing> listing) { isArchive.push_back(listing.has_value()); });
-  ASSERT_TRUE(runUntil([&] { return isArchive.size() == 2; }));
+  ASSERT_TRUE(tests::pumpUntil([&] { return isArchive.size() == 2; }));
   EXPECT_EQ(std::count(isArchive.begin(), isArchive.end(), true), 1);
   EXPECT_THAT(log.lines, ElementsAre(HasSubstr("too many files wait")));
 }

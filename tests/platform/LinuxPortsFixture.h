@@ -60,7 +60,7 @@ inline Descriptor rawListen(const std::string& path, int queue = 8) {
 }
 
 /// Sends one packet with descriptors beside it.
-inline void rawSend(int socket, ByteView packet, const std::vector<int>& descriptors = {}) {
+inline void rawSend(int socket, const Data& packet, const std::vector<int>& descriptors = {}) {
   iovec part{const_cast<std::uint8_t*>(packet.data()), packet.size()};
   std::vector<unsigned char> control(descriptors.empty() ? 0 : CMSG_SPACE(descriptors.size() * sizeof(int)));
   msghdr message{};

@@ -32,6 +32,7 @@ class PeerProcess {
   class Line {
    public:
     explicit Line(int descriptor) : descriptor_(descriptor) {}
+    int descriptor() const { return descriptor_; }
     void tell(char byte) const {
       if (::send(descriptor_, &byte, 1, MSG_NOSIGNAL) != 1) ::_exit(99);
     }

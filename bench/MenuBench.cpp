@@ -1,0 +1,124 @@
+// Archive menus: how long a table of contents takes to become submenus, beside the barest list of the same entries and
+// beside GLib's own menu model.
+#include <gio/gio.h>
+
+#include <string>
+
+#include "bench/Ratios.h"
+#include "bench/TreeShapes.h"
+#include "core/DTDovetailSync.h"
+#include "platform/fake/FakePlatform.h"
+
+using platform::FileIdentity;
+using platform::MenuItem;
+
+namespace {
+
+constexpr std::size_t entryCount = 100'000;
+
+struct BareEntry {
+  std::string title;
+  std::int64_t tag;
+  const void* image;
+};
+
+struct World {
+  World() {
+    fakes.fileManager.add("/a.zip");
+    fakes.runningApplications.processes["host"] = {2};
+    fakes.userDefaultsSuites.set("G", "DTApplicationVersion", platform::Object("1.0"));
+    extension = DTDovetailSync::init(fakes.references(), onceOnly);
+    fakes.finderSyncController.selection = {platform::URL::fileURLWithPath("/a.zip")};
+  }
+
+  void give(std::shared_ptr<const DTTreeNode> tree) {
+    platform::Dictionary option;
+    const FileIdentity identity = *fakes.fileManager.fileResourceIdentifier(fakes.finderSyncController.selection[0]);
+    option.add("1", std::shared_ptr<const platform::Coding>(std::move(tree)));
+    option.add("2", platform::Data(identity.bytes().begin(), identity.bytes().end()));
+    extension->setArchive(option);
+  }
+
+  platform::fake::FakePlatform fakes;
+  OnceOnly onceOnly;
+  std::shared_ptr<DTDovetailSync> extension;
+};
+
+void addAll(std::vector<BareEntry>& list, const DTTreeNode& node) {
+  for (const DTTreeNode& child : node.childNodes()) {
+    const DTArchiveEntry& entry = *child.representedObject();
+    list.push_back({*entry.name(), static_cast<std::int64_t>(entry.index()), nullptr});
+    addAll(list, child);
+  }
+}
+
+void addAll(GMenu* menu, const DTTreeNode& node) {
+  for (const DTTreeNode& child : node.childNodes()) {
+    const DTArchiveEntry& entry = *child.representedObject();
+    GMenuItem* item = g_menu_item_new(entry.name()->c_str(), nullptr);
+    g_menu_item_set_action_and_target(item, "dovetail.expand", "x", static_cast<gint64>(entry.index()));
+    if (!child.childNodes().empty()) {
+      GMenu* submenu = g_menu_new();
+      addAll(submenu, child);
+      g_menu_item_set_submenu(item, G_MENU_MODEL(submenu));
+      g_object_unref(submenu);
+    }
+    g_menu_append_item(menu, item);
+    g_object_unref(item);
+  }
+}
+
+void compareShape(const char* name, std::shared_ptr<const DTTreeNode> tree) {
+  World world;
+  world.give(tree);
+  world.extension->menuForMenuKind(platform::MenuKind::contextualMenuForItems);
+  const auto ours = [&] {
+    world.give(tree);  // drops the item that was built before
+    keep(world.extension->menuItemWithTag(10).get());
+  };
+  const auto bare = [&] {
+    std::vector<BareEntry> list;
+    addAll(list, *tree);
+    keep(list.data());
+  };
+  const auto glib = [&] {
+    GMenu* menu = g_menu_new();
+    addAll(menu, *tree);
+    keep(menu);
+    g_object_unref(menu);
+  };
+  const auto medians = mediansOf({ours, bare, glib});
+  std::printf("%s: %.0f ns an entry\n", name, medians[0] / entryCount * 1e9);
+  printFigure(std::string("archive menu, ") + name + ", against bare structs", medians[0] / medians[1], 5, true);
+  printFigure(std::string("archive menu, ") + name + ", GLib's GMenu against it", medians[2] / medians[0], 6, false);
+}
+
+void compareDefaultMenus() {
+  World world;
+  std::vector<std::function<void()>> sides;
+  for (const std::size_t count : {1'000u, 10'000u}) {
+    std::vector<platform::URL> selection;
+    for (std::size_t i = 0; i < count; ++i) {
+      world.fakes.fileManager.add("/w/" + std::to_string(i));
+      selection.push_back(platform::URL::fileURLWithPath("/w/" + std::to_string(i)));
+    }
+    sides.push_back([&world, selection] {
+      world.fakes.finderSyncController.selection = selection;
+      for (int i = 0; i < 20; ++i) {
+        const auto menu = world.extension->menuForMenuKind(platform::MenuKind::contextualMenuForItems);
+        keep(&menu);
+      }
+    });
+  }
+  const auto medians = mediansOf(sides);
+  std::printf("default menu of 10,000 selected files: %.0f us\n", medians[1] / 20 * 1e6);
+  printFigure("default menu, 10,000 selected files against 1,000", medians[1] / medians[0], 12, true);
+}
+
+}  // namespace
+
+int main() {
+  compareShape("flat", std::make_shared<const DTTreeNode>(flatTree(entryCount)));
+  compareShape("realistic", std::make_shared<const DTTreeNode>(realisticTree(entryCount)));
+  compareDefaultMenus();
+}
