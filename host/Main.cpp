@@ -16,6 +16,7 @@
 #include "platform/linux/FileManager.h"
 #include "platform/linux/Log.h"
 #include "platform/linux/MessagePorts.h"
+#include "platform/linux/OwnedGLib.h"
 #include "platform/linux/SessionBus.h"
 #include "platform/linux/UserDefaults.h"
 #include "platform/linux/Workspace.h"
@@ -60,6 +61,14 @@ class RunLoop {
   std::string reason_;
 };
 
+/// The process's shared connection to the bus, which the settings are written over. Held for the host's life, so that it stays the one
+/// that is told not to end the process when the bus goes away: the host has an end of its own for that.
+OwnedObject<GDBusConnection> heldSharedConnection() {
+  OwnedObject<GDBusConnection> shared(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+  if (shared) g_dbus_connection_set_exit_on_close(shared.get(), FALSE);
+  return shared;
+}
+
 /// Empty when the settings hold the version by now, else why they do not.
 std::string writeVersion(const CommandLine& line) {
   const auto writer = SettingsWriter::forGroup(line.group);
@@ -77,6 +86,7 @@ int runHost(const CommandLine& line, Log& log) {
   if (!connection) return complain("No session bus can be reached.", 1);
   if (!g_dbus_is_name(line.identifier.c_str()) || g_dbus_is_unique_name(line.identifier.c_str()))
     return complain("\"" + line.identifier + "\" is no name for the bus.", 2);
+  const auto shared = heldSharedConnection();
   if (const std::string fault = writeVersion(line); !fault.empty()) return complain(fault, 1);
 
   RunLoop loop;
