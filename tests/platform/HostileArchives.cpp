@@ -226,7 +226,7 @@ Data nestedArchives(std::size_t levels) {
     for (unsigned byte = 0; byte < 4; ++byte) {
       bytes[start + 4 * blobNumber + byte] = static_cast<std::uint8_t>(table >> (8 * (3 - byte)));
     }
-    bytes.resize(bytes.size() - 8);
+    bytes.erase(bytes.end() - 8, bytes.end());
     put(head + lengths[i], 8);
   }
   return bytes;
