@@ -72,7 +72,8 @@ TEST_F(Bookmarks, theChecksumIsTheUsualCRC32) {
 
 // Runs the examples of the document for hosts' authors, then `statement`, whose output is the result.
 std::string outputOfDocumentedPython(const std::string& statement) {
-  const std::string program = "import re; exec('\\n'.join(re.findall(r'```python\\n(.*?)```', open('" DOVETAIL_HOST_DOCUMENT
+  // Written without a backtick, which the shell would take for its own.
+  const std::string program = "import re; exec('\\n'.join(re.findall(r'\\x60{3}python\\n(.*?)\\x60{3}', open('" DOVETAIL_HOST_DOCUMENT
                               "').read(), re.S))); " + statement;
   FILE* const pipe = popen(("python3 -c \"" + program + "\"").c_str(), "r");
   std::string output;
