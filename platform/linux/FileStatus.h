@@ -24,7 +24,7 @@ Error posixError(int code);
 ///   0  device: its major number in the high 32 bits, its minor number in the low 32 bits
 ///   8  inode number
 ///  16  birth time in nanoseconds since 1970-01-01 00:00:00 UTC, modulo 2^64; all ones where the file system keeps none
-/// Programs in other languages make the same bytes (docs/files-and-settings.md).
+/// Programs in other languages make the same bytes (docs/host-protocol.md).
 inline constexpr std::size_t identityLength = 24;
 
 class FileStatus {
