@@ -26,8 +26,10 @@ std::uint64_t bigEndian(ByteView bytes) {
 
 bool isEqual(ByteView a, ByteView b) { return std::ranges::equal(a, b); }
 
+// Some file systems have 0 for a time that they do not know.
 bool hasBirthTime(const FileIdentity& identity) {
-  return std::ranges::any_of(birthTime(identity), [](std::uint8_t byte) { return byte != 0xFF; });
+  const std::uint64_t time = bigEndian(birthTime(identity));
+  return time != 0 && time != ~std::uint64_t{0};
 }
 
 std::optional<FileIdentity> identityOf(const std::string& path) {

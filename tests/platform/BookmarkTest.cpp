@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -67,6 +68,30 @@ TEST_F(Bookmarks, theChecksumIsTheUsualCRC32) {
   data.push_back('/');
   for (const std::uint8_t byte : {0xB8, 0x33, 0x65, 0x9B}) data.push_back(byte);
   EXPECT_EQ(resolved(data), "/ (stale)");
+}
+
+// Runs the examples of the document for hosts' authors, then `statement`, whose output is the result.
+std::string outputOfDocumentedPython(const std::string& statement) {
+  const std::string program = "import re; exec('\\n'.join(re.findall(r'```python\\n(.*?)```', open('" DOVETAIL_HOST_DOCUMENT
+                              "').read(), re.S))); " + statement;
+  FILE* const pipe = popen(("python3 -c \"" + program + "\"").c_str(), "r");
+  std::string output;
+  for (int c = 0; (c = std::fgetc(pipe)) != EOF;) output += static_cast<char>(c);
+  pclose(pipe);
+  return output;
+}
+
+TEST_F(Bookmarks, thePythonInTheDocumentMakesTheSameBytes) {
+  makeFolder("real/caf\u00E9");
+  std::filesystem::create_directory_symlink("real", path("link"));
+  for (const char* name : {"real/caf\u00E9", "link/caf\u00E9", "link"}) {
+    std::string expected;
+    for (const int byte : bookmark(name)) {
+      constexpr char digits[] = "0123456789abcdef";
+      (expected += digits[byte >> 4]) += digits[byte & 15];
+    }
+    EXPECT_EQ(outputOfDocumentedPython("print(bookmark('" + path(name) + "').hex())"), expected + "\n");
+  }
 }
 
 TEST_F(Bookmarks, aFolderRenamedOrMovedNearbyIsFoundAndStale) {
