@@ -62,7 +62,8 @@ void LinuxDistributedNotificationCenter::removeObserver(const void* observer) {
   });
 }
 
-void LinuxDistributedNotificationCenter::postNotificationName(std::string_view name, std::string_view object, bool) {
+void LinuxDistributedNotificationCenter::postNotificationName(std::string_view name, std::string_view object,
+                                                              bool) {
   const std::string member(name);
   if (!isLegal(member)) return;
   GDBusConnection* connection = bus_.connection(SessionBus::deadline());
@@ -73,7 +74,8 @@ void LinuxDistributedNotificationCenter::postNotificationName(std::string_view n
 }
 
 bool LinuxDistributedNotificationCenter::isLegal(const std::string& name) {
-  const bool isLegal = name.find('\0') == std::string::npos && g_dbus_is_member_name(name.c_str()) && name.size() <= 255;
+  const bool isLegal =
+      name.find('\0') == std::string::npos && g_dbus_is_member_name(name.c_str()) && name.size() <= 255;
   if (!isLegal) log_.line("A notification's name is not one that the bus carries: " + name);
   return isLegal;
 }
