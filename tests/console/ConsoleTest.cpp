@@ -122,7 +122,7 @@ TEST_F(ConsoleTest, aMenuIsToldWithAllThatCanBeSeenAndSentOfItsItems) {
             R"({"title":"Delete\u2026","action":"delete:","tag":-203,"enabled":true,"image":null})");
   const auto& below = *items[1].member("items")->get<JSON::ArrayValue>();
   EXPECT_EQ(below[3].text(),
-            R"({"title":"Ultra Security (35 passes)","action":"delete:","tag":-208,"enabled":true,"image":null})");
+            R"json({"title":"Ultra Security (35 passes)","action":"delete:","tag":-208,"enabled":true,"image":null})json");
 }
 
 TEST_F(ConsoleTest, anItemIsChosenByTheTitlesOrThePositionsOnTheWayToIt) {
@@ -172,7 +172,7 @@ TEST_F(ConsoleTest, aFolderSeenByItsFilesAloneIsCalledByWhereTheyAre) {
 
 TEST_F(ConsoleTest, theToolbarButtonIsToldWithItsImage) {
   EXPECT_EQ(perform(R"({"do":"toolbar"})"),
-            R"({"name":"Dovetail","toolTip":"","image":{"source":"StatusItemImage","width":32,"height":32}})");
+            R"({"name":"Dovetail","toolTip":"","image":{"source":"named StatusItemImage","width":32,"height":32}})");
 }
 
 }  // namespace

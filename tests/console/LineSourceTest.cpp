@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <array>
 #include <thread>
 #include <vector>
 
@@ -16,7 +17,6 @@ namespace {
 
 class LineSourceTest : public testing::Test {
  protected:
-  LineSourceTest() { EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0); }
   ~LineSourceTest() override {
     close(ends[0]);
     closeInput();
@@ -36,13 +36,19 @@ class LineSourceTest : public testing::Test {
     while (seen.size() == before) g_main_context_iteration(nullptr, TRUE);
   }
 
-  int ends[2] = {-1, -1};
+  std::array<int, 2> ends = openPipe();
   std::vector<std::string> seen;
   LineSource lines{ends[0], {.onLine = [this](std::string_view line) { seen.emplace_back(line.substr(0, 20)); },
                              .onLongLine = [this] { seen.push_back("(long)"); },
                              .onEnd = [this] { seen.push_back("(end)"); }}};
 
-  LineSourceTest(const LineSourceTest&) = delete;
+
+ private:
+  static std::array<int, 2> openPipe() {
+    std::array<int, 2> pipe;
+    EXPECT_EQ(pipe2(pipe.data(), O_CLOEXEC), 0);
+    return pipe;
+  }
 };
 
 TEST_F(LineSourceTest, linesComeInOrderAndTheLastNeedsNoEnd) {

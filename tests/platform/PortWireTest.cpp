@@ -230,4 +230,21 @@ TEST_F(ReceivedRecord, sentRightBeforeThePeerEndedIsDelivered) {
   EXPECT_EQ(received, std::vector<Data>{bytes("whole")});
 }
 
+TEST_F(LinuxPortsTest, aPeerInAnotherLanguageUnderstandsAndIsUnderstood) {
+  listen("G.Sync.1");
+  const auto host = startProgram({DOVETAIL_PYTHON, DOVETAIL_PYTHON_PEER, PeerProcess::lineArgument, socketPath("G.App"), socketPath("G.Sync.1")});
+  ASSERT_EQ(host->hear(), 'o');
+  auto remote = ports->createRemote("G.App");
+  ASSERT_NE(remote, nullptr);
+  std::vector<Data> records;
+  for (const std::size_t size : {1u, 0u, 65536u, 65537u, 3'000'000u, 5u}) {
+    records.push_back(Data(size, static_cast<std::uint8_t>(size)));
+    ASSERT_EQ(send(*remote, records.back()), MessagePortStatus::success);
+    ASSERT_TRUE(runUntilReceived(records.size())) << size;
+  }
+  EXPECT_EQ(received, records);
+  remote.reset();
+  EXPECT_EQ(host->wait(), 0);
+}
+
 }  // namespace

