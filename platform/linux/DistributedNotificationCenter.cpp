@@ -33,6 +33,8 @@ LinuxDistributedNotificationCenter::LinuxDistributedNotificationCenter(SessionBu
     : bus_(bus), log_(log) {
   bus_.setOnConnect([this](GDBusConnection* connection) {
     for (const auto& subscription : subscriptions_) subscribe(subscription, connection);
+    if (subscriptions_.empty()) return;
+    afterReturn_ = MainLoopSource::soon([missed = subscriptions_] { tellOfReturn(missed); });
   });
 }
 
@@ -60,6 +62,13 @@ void LinuxDistributedNotificationCenter::removeObserver(const void* observer) {
     if (connection != nullptr) g_dbus_connection_signal_unsubscribe(connection, subscription->identifier);
     return true;
   });
+}
+
+// What was posted before the subscriptions stood went by unheard, as the start of a host on the new bus.
+void LinuxDistributedNotificationCenter::tellOfReturn(const Subscriptions& subscriptions) {
+  for (const auto& subscription : subscriptions) {
+    if (subscription->isActive) subscription->handler("");
+  }
 }
 
 void LinuxDistributedNotificationCenter::postNotificationName(std::string_view name, std::string_view object, bool) {
