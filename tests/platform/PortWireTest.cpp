@@ -100,7 +100,8 @@ TEST_F(SentRecord, isAMemoryFileWhenTheSocketsBufferIsSmallerThanThePacket) {
 
 TEST_F(SentRecord, ofMoreThanTheBoundIsRefusedAndThePortStaysUsable) {
   // Never touched, so it takes no memory.
-  void* room = ::mmap(nullptr, platform::native::longestRecord + 1, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  void* room = ::mmap(nullptr, platform::native::longestRecord + 1, PROT_READ,
+                      MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
   ASSERT_NE(room, MAP_FAILED);
   const ByteView record(static_cast<const std::uint8_t*>(room), platform::native::longestRecord + 1);
   EXPECT_EQ(send(*remote, record), MessagePortStatus::transportError);
@@ -232,7 +233,8 @@ TEST_F(ReceivedRecord, sentRightBeforeThePeerEndedIsDelivered) {
 
 TEST_F(LinuxPortsTest, aPeerInAnotherLanguageUnderstandsAndIsUnderstood) {
   listen("G.Sync.1");
-  const auto host = startProgram({DOVETAIL_PYTHON, DOVETAIL_PYTHON_PEER, PeerProcess::lineArgument, socketPath("G.App"), socketPath("G.Sync.1")});
+  const auto host = startProgram({DOVETAIL_PYTHON, DOVETAIL_PYTHON_PEER, PeerProcess::lineArgument,
+                                  socketPath("G.App"), socketPath("G.Sync.1")});
   ASSERT_EQ(host->hear(), 'o');
   auto remote = ports->createRemote("G.App");
   ASSERT_NE(remote, nullptr);
