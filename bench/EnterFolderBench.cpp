@@ -1,4 +1,5 @@
-// Entering a watched folder of 100,000 files that are known already, beside the bare walk that a program in C would make.
+// Entering a watched folder of 100,000 files that are known already, beside the bare walk that a program in C
+// would make.
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -64,9 +65,17 @@ int main() {
   fakes.userDefaultsSuites.set("G", "DTApplicationVersion", platform::Object("1.0"));
   fakes.messagePorts.listen("G.App");
   const platform::Platform fake = fakes.references();
-  const platform::Platform platform{fake.finderSyncController, fake.messagePorts, fake.userDefaultsSuites, fake.security,
-                                    fake.distributedNotificationCenter, fake.runningApplications, fake.processSources, files,
-                                    fake.workspace, fake.mainBundle, fake.log};
+  const platform::Platform platform{fake.finderSyncController,
+                                    fake.messagePorts,
+                                    fake.userDefaultsSuites,
+                                    fake.security,
+                                    fake.distributedNotificationCenter,
+                                    fake.runningApplications,
+                                    fake.processSources,
+                                    files,
+                                    fake.workspace,
+                                    fake.mainBundle,
+                                    fake.log};
   OnceOnly onceOnly;
   const auto extension = DTDovetailSync::init(platform, onceOnly);
   extension->beginObservingDirectoryAtURL(folder);
@@ -74,8 +83,8 @@ int main() {
 
   const auto medians = mediansOf({[&] { walkBare(path); }, [&] { listWithIdentities(files, folder); },
                                   [&] { extension->beginObservingDirectoryAtURL(folder); }});
-  std::printf("%d files, %zu asked about at the first visit and %zu since; a bare walk takes %.0f ms\n", fileCount, asked,
-              fakes.messagePorts.takeReceived("G.App").size(), medians[0] * 1e3);
+  std::printf("%d files, %zu asked about at the first visit and %zu since; a bare walk takes %.0f ms\n",
+              fileCount, asked, fakes.messagePorts.takeReceived("G.App").size(), medians[0] * 1e3);
   printFigure("list with identities / bare getdents64 + statx", medians[1] / medians[0], 1.5, true);
   printFigure("enter a folder of known files / bare getdents64 + statx", medians[2] / medians[0], 1.5, true);
   keep(&sum);

@@ -72,20 +72,21 @@ class LineProcess:
         return self.process.wait(max(0.1, deadline - time.monotonic()))
 
     def close(self):
-        """Ends the process in whatever state it is."""
-        if self.process.poll() is None:
-            self.process.send_signal(signal.SIGCONT)
-            self.process.terminate()
-            try:
-                self.process.wait(DEADLINE)
-            except subprocess.TimeoutExpired:
-                self.process.kill()
-                self.process.wait()
+        """Ends the process in whatever state it is: stopped, or stuck in writing what nobody reads."""
         for stream in (self.process.stdin, self.process.stdout):
             try:
                 stream.close()
             except OSError:
                 pass
+        if self.process.poll() is not None:
+            return
+        self.process.terminate()
+        self.process.send_signal(signal.SIGCONT)
+        try:
+            self.process.wait(DEADLINE)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            self.process.wait()
 
 
 class Host(LineProcess):

@@ -33,6 +33,8 @@ LinuxDistributedNotificationCenter::LinuxDistributedNotificationCenter(SessionBu
     : bus_(bus), log_(log) {
   bus_.setOnConnect([this](GDBusConnection* connection) {
     for (const auto& subscription : subscriptions_) subscribe(subscription, connection);
+    if (subscriptions_.empty()) return;
+    afterReturn_ = MainLoopSource::soon([missed = subscriptions_] { tellOfReturn(missed); });
   });
 }
 
@@ -62,8 +64,14 @@ void LinuxDistributedNotificationCenter::removeObserver(const void* observer) {
   });
 }
 
-void LinuxDistributedNotificationCenter::postNotificationName(std::string_view name, std::string_view object,
-                                                              bool) {
+// What was posted before the subscriptions stood went by unheard, as the start of a host on the new bus.
+void LinuxDistributedNotificationCenter::tellOfReturn(const Subscriptions& subscriptions) {
+  for (const auto& subscription : subscriptions) {
+    if (subscription->isActive) subscription->handler("");
+  }
+}
+
+void LinuxDistributedNotificationCenter::postNotificationName(std::string_view name, std::string_view object, bool) {
   const std::string member(name);
   if (!isLegal(member)) return;
   GDBusConnection* connection = bus_.connection(SessionBus::deadline());

@@ -195,55 +195,12 @@ void impossibleCounts(const Use& use) {
   }
 }
 
-// An archive of `levels` archives inside one another, put together from the outside in: its size is linear in the levels.
-Data nestedArchives(std::size_t levels) {
-  ArchiveBytes level;
-  level.offsetSize = 4;
-  const auto blob = level.slot(level.data({}));
-  const Data pattern = level.archive(nodeSlot(level, {blob}));
-  const std::size_t tableSize = level.raw({}) * 4;
-  const std::size_t table = pattern.size() - 32 - tableSize;
-  // The data moves to the end of the objects, so that what stands before it and what stands behind it are two pieces.
-  const std::size_t blobNumber = 1;
-  std::vector<std::uint64_t> lengths{node({}).size()};
-  const std::size_t head = table + 10;
-  while (lengths.size() <= levels) lengths.push_back(head + lengths.back() + tableSize + 32);
-  Data bytes;
-  bytes.reserve(lengths.back());
-  const auto put = [&bytes](std::uint64_t value, unsigned size) {
-    for (unsigned i = size; i-- > 0;) bytes.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
-  };
-  for (std::size_t i = levels; i-- > 0;) {
-    bytes.insert(bytes.end(), pattern.begin(), pattern.begin() + static_cast<std::ptrdiff_t>(table));
-    put(0x4f13, 2);
-    put(lengths[i], 8);
-  }
-  const Data innermost = node({});
-  bytes.insert(bytes.end(), innermost.begin(), innermost.end());
-  for (std::size_t i = 0; i < levels; ++i) {
-    const std::size_t start = bytes.size();
-    bytes.insert(bytes.end(), pattern.begin() + static_cast<std::ptrdiff_t>(table), pattern.end());
-    for (unsigned byte = 0; byte < 4; ++byte) {
-      bytes[start + 4 * blobNumber + byte] = static_cast<std::uint8_t>(table >> (8 * (3 - byte)));
-    }
-    bytes.resize(bytes.size() - 8);
-    put(head + lengths[i], 8);
-  }
-  return bytes;
-}
-
 void deep(const Use& use) {
   for (const std::size_t levels : {2, 100, 4000, 4096, 4097, 50000}) {
-    use("archives inside archives " + std::to_string(levels), nestedArchives(levels));
+    use("archives inside archives " + std::to_string(levels), archivesInsideArchives(levels));
   }
   for (const std::size_t levels : {500, 512, 513, 500000}) {
-    ArchiveBytes archive;
-    const auto record = archive.classRecord("NSArray");
-    auto inner = archive.slot(archive.integer(1));
-    for (std::size_t i = 0; i < levels; ++i) {
-      inner = archive.slot(archive.object({{"NS.objects", archive.uids({inner})}, {"$class", archive.uid(record)}}));
-    }
-    use("arrays inside arrays " + std::to_string(levels), archive.archive(inner));
+    use("arrays inside arrays " + std::to_string(levels), arraysInsideArrays(levels));
   }
   ArchiveBytes lists;
   auto inner = lists.array({});
@@ -328,6 +285,53 @@ void wide(const Use& use) {
 }
 
 }  // namespace
+
+// Put together from the outside in: its size is linear in the levels.
+Data archivesInsideArchives(std::size_t levels) {
+  ArchiveBytes level;
+  level.offsetSize = 4;
+  const auto blob = level.slot(level.data({}));
+  const Data pattern = level.archive(nodeSlot(level, {blob}));
+  const std::size_t tableSize = level.raw({}) * 4;
+  const std::size_t table = pattern.size() - 32 - tableSize;
+  // The data moves to the end of the objects, so that what stands before it and what stands behind it are two pieces.
+  const std::size_t blobNumber = 1;
+  std::vector<std::uint64_t> lengths{node({}).size()};
+  const std::size_t head = table + 10;
+  while (lengths.size() <= levels) lengths.push_back(head + lengths.back() + tableSize + 32);
+  Data bytes;
+  bytes.reserve(lengths.back());
+  const auto put = [&bytes](std::uint64_t value, unsigned size) {
+    for (unsigned i = size; i-- > 0;) bytes.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+  };
+  for (std::size_t i = levels; i-- > 0;) {
+    bytes.insert(bytes.end(), pattern.begin(), pattern.begin() + static_cast<std::ptrdiff_t>(table));
+    put(0x4f13, 2);
+    put(lengths[i], 8);
+  }
+  const Data innermost = node({});
+  bytes.insert(bytes.end(), innermost.begin(), innermost.end());
+  for (std::size_t i = 0; i < levels; ++i) {
+    const std::size_t start = bytes.size();
+    bytes.insert(bytes.end(), pattern.begin() + static_cast<std::ptrdiff_t>(table), pattern.end());
+    for (unsigned byte = 0; byte < 4; ++byte) {
+      bytes[start + 4 * blobNumber + byte] = static_cast<std::uint8_t>(table >> (8 * (3 - byte)));
+    }
+    bytes.erase(bytes.end() - 8, bytes.end());
+    put(head + lengths[i], 8);
+  }
+  return bytes;
+}
+
+Data arraysInsideArrays(std::size_t levels) {
+  ArchiveBytes archive;
+  const auto record = archive.classRecord("NSArray");
+  auto inner = archive.slot(archive.integer(1));
+  for (std::size_t i = 0; i < levels; ++i) {
+    inner = archive.slot(archive.object({{"NS.objects", archive.uids({inner})}, {"$class", archive.uid(record)}}));
+  }
+  return archive.archive(inner);
+}
 
 void forEachSmallHostileArchive(const Use& use) {
   bent(use);

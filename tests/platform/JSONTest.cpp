@@ -1,11 +1,11 @@
 // JSON text both ways, with what no other reader of ours meets: bytes that are no text.
-#include "platform/JSON.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
+
+#include "platform/JSON.h"
 
 namespace {
 
@@ -32,18 +32,55 @@ TEST(JSONText, whiteSpaceStandsAnywhereBetween) {
 }
 
 TEST(JSONText, whatIsNoJSONIsRefused) {
-  for (const char* text :
-       {"", " ", "nul", "nulll", "True", "[", "[1", "[1,", "[1,]", "[,1]", "[1 2]", "]", "{", "{\"a\"", "{\"a\":", "{\"a\":1",
-        "{\"a\":1,", "{\"a\":1,}", "{a:1}", "{1:1}", "{\"a\" 1}", "\"", "\"a", "\"\\\"", "\"\\x\"", "\"\\u12\"",
-        "\"\\u12G4\"", "\"\\u-123\"", "\"\\u+123\"", "\"\\u 123\"", "\"\\u0x1\"", "\"a\nb\"", "\"\t\"", "'a'", "1 2", "[]]",
-        "// c\n1", "\xEF\xBB\xBF" "1", "NaN", "Infinity", "-"}) {
+  for (const char* text : {"",
+                           " ",
+                           "nul",
+                           "nulll",
+                           "True",
+                           "[",
+                           "[1",
+                           "[1,",
+                           "[1,]",
+                           "[,1]",
+                           "[1 2]",
+                           "]",
+                           "{",
+                           "{\"a\"",
+                           "{\"a\":",
+                           "{\"a\":1",
+                           "{\"a\":1,",
+                           "{\"a\":1,}",
+                           "{a:1}",
+                           "{1:1}",
+                           "{\"a\" 1}",
+                           "\"",
+                           "\"a",
+                           "\"\\\"",
+                           "\"\\x\"",
+                           "\"\\u12\"",
+                           "\"\\u12G4\"",
+                           "\"\\u-123\"",
+                           "\"\\u+123\"",
+                           "\"\\u 123\"",
+                           "\"\\u0x1\"",
+                           "\"a\nb\"",
+                           "\"\t\"",
+                           "'a'",
+                           "1 2",
+                           "[]]",
+                           "// c\n1",
+                           "\xEF\xBB\xBF"
+                           "1",
+                           "NaN",
+                           "Infinity",
+                           "-"}) {
     EXPECT_FALSE(JSON::parse(text)) << text;
   }
 }
 
 TEST(JSONText, numbersAreOfTheStandardsForm) {
-  for (const char* text : {"01", "-01", "+1", ".5", "1.", "1.e5", "1e", "1e+", "--1", "1-1", "1.2.3", "0x10", "1e5e5", "00",
-                           "-.5", "1_0"}) {
+  for (const char* text : {"01", "-01", "+1", ".5", "1.", "1.e5", "1e", "1e+", "--1", "1-1", "1.2.3", "0x10",
+                           "1e5e5", "00", "-.5", "1_0"}) {
     EXPECT_FALSE(JSON::parse(text)) << text;
   }
   EXPECT_EQ(again("-0"), "0");
@@ -102,11 +139,16 @@ TEST(JSONText, bytesThatAreNoTextTravelAsLoneSurrogatesAndComeBack) {
 }
 
 TEST(JSONText, loneSurrogatesOfTheWireComeBackAsTheyWere) {
-  for (const char* odd : {"\xED\xA0\x80", "a\xED\xAF\xBF" "b", "\xED\xB0\x80", "\xED\xBF\xBF"}) {
+  for (const char* odd : {"\xED\xA0\x80",
+                          "a\xED\xAF\xBF"
+                          "b",
+                          "\xED\xB0\x80", "\xED\xBF\xBF"}) {
     EXPECT_EQ(stringOf(JSON(odd).text()), odd);
   }
   EXPECT_EQ(JSON("\xED\xA0\x80").text(), "\"\\ud800\"");
-  EXPECT_EQ(stringOf("\"\\ud800\\u0041\""), "\xED\xA0\x80" "A");
+  EXPECT_EQ(stringOf("\"\\ud800\\u0041\""),
+            "\xED\xA0\x80"
+            "A");
   EXPECT_EQ(stringOf("\"\\ud800\\ud83d\\ude00\""), "\xED\xA0\x80\U0001F600");
   EXPECT_EQ(stringOf("\"\\ud800\\uZZZZ\""), "no string");
 }
@@ -128,8 +170,10 @@ TEST(JSONText, membersStandInTheirOrderOrSortedByCodePoint) {
   object.set("a", JSON(JSON::ObjectValue{{"z", true}, {"y", false}}));
   object.set("\U0001F600", 3);
   object.set("\uFFFD", 4);
-  EXPECT_EQ(object.text(), "{\"b\":1,\"\\u00e9\":2,\"a\":{\"z\":true,\"y\":false},\"\\ud83d\\ude00\":3,\"\\ufffd\":4}");
-  EXPECT_EQ(object.text(true), "{\"a\":{\"y\":false,\"z\":true},\"b\":1,\"\\u00e9\":2,\"\\ufffd\":4,\"\\ud83d\\ude00\":3}");
+  EXPECT_EQ(object.text(),
+            "{\"b\":1,\"\\u00e9\":2,\"a\":{\"z\":true,\"y\":false},\"\\ud83d\\ude00\":3,\"\\ufffd\":4}");
+  EXPECT_EQ(object.text(true),
+            "{\"a\":{\"y\":false,\"z\":true},\"b\":1,\"\\u00e9\":2,\"\\ufffd\":4,\"\\ud83d\\ude00\":3}");
 }
 
 TEST(JSONText, ofEqualKeysTheLastCounts) {

@@ -1,5 +1,6 @@
-// A session of its own for one test program: a real session bus, and the folders that the desktop's standards name, in a
-// private place. GLib and dconf read these once a process, hence one session a program, begun before the first test.
+// A session of its own for one test program: a real session bus, and the folders that the desktop's standards
+// name, in a private place. GLib and dconf read these once a process, hence one session a program, begun
+// before the first test.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -182,9 +182,10 @@ TEST_F(SessionBus, aBusThatWentAwayIsLoggedOnceAndItsReturnRenewsTheSubscription
     const auto owner = daemon.startOwner("org.example.Host");
     EXPECT_EQ(applications.runningApplicationsWithBundleIdentifier("org.example.Host").size(), 1u);
     daemon.post("N", "again");
-    EXPECT_TRUE(runUntilHeard(static_cast<std::size_t>(round)));
+    EXPECT_TRUE(runUntilHeard(2 * static_cast<std::size_t>(round)));
   }
-  EXPECT_EQ(heard, (std::vector<std::string>{"again", "again", "again"}));
+  EXPECT_EQ(std::count(heard.begin(), heard.end(), "again"), 3);
+  EXPECT_EQ(std::count(heard.begin(), heard.end(), ""), 3);
 }
 
 TEST_F(SessionBus, aBusThatComesBackIsHeardWithoutAnyUse) {
@@ -195,7 +196,8 @@ TEST_F(SessionBus, aBusThatComesBackIsHeardWithoutAnyUse) {
   EXPECT_TRUE(pumpUntil([&] { return bus.openConnection() != nullptr; }));
   applications.runningApplicationsWithBundleIdentifier("org.example.None");
   daemon.post("N", "again");
-  EXPECT_TRUE(runUntilHeard(1));
+  EXPECT_TRUE(runUntilHeard(2));
+  EXPECT_EQ(std::count(heard.begin(), heard.end(), "again"), 1);
 }
 
 TEST_F(SessionBus, aUseRightAfterTheBusEndedDoesNotUseTheDeadConnection) {
@@ -205,7 +207,8 @@ TEST_F(SessionBus, aUseRightAfterTheBusEndedDoesNotUseTheDeadConnection) {
   const auto owner = daemon.startOwner("org.example.Host");
   EXPECT_TRUE(pumpUntil([&] { return applications.runningApplicationsWithBundleIdentifier("org.example.Host").size() == 1; }));
   daemon.post("N", "again");
-  EXPECT_TRUE(runUntilHeard(1));
+  EXPECT_TRUE(runUntilHeard(2));
+  EXPECT_EQ(std::count(heard.begin(), heard.end(), "again"), 1);
 }
 
 TEST_F(SessionBus, anObserverAddedWithoutABusIsToldOnceThereIsOne) {
@@ -215,9 +218,24 @@ TEST_F(SessionBus, anObserverAddedWithoutABusIsToldOnceThereIsOne) {
   EXPECT_TRUE(pumpUntil([&] { return bus.openConnection() != nullptr; }));
   applications.runningApplicationsWithBundleIdentifier("org.example.None");
   daemon.post("N", "text");
-  EXPECT_TRUE(runUntilHeard(1));
-  EXPECT_EQ(heard.size(), 1u);
+  EXPECT_TRUE(runUntilHeard(2));
+  EXPECT_EQ(std::count(heard.begin(), heard.end(), "text"), 1);
 }
+
+TEST_F(SessionBus, anObserverThatMayHaveMissedSomethingIsToldOnce) {
+  observe("N");
+  daemon.end();
+  EXPECT_TRUE(pumpUntil([&] { return logged("session bus went away") == 1; }));
+  daemon.start();
+  daemon.post("N", "too early");
+  EXPECT_TRUE(runUntilHeard(1));
+  EXPECT_EQ(heard.front(), "");
+  daemon.post("N", "in time");
+  EXPECT_TRUE(runUntilHeard(2));
+  EXPECT_EQ(std::count(heard.begin(), heard.end(), ""), 1);
+}
+
+
 
 TEST_F(SessionBus, whatWasPostedRightBeforeTheEndArrives) {
   observe("N");

@@ -1,15 +1,17 @@
 // URLs as text and as paths. The examples of resolving are those of RFC 3986, section 5.4.
-#include "platform/URL.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "platform/URL.h"
 
 namespace {
 
 using platform::FileReference;
 using platform::URL;
 
-std::string pathOf(std::string_view text) { return URL::URLWithString(text).path(); }
+std::string pathOf(std::string_view text) {
+  return URL::URLWithString(text).path();
+}
 std::string textOf(std::string_view path, bool isDirectory = false) {
   return URL::fileURLWithPath(path, isDirectory).absoluteString();
 }
@@ -66,7 +68,8 @@ TEST(URLs, textsThatNameNoFileOfThisMachineHaveNoPath) {
 }
 
 TEST(URLs, anEncodedNULOrABrokenEscapeLeavesNoPath) {
-  for (const char* text : {"file:///a%00", "file:///%00/b", "file:///a%", "file:///a%2", "file:///a%zz", "file:///a%2g"}) {
+  for (const char* text :
+       {"file:///a%00", "file:///%00/b", "file:///a%", "file:///a%2", "file:///a%zz", "file:///a%2g"}) {
     EXPECT_EQ(pathOf(text), "") << text;
     EXPECT_TRUE(URL::URLWithString(text).isFileURL()) << text;
     EXPECT_EQ(URL::URLWithString(text).absoluteString(), text);
@@ -92,20 +95,48 @@ TEST(URLs, aTextIsKeptAsItStands) {
 
 TEST(URLs, relativeTextsResolveAsInTheStandard) {
   const URL base = URL::URLWithString("http://a/b/c/d;p?q");
-  const std::pair<const char*, const char*> examples[] = {
-      {"g:h", "g:h"}, {"g", "http://a/b/c/g"}, {"./g", "http://a/b/c/g"}, {"g/", "http://a/b/c/g/"},
-      {"/g", "http://a/g"}, {"//g", "http://g"}, {"?y", "http://a/b/c/d;p?y"}, {"g?y", "http://a/b/c/g?y"},
-      {"#s", "http://a/b/c/d;p?q#s"}, {"g#s", "http://a/b/c/g#s"}, {"g?y#s", "http://a/b/c/g?y#s"},
-      {";x", "http://a/b/c/;x"}, {"g;x", "http://a/b/c/g;x"}, {"g;x?y#s", "http://a/b/c/g;x?y#s"},
-      {"", "http://a/b/c/d;p?q"}, {".", "http://a/b/c/"}, {"./", "http://a/b/c/"}, {"..", "http://a/b/"},
-      {"../", "http://a/b/"}, {"../g", "http://a/b/g"}, {"../..", "http://a/"}, {"../../", "http://a/"},
-      {"../../g", "http://a/g"}, {"../../../g", "http://a/g"}, {"../../../../g", "http://a/g"},
-      {"/./g", "http://a/g"}, {"/../g", "http://a/g"}, {"g.", "http://a/b/c/g."}, {".g", "http://a/b/c/.g"},
-      {"g..", "http://a/b/c/g.."}, {"..g", "http://a/b/c/..g"}, {"./../g", "http://a/b/g"},
-      {"./g/.", "http://a/b/c/g/"}, {"g/./h", "http://a/b/c/g/h"}, {"g/../h", "http://a/b/c/h"},
-      {"g;x=1/./y", "http://a/b/c/g;x=1/y"}, {"g;x=1/../y", "http://a/b/c/y"},
-      {"g?y/./x", "http://a/b/c/g?y/./x"}, {"g?y/../x", "http://a/b/c/g?y/../x"},
-      {"g#s/./x", "http://a/b/c/g#s/./x"}, {"g#s/../x", "http://a/b/c/g#s/../x"}, {"http:g", "http:g"}};
+  const std::pair<const char*, const char*> examples[] = {{"g:h", "g:h"},
+                                                          {"g", "http://a/b/c/g"},
+                                                          {"./g", "http://a/b/c/g"},
+                                                          {"g/", "http://a/b/c/g/"},
+                                                          {"/g", "http://a/g"},
+                                                          {"//g", "http://g"},
+                                                          {"?y", "http://a/b/c/d;p?y"},
+                                                          {"g?y", "http://a/b/c/g?y"},
+                                                          {"#s", "http://a/b/c/d;p?q#s"},
+                                                          {"g#s", "http://a/b/c/g#s"},
+                                                          {"g?y#s", "http://a/b/c/g?y#s"},
+                                                          {";x", "http://a/b/c/;x"},
+                                                          {"g;x", "http://a/b/c/g;x"},
+                                                          {"g;x?y#s", "http://a/b/c/g;x?y#s"},
+                                                          {"", "http://a/b/c/d;p?q"},
+                                                          {".", "http://a/b/c/"},
+                                                          {"./", "http://a/b/c/"},
+                                                          {"..", "http://a/b/"},
+                                                          {"../", "http://a/b/"},
+                                                          {"../g", "http://a/b/g"},
+                                                          {"../..", "http://a/"},
+                                                          {"../../", "http://a/"},
+                                                          {"../../g", "http://a/g"},
+                                                          {"../../../g", "http://a/g"},
+                                                          {"../../../../g", "http://a/g"},
+                                                          {"/./g", "http://a/g"},
+                                                          {"/../g", "http://a/g"},
+                                                          {"g.", "http://a/b/c/g."},
+                                                          {".g", "http://a/b/c/.g"},
+                                                          {"g..", "http://a/b/c/g.."},
+                                                          {"..g", "http://a/b/c/..g"},
+                                                          {"./../g", "http://a/b/g"},
+                                                          {"./g/.", "http://a/b/c/g/"},
+                                                          {"g/./h", "http://a/b/c/g/h"},
+                                                          {"g/../h", "http://a/b/c/h"},
+                                                          {"g;x=1/./y", "http://a/b/c/g;x=1/y"},
+                                                          {"g;x=1/../y", "http://a/b/c/y"},
+                                                          {"g?y/./x", "http://a/b/c/g?y/./x"},
+                                                          {"g?y/../x", "http://a/b/c/g?y/../x"},
+                                                          {"g#s/./x", "http://a/b/c/g#s/./x"},
+                                                          {"g#s/../x", "http://a/b/c/g#s/../x"},
+                                                          {"http:g", "http:g"}};
   for (const auto& [relative, expected] : examples) {
     EXPECT_EQ(URL::URLWithString(relative, base).absoluteString(), expected) << relative;
   }
@@ -137,7 +168,8 @@ TEST(URLs, theLastComponentIsInBytes) {
 }
 
 TEST(URLs, anEntryOfAFolderIsThePathAndTheName) {
-  EXPECT_EQ(URL::fileURLWithPath("/a", true).URLByAppendingPathComponent("b").absoluteString(), "file:///a/b");
+  EXPECT_EQ(URL::fileURLWithPath("/a", true).URLByAppendingPathComponent("b").absoluteString(),
+            "file:///a/b");
   EXPECT_EQ(URL::fileURLWithPath("/").URLByAppendingPathComponent("b", true).absoluteString(), "file:///b/");
   const auto file = std::make_shared<MovingFile>();
   EXPECT_EQ(URL::fileURLWithReference(file).URLByAppendingPathComponent("b").path(), "/before/b");
