@@ -1,28 +1,20 @@
 // Records between the two programs: a small one from the object to the object, and a large tree's bytes, beside the barest way to
 // carry as many bytes over the same kind of socket.
-#include <glib.h>
 #include <sched.h>
-#include <signal.h>
 #include <sys/mman.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
-#include <chrono>
-#include <cstdlib>
 #include <functional>
 #include <memory>
-#include <optional>
 
 #include "archive/ArchivedClasses.h"
 #include "bench/Ratios.h"
+#include "bench/ReceivingProcess.h"
 #include "bench/TreeShapes.h"
 #include "core/DTMessage.h"
 #include "platform/KeyedArchiver.h"
 #include "platform/KeyedUnarchiver.h"
-#include "platform/linux/Descriptor.h"
 #include "platform/linux/Log.h"
 #include "platform/linux/MessagePorts.h"
 #include "tests/platform/TemporaryFolder.h"
@@ -31,73 +23,11 @@ namespace {
 
 using platform::ByteView;
 using platform::Data;
-using platform::native::Descriptor;
 
 constexpr std::string_view portName = "bench.Sync.1";
 
-void check(bool holds) {
-  if (!holds) std::abort();
-}
-
-/// Both ends of a connected pair.
-std::array<Descriptor, 2> socketPair(int type) {
-  int ends[2];
-  check(::socketpair(AF_UNIX, type | SOCK_CLOEXEC, 0, ends) == 0);
-  return {Descriptor(ends[0]), Descriptor(ends[1])};
-}
-
-/// When the receiving process was done with a record, on the clock that all processes share.
-struct Done {
-  std::int64_t nanoseconds = 0;
-};
-
-std::int64_t now() { return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1); }
-
-/// The receiver of one side of a comparison: a process that tells when it is done with each record.
-class Receiver {
- public:
-  using Run = std::function<void(const std::function<void()>& done)>;
-
-  /// `run` receives until the process is killed, and says when it is ready and after each record.
-  explicit Receiver(const Run& run) : ends_(socketPair(SOCK_SEQPACKET)) {
-    void* shared = ::mmap(nullptr, sizeof(Done), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    check(shared != MAP_FAILED);
-    done_ = new (shared) Done;
-    process_ = ::fork();
-    check(process_ >= 0);
-    if (process_ == 0) {
-      ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-      run([this] {
-        done_->nanoseconds = now();
-        check(::send(ends_[1].get(), "", 1, MSG_NOSIGNAL) == 1);
-      });
-      ::_exit(0);
-    }
-    waitUntilDone();
-  }
-  ~Receiver() {
-    ::kill(process_, SIGKILL);
-    ::waitpid(process_, nullptr, 0);
-    ::munmap(done_, sizeof(Done));
-  }
-  Receiver(const Receiver&) = delete;
-  Receiver& operator=(const Receiver&) = delete;
-
-  /// The time on `now`'s clock when it was done with the next record.
-  std::int64_t waitUntilDone() {
-    char byte;
-    check(::recv(ends_[0].get(), &byte, 1, 0) == 1);
-    return done_->nanoseconds;
-  }
-
- private:
-  std::array<Descriptor, 2> ends_;
-  Done* done_ = nullptr;
-  pid_t process_ = -1;
-};
-
 /// The seconds from the start of `send` to the moment when the receiver is done, on the average of so many times.
-double secondsOf(Receiver& receiver, int times, const std::function<void()>& send) {
+double secondsOf(ReceivingProcess& receiver, int times, const std::function<void()>& send) {
   std::int64_t sum = 0;
   for (int i = 0; i < times; ++i) {
     const std::int64_t start = now();
@@ -107,28 +37,14 @@ double secondsOf(Receiver& receiver, int times, const std::function<void()>& sen
   return static_cast<double>(sum) / times * 1e-9;
 }
 
-struct Listener {
-  std::function<void(ByteView)> receive;
-
-  static std::optional<Data> received(platform::LocalMessagePort&, std::int32_t, ByteView record, void* info) {
-    static_cast<Listener*>(info)->receive(record);
-    return std::nullopt;
-  }
-};
-
-/// Reads the real port on GLib's main loop for ever.
-void listen(const std::string& folder, const std::function<void()>& done, void (*use)(ByteView)) {
-  platform::native::LinuxLog log;
-  platform::native::LinuxMessagePorts ports(log, folder, ::geteuid());
-  Listener listener{[&](ByteView record) {
-    use(record);
-    done();
-  }};
-  auto* port = ports.createLocal(portName, Listener::received, {1, &listener});
-  check(port != nullptr);
-  ports.addSourceToCurrentRunLoop(ports.createRunLoopSource(*port, 0), platform::RunLoopMode::common);
-  done();
-  for (;;) g_main_context_iteration(nullptr, TRUE);
+/// Listens under the port's name in that folder, uses each record as told, and says so.
+ReceivingProcess::Run listener(const std::string& folder, void (*use)(ByteView)) {
+  return [folder, use](const std::function<void()>& done) {
+    listenForEver(folder, portName, done, [&](ByteView record) {
+      use(record);
+      done();
+    });
+  };
 }
 
 void send(platform::RemoteMessagePort& port, ByteView record) {
@@ -157,8 +73,8 @@ void touchPages(ByteView bytes) {
 void compareSmallRecords(const std::string& folder) {
   constexpr int times = 1'000;
   const auto [out, in] = socketPair(SOCK_SEQPACKET);
-  Receiver reader([&](const auto& done) { listen(folder, done, decodeRecord); });
-  Receiver bareReader([&](const auto& done) {
+  ReceivingProcess reader(listener(folder, decodeRecord));
+  ReceivingProcess bareReader([&](const auto& done) {
     Data packet(64 * 1024);
     done();
     for (;;) {
@@ -218,8 +134,8 @@ void receiveStreams(int socket, const std::function<void()>& done) {
 void compareTrees(const std::string& folder) {
   const Data tree = archiveOf(realisticTree(20'000));
   const auto [out, in] = socketPair(SOCK_STREAM);
-  Receiver reader([&](const auto& done) { listen(folder, done, touchPages); });
-  Receiver bareReader([&](const auto& done) { receiveStreams(in.get(), done); });
+  ReceivingProcess reader(listener(folder, touchPages));
+  ReceivingProcess bareReader([&](const auto& done) { receiveStreams(in.get(), done); });
   platform::native::LinuxLog log;
   platform::native::LinuxMessagePorts ports(log, folder, ::geteuid());
   const auto port = ports.createRemote(portName);
