@@ -49,6 +49,11 @@ class KeyedArchiveReader {
 
   /// The object at a reference, made whole. nil for 0.
   bool object(std::uint32_t uid, Object& object);
+  /// The object whose reference stands at a value of a dictionary; nil for `absent`.
+  bool objectAt(std::uint64_t value, Object& object) {
+    std::uint32_t uid = 0;
+    return readUID(value, uid) && this->object(uid, object);
+  }
   /// The text of a plain string.
   bool text(const PropertyListItem& string, std::string& text) const;
   /// The elements of an array of data as views into the archive, an empty one for an element that is no data. Nothing
