@@ -10,6 +10,7 @@
 
 #include "archive/ArchivedClasses.h"
 #include "bench/GNUstepDecoding.h"
+#include "bench/LibplistDecoding.h"
 #include "bench/Ratios.h"
 #include "bench/TreeShapes.h"
 #include "platform/KeyedUnarchiver.h"
@@ -70,6 +71,14 @@ void compare(const Data& bytes) {
   printFigure("decode, realistic 80,000", "memcpy of the bytes", times[1] / times[0], Bar::atMost(15, 6.5));
 }
 
+void compareWithLibplist(const Data& bytes) {
+  const auto times = mediansOf({[&] { decode(bytes); },
+                                [&] {
+                                  if (decodeWithLibplist(bytes).childNodes().empty()) std::abort();
+                                }});
+  printFigure("libplist-based decoding, realistic 80,000", "decode", times[1] / times[0], Bar::atLeast(12, 28));
+}
+
 void compareWithGNUstep(const Data& bytes) {
   const auto times = mediansOf({[&] { decode(bytes); }, [&] { decodeWithGNUstep(bytes.data(), bytes.size()); }});
   printFigure("GNUstep's unarchiver, realistic 80,000", "decode", times[1] / times[0], Bar::atLeast(40, 80));
@@ -83,6 +92,7 @@ int main() {
   const Data chain = archiveOf(chainTree(4000)), chainSmall = archiveOf(chainTree(10));
   compare(realistic);
   compareWithGNUstep(realistic);
+  compareWithLibplist(realistic);
   const auto scale = [](const char* what, double figure, const Bar& bar) {
     printFigure(std::string("decode, time an entry, ") + what, "the smaller of the two", figure, bar);
   };
