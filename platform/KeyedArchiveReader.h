@@ -29,6 +29,9 @@ class KeyedArchiveReader {
   ClassTable classes() const { return classes_; }
   DecodeBudget& budget() const { return *budget_; }
 
+  /// The archive as a property list, and the number there of the object at a reference other than 0; `absent` past the end.
+  const PropertyListReader& list() const { return list_; }
+  std::uint64_t objectNumber(std::uint32_t uid) const { return uid < objects_.count ? list_.reference(objects_, uid) : absent; }
   /// What stands at a reference other than 0. False past the end.
   bool readSlot(std::uint32_t uid, PropertyListItem& item) const;
   /// The reference that stands at a value of a dictionary; 0 for `absent` and for a value that is no reference.
