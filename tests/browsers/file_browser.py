@@ -211,4 +211,57 @@ class Nemo(FileBrowser):
         session.write(".config/glib-2.0/settings/keyfile", "[org/nemo/preferences]\ndefault-folder-viewer='list-view'\n")
 
 
-BROWSERS = {"caja": Caja, "nemo": Nemo}
+class Thunar(FileBrowser):
+    command = ["thunar"]
+    cell_roles = ("table cell",)
+
+    def prepare(self, session):
+        # Its icon view shows AT-SPI no items.
+        session.write(".config/xfce4/xfconf/xfce-perchannel-xml/thunar.xml",
+                      '<?xml version="1.0" encoding="UTF-8"?>\n<channel name="thunar" version="1.0">\n'
+                      '  <property name="default-view" type="string" value="ThunarDetailsView"/>\n'
+                      '  <property name="last-view" type="string" value="ThunarDetailsView"/>\n</channel>\n')
+
+
+class Nautilus(FileBrowser):
+    """Built with GTK 4: places are told relative to the window, and a menu is a popover with one page for each submenu."""
+
+    command = ["nautilus", "--new-window"]
+    cell_roles = ("table cell", "icon")
+
+    def files(self, window):
+        found = {}
+        for node in below(window, self.cell_roles, ("menu bar", "tool bar", "menu", "icon")):
+            if node.get_name():
+                found.setdefault(node.get_name(), node)
+        return found
+
+    def window_origin(self):
+        lines = run("xdotool", "getactivewindow", "getwindowgeometry", "--shell").split()
+        place = dict(line.split("=") for line in lines)
+        return {name: int(place[name]) for name in ("X", "Y", "WIDTH", "HEIGHT")}
+
+    def point_at(self, node):
+        origin = self.window_origin()
+        area = Atspi.Component.get_extents(node, Atspi.CoordType.SCREEN)
+        return origin["X"] + area.x + area.width // 2, origin["Y"] + area.y + area.height // 2
+
+    def open_background_menu(self, window):
+        origin = self.window_origin()
+        run("xdotool", "mousemove", str(origin["X"] + origin["WIDTH"] - 60), str(origin["Y"] + origin["HEIGHT"] - 90),
+            "click", "3")
+        return self.open_menu()
+
+    def shown_menu(self):
+        for frame in self.frames():
+            for menu in below(frame, ("menu",), ("menu", "menu item"), 25):
+                if is_in(menu, "VISIBLE") and any(node.get_name() == "Properties" for node in below(menu, ("menu item",), (), 12)):
+                    return menu
+        return None
+
+    def close_menu(self):
+        run("xdotool", "key", "--clearmodifiers", "Escape")
+        wait_for("no menu", lambda: not self.shown_menu())
+
+
+BROWSERS = {"caja": Caja, "nautilus": Nautilus, "nemo": Nemo, "thunar": Thunar}

@@ -47,10 +47,13 @@ def offer_module(browser, module_folder, private):
     if module_folder:
         name = "libdovetail-%s.so" % browser
         os.symlink(os.path.join(module_folder, name), os.path.join(offered, name))
+    if browser == "caja":  # its package brings no folder, but a variable
+        return {"CAJA_EXTENSION_DIRS": offered}
     if not os.path.isdir(folder):
         mount("-t", "tmpfs", "none", os.path.dirname(folder))
         os.makedirs(folder)
     mount("--bind", offered, folder)
+    return {}
 
 
 def main():
@@ -71,8 +74,8 @@ class GraphicalSession(Session):
         self.pictures = os.environ.get("DOVETAIL_PICTURES") or self.path("pictures")
         os.makedirs(self.pictures, exist_ok=True)
         modules = os.environ.get("DOVETAIL_MODULES") or os.path.join(ROOT, "build")
-        offer_module(browser, os.path.join(modules, "module-" + browser) if with_module else None, self.folder)
         self.environment.update(
+            offer_module(browser, os.path.join(modules, "module-" + browser) if with_module else None, self.folder),
             LANG="C.UTF-8", GDK_BACKEND="x11", GSETTINGS_BACKEND="keyfile", GSK_RENDERER="cairo", LIBGL_ALWAYS_SOFTWARE="1",
             GIO_USE_VFS="local", GVFS_DISABLE_FUSE="1", GTK_USE_PORTAL="0")
         self.write(".config/gtk-3.0/settings.ini", "[Settings]\ngtk-menu-images=1\n")

@@ -11,6 +11,7 @@
 
 #include "platform/linux/browsers/NativeItems.h"
 #include "platform/linux/caja/PopupMenu.h"
+#include "platform/linux/gtk3/LocationWidget.h"
 
 using platform::URL;
 using platform::native::BoundMenuRef;
@@ -140,38 +141,8 @@ GList* getToolbarItems(CajaMenuProvider*, GtkWidget* window, CajaFileInfo* folde
 
 // ---- What the windows show
 
-void locationLeft(GtkWidget*, gpointer folder) {
-  guarded([&] { caja->module.browser().folderClosed(*static_cast<URL*>(folder)); });
-}
-
-// Caja gives the widget a box with a border, empty in all but the rarest windows.
-void hideEmptyBox(GtkWidget* widget, GtkWidget*, gpointer) {
-  GtkWidget* const box = gtk_widget_get_parent(widget);
-  if (!box) return;
-  const auto hide = [](gpointer kept) -> gboolean {
-    GList* const children = gtk_container_get_children(GTK_CONTAINER(kept));
-    bool isEmpty = true;
-    for (GList* child = children; child; child = child->next) isEmpty &= !gtk_widget_get_visible(GTK_WIDGET(child->data));
-    g_list_free(children);
-    if (isEmpty) gtk_widget_hide(GTK_WIDGET(kept));
-    return G_SOURCE_REMOVE;
-  };
-  g_idle_add_full(G_PRIORITY_HIGH_IDLE, hide, g_object_ref(box), g_object_unref);
-}
-
-// Caja asks for a widget whenever a view begins to show a folder, and destroys it when it stops: so a widget without a look tells
-// of both.
 GtkWidget* getWidget(CajaLocationWidgetProvider*, const char* uri, GtkWidget*) {
-  return guarded([&]() -> GtkWidget* {
-    const URL folder = platform::native::folderURL(uri);
-    if (!folder.isFileURL() || !caja->module.browser().folderOpened(folder)) return nullptr;
-    GtkWidget* const widget = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
-    gtk_widget_set_no_show_all(widget, TRUE);
-    g_signal_connect(widget, "parent-set", G_CALLBACK(hideEmptyBox), nullptr);
-    g_signal_connect_data(widget, "destroy", G_CALLBACK(locationLeft), new URL(folder),
-                          [](gpointer url, GClosure*) { delete static_cast<URL*>(url); }, GConnectFlags(0));
-    return widget;
-  });
+  return guarded([&] { return platform::native::locationWidget(caja->module, uri); });
 }
 
 CajaOperationResult updateFileInfo(CajaInfoProvider*, CajaFileInfo* file, GClosure*, CajaOperationHandle**) {
