@@ -57,6 +57,11 @@ def run(*arguments):
     return subprocess.run(arguments, check=True, text=True, stdout=subprocess.PIPE).stdout
 
 
+def label_of(node):
+    """As it is seen: without the characters that have no shape."""
+    return (node.get_name() or "").replace("\u200b", "").replace("\u200c", "")
+
+
 MENU_ITEMS = ("menu", "menu item", "check menu item", "radio menu item")
 
 
@@ -155,11 +160,11 @@ class FileBrowser:
         return [node for node in children(menu) if node.get_role_name() in MENU_ITEMS and is_in(node, "VISIBLE")]
 
     def labels(self, menu):
-        return [node.get_name() or "" for node in self.items(menu)]
+        return [label_of(node) for node in self.items(menu)]
 
     def item(self, menu, *way):
         for label in way:
-            found = next((node for node in self.items(menu) if (node.get_name() or "") == label), None)
+            found = next((node for node in self.items(menu) if label_of(node) == label), None)
             if found is None:
                 raise Late("no item %r in %r" % (label, self.labels(menu)))
             menu = found
@@ -262,6 +267,24 @@ class Nautilus(FileBrowser):
     def close_menu(self):
         run("xdotool", "key", "--clearmodifiers", "Escape")
         wait_for("no menu", lambda: not self.shown_menu())
+
+    def pages(self, node):
+        while node.get_role_name() != "menu":
+            node = node.get_parent()
+        return [list(below(page, ("menu item",), ("menu item",))) for page in below(node, ("panel",), ("menu item",))
+                if page.get_name() == "GtkStackPage"]
+
+    def items(self, menu):
+        if menu.get_role_name() == "menu":
+            return self.pages(menu)[0]
+        # A page of the popover begins with an item that leads back and bears the label of the one that leads to it.
+        return next((page[1:] for page in self.pages(menu)[1:] if page and page[0].get_name() == menu.get_name()), [])
+
+    def open_submenus(self, menu, *way):
+        for depth in range(len(way)):
+            item = self.item(menu, *way[:depth + 1])
+            Atspi.Action.do_action(item, 0)
+            wait_for("the page of %r" % way[depth], lambda: any(is_in(node, "FOCUSED") for node in self.items(item)))
 
 
 BROWSERS = {"caja": Caja, "nautilus": Nautilus, "nemo": Nemo, "thunar": Thunar}
