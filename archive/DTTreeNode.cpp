@@ -11,6 +11,13 @@ using platform::KeyedArchiveReader;
 using platform::PropertyListItem;
 using platform::PropertyListKind;
 
+namespace {
+
+constexpr platform::PropertyListKey nodeClass(DTTreeNode::className);
+constexpr platform::PropertyListKey entryClass(DTArchiveEntry::className);
+
+}  // namespace
+
 DTTreeNode::DTTreeNode(std::optional<DTArchiveEntry> representedObject) : entry_(std::move(representedObject)) {}
 
 DTTreeNode::DTTreeNode(DTTreeNode&& other) noexcept
@@ -106,7 +113,7 @@ bool DTTreeNode::readRepresentedObject(KeyedArchiveReader& reader, std::uint64_t
   if (item.kind == PropertyListKind::Dictionary) {
     DTArchiveEntry::KeyedValues values;
     if (!reader.lookUp(item, DTArchiveEntry::keys, values)) return false;
-    if (reader.isOfClass(values.back(), DTArchiveEntry::className)) return entry_.emplace().readFrom(reader, values);
+    if (reader.isOfClass(values.back(), entryClass)) return entry_.emplace().readFrom(reader, values);
   }
   // Something else than an entry: it must be sound, but the node has no entry then.
   platform::Object object;
@@ -119,7 +126,7 @@ bool DTTreeNode::readFrom(platform::ByteView archive, const KeyedArchiveReader& 
   PropertyListItem root;
   return reader && reader->root() != 0 && reader->readSlot(reader->root(), root) &&
          root.kind == PropertyListKind::Dictionary && reader->lookUp(root, keys, values) &&
-         reader->isOfClass(values.back(), className) && readFrom(*reader, values, blobs);
+         reader->isOfClass(values.back(), nodeClass) && readFrom(*reader, values, blobs);
 }
 
 // Depth first, with the parents that still have archives to read on a list of their own. A parent leaves the list before

@@ -172,7 +172,7 @@ JSON Console::quit(const JSON&) { return done(); }
 
 void Console::wait(const JSON& request, std::function<void(JSON)> reply) {
   const auto holds = conditionOf(request);
-  if (!holds) return reply(error("\"until\" is to be host, noHost, archive (with a file) or folders (with a count)"));
+  if (!holds) return reply(error("\"until\" is to be host, noHost, archive (of a \"file\"), folders or archiveMenus (of a \"count\")"));
   const JSON* seconds = request.member("seconds");
   const auto* whole = seconds ? seconds->get<std::int64_t>() : nullptr;
   const auto* real = seconds ? seconds->get<double>() : nullptr;
@@ -200,8 +200,11 @@ std::function<bool()> Console::conditionOf(const JSON& request) const {
   }
   const JSON* count = request.member("count");
   const auto* number = count ? count->get<std::int64_t>() : nullptr;
-  if (*until != "folders" || !number) return nullptr;
-  return [this, number = *number] { return static_cast<std::int64_t>(browser_.directoryURLs().size()) == number; };
+  if (!number || *number < 0) return nullptr;
+  const auto wanted = static_cast<std::size_t>(*number);
+  if (*until == "folders") return [this, wanted] { return browser_.directoryURLs().size() == wanted; };
+  if (*until == "archiveMenus") return [this, wanted] { return extension_.archiveMenus().count() == wanted; };
+  return nullptr;
 }
 
 // ---- Files

@@ -1,7 +1,6 @@
 #include "host/ArchiveAnswers.h"
 
 #include "core/DTMessage.h"
-#include "host/EntryTree.h"
 #include "platform/KeyedArchiver.h"
 
 using platform::JSON;
@@ -45,9 +44,9 @@ void ArchiveAnswers::finish(const Request& request, const std::optional<Listing>
   sendTree(request, treeOfListing(request.file.lastPathComponent(), *listing));
 }
 
-void ArchiveAnswers::sendTree(const Request& request, const std::shared_ptr<const DTTreeNode>& tree) {
+void ArchiveAnswers::sendTree(const Request& request, const EntryTree& tree) {
   platform::Dictionary argument;
-  argument.add("1", Object(tree));
+  argument.add("1", Object(tree.root));
   argument.add("2", Object(dataOf(request.identity)));
   DTMessage message("setArchive:", Object(std::move(argument)));
   message.setPortName(ownPortName_);
@@ -55,10 +54,11 @@ void ArchiveAnswers::sendTree(const Request& request, const std::shared_ptr<cons
       platform::KeyedArchiver::archivedDataWithRootObject(Object(std::make_shared<const DTMessage>(std::move(message))));
   if (!record) return printUnanswered(request.file, "its tree cannot be archived");
   // Before it is sent, as the user may be quick to choose.
-  sentTrees_.remember(request.identity, tree);
+  sentTrees_.remember(request.identity, tree.root);
   const MessagePortStatus status = send(request.portName, *record);
   lines_.write("answered", {{"file", JSON(request.file.path())},
-                            {"entries", JSON(nodeCount(*tree))},
+                            {"entries", JSON(nodeCount(*tree.root))},
+                            {"leftOut", JSON(tree.leftOut)},
                             {"portName", JSON(request.portName)},
                             {"status", JSON(static_cast<int>(status))}});
 }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "host/ArchiveLister.h"
+#include "host/EntryTree.h"
 #include "host/EventLines.h"
 #include "host/SentTrees.h"
 #include "platform/FileIdentity.h"
@@ -32,7 +33,7 @@ class ArchiveAnswers {
   };
 
   void finish(const Request& request, const std::optional<Listing>& listing);
-  void sendTree(const Request& request, const std::shared_ptr<const DTTreeNode>& tree);
+  void sendTree(const Request& request, const EntryTree& tree);
   platform::MessagePortStatus send(const std::string& portName, platform::ByteView record);
   platform::RemoteMessagePort* port(const std::string& name);
   void printUnanswered(const platform::URL& file, std::string_view reason);

@@ -7,6 +7,8 @@
 #include <functional>
 #include <string>
 
+#include "platform/linux/OwnedGLib.h"
+
 class BusName {
  public:
   enum class State {
@@ -16,7 +18,7 @@ class BusName {
     lost,  ///< The bus has gone.
   };
 
-  /// Asks for the name on an open connection, which outlives this object. `onChange` runs from the main loop for each new state.
+  /// Asks for the name on an open connection. `onChange` runs from the main loop for each new state.
   BusName(GDBusConnection* bus, const std::string& name, std::function<void(State state)> onChange);
   BusName(const BusName&) = delete;
   BusName& operator=(const BusName&) = delete;
@@ -26,9 +28,12 @@ class BusName {
   State state() const { return state_; }
 
  private:
+  static void onClosed(GDBusConnection*, gboolean, GError*, gpointer self);
   void enter(State state);
 
+  platform::native::OwnedObject<GDBusConnection> bus_;
   std::function<void(State)> onChange_;
   State state_ = State::asked;
+  gulong closed_;
   guint owner_;
 };

@@ -9,6 +9,9 @@
 
 namespace {
 
+/// What a node adds to the tree's archive beside its name, which takes two bytes a character at most.
+constexpr std::size_t wireBytesOfNode = 540;
+
 /// A node by its number: its place in the table, the root being 0.
 using Number = std::uint32_t;
 constexpr Number none = 0;  ///< The root is nobody's child or sibling.
@@ -69,18 +72,27 @@ std::optional<std::vector<std::string_view>> partsOfPath(std::string_view path, 
 
 class TreeBuilder {
  public:
-  TreeBuilder(std::size_t entries, const TreeBounds& bounds) : bounds_(bounds) { nodes_.reserve(entries + 1); nodes_.emplace_back(); }
+  TreeBuilder(std::size_t entries, const TreeBounds& bounds) : bounds_(bounds) {
+    nodes_.reserve(entries + 1);
+    nodes_.emplace_back();
+  }
 
   void add(const Listing::Entry& entry) {
     const auto parts = partsOfPath(entry.path, bounds_.depth);
-    if (!parts || parts->empty()) return;
-    // Counts as if every folder had to be made, so that an entry is taken whole or not at all.
-    if (nodes_.size() + parts->size() > bounds_.nodes + 1) return;
+    if (parts && parts->empty()) return;
+    // Counted as if every folder had to be made, so that an entry is taken whole or not at all.
+    if (!parts || nodes_.size() + parts->size() > bounds_.nodes + 1 ||
+        wireBytes_ + parts->size() * wireBytesOfNode + 2 * entry.path.size() > bounds_.wireBytes) {
+      ++leftOut_;
+      return;
+    }
     Number parent = 0;
     for (std::size_t i = 0; i + 1 < parts->size(); ++i) parent = folder(parent, (*parts)[i]);
     if (entry.isFolder) folder(parent, parts->back());
     else append(parent, parts->back(), false, entry.size);
   }
+
+  std::size_t leftOut() const { return leftOut_; }
 
   DTTreeNode tree(std::string_view archiveName) const {
     DTTreeNode root(DTArchiveEntry(readableText(archiveName), true, 0, 0));
@@ -97,6 +109,7 @@ class TreeBuilder {
 
   void append(Number parent, std::string_view name, bool isFolder, std::uint64_t size) {
     const auto number = static_cast<Number>(nodes_.size());
+    wireBytes_ += wireBytesOfNode + 2 * name.size();
     nodes_.push_back({.name = name, .size = size, .isFolder = isFolder});
     FlatNode& owner = nodes_[parent];
     if (owner.firstChild == none) owner.firstChild = number;
@@ -116,17 +129,18 @@ class TreeBuilder {
   }
 
   TreeBounds bounds_;
+  std::size_t wireBytes_ = 0;
+  std::size_t leftOut_ = 0;
   std::vector<FlatNode> nodes_;
   std::unordered_map<FolderKey, Number, FolderHash> folders_;
 };
 
 }  // namespace
 
-std::shared_ptr<const DTTreeNode> treeOfListing(std::string_view archiveName, const Listing& listing,
-                                                const TreeBounds& bounds) {
+EntryTree treeOfListing(std::string_view archiveName, const Listing& listing, const TreeBounds& bounds) {
   TreeBuilder builder(std::min(listing.count(), bounds.nodes), bounds);
   for (std::size_t i = 0; i < listing.count(); ++i) builder.add(listing.entry(i));
-  return std::make_shared<const DTTreeNode>(builder.tree(archiveName));
+  return {std::make_shared<const DTTreeNode>(builder.tree(archiveName)), builder.leftOut()};
 }
 
 std::optional<FoundEntry> entryAtIndexPath(const DTTreeNode& root, const platform::IndexPath& indexPath) {

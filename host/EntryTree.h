@@ -10,10 +10,16 @@
 #include "host/Listing.h"
 #include "platform/IndexPath.h"
 
-/// What a tree may hold; entries that would exceed it are left out whole. The depth counts levels below the root.
+/// What a tree may hold; entries that would exceed it are left out whole.
 struct TreeBounds {
   std::size_t nodes = 1'000'000;
-  std::size_t depth = 256;
+  std::size_t depth = 256;                ///< Levels below the root.
+  std::size_t wireBytes = 240u << 20;  ///< Of the tree's archive, by estimate: a port takes records of 256 MiB.
+};
+
+struct EntryTree {
+  std::shared_ptr<const DTTreeNode> root;
+  std::size_t leftOut = 0;  ///< Entries that the bounds kept out.
 };
 
 /// The tree of a listing under a root of the archive's own name, in time linear in the listing.
@@ -24,8 +30,7 @@ struct TreeBounds {
 /// ".." is a name like any other, as following it would let an entry pass for one of another folder. A folder
 /// stands once, however often it is listed; files stand as often as they are listed, and beside a folder of their name. Names are
 /// made readable (host/ReadableText.h); two that only then look alike stay two.
-std::shared_ptr<const DTTreeNode> treeOfListing(std::string_view archiveName, const Listing& listing,
-                                                const TreeBounds& bounds = {});
+EntryTree treeOfListing(std::string_view archiveName, const Listing& listing, const TreeBounds& bounds = {});
 
 struct FoundEntry {
   std::string name;

@@ -1,4 +1,4 @@
-// The running reference host: what it does at its start, on each message and at its end (docs/host-order-of-events.md).
+// The running reference host: what it does at its start, on each message and at its end (docs/host-protocol.md).
 // Main thread only.
 #pragma once
 

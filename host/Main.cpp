@@ -1,6 +1,7 @@
 // The reference host: the other end of the wire, for people who write a host and for tests.
 #include <glib-unix.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <clocale>
@@ -16,6 +17,7 @@
 #include "platform/linux/FileManager.h"
 #include "platform/linux/Log.h"
 #include "platform/linux/MessagePorts.h"
+#include "platform/linux/OwnedGLib.h"
 #include "platform/linux/SessionBus.h"
 #include "platform/linux/UserDefaults.h"
 #include "platform/linux/Workspace.h"
@@ -26,6 +28,9 @@ using namespace platform::native;
 
 namespace {
 
+/// In microseconds; a session that is starting up is busy.
+constexpr SessionBus::Moment longestStart = 10'000'000;
+
 int complain(const std::string& sentence, int status) {
   std::cerr << "dovetail-host: " << sentence << '\n';
   return status;
@@ -34,8 +39,9 @@ int complain(const std::string& sentence, int status) {
 /// Runs the main loop until a signal asks for the end or the host gives up, with the reason.
 class RunLoop {
  public:
-  RunLoop() : loop_(g_main_loop_new(nullptr, FALSE)) {
+  explicit RunLoop(EventLines& lines) : loop_(g_main_loop_new(nullptr, FALSE)) {
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) g_unix_signal_add(signal, &RunLoop::quit, loop_);
+    g_unix_signal_add(SIGUSR1, &RunLoop::tell, &lines);
   }
   ~RunLoop() { g_main_loop_unref(loop_); }
   RunLoop(const RunLoop&) = delete;
@@ -53,9 +59,23 @@ class RunLoop {
     return G_SOURCE_CONTINUE;
   }
 
+  // A signal that changes nothing, for people who want to see what a delivered signal means to the extensions.
+  static gboolean tell(gpointer lines) {
+    static_cast<EventLines*>(lines)->write("signal", {{"number", platform::JSON(SIGUSR1)}});
+    return G_SOURCE_CONTINUE;
+  }
+
   GMainLoop* loop_;
   std::string reason_;
 };
+
+/// The process's shared connection to the bus, which the settings are written over. Held for the host's life, so that it stays the one
+/// that is told not to end the process when the bus goes away: the host has an end of its own for that.
+OwnedObject<GDBusConnection> heldSharedConnection() {
+  OwnedObject<GDBusConnection> shared(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+  if (shared) g_dbus_connection_set_exit_on_close(shared.get(), FALSE);
+  return shared;
+}
 
 /// Empty when the settings hold the version by now, else why they do not.
 std::string writeVersion(const CommandLine& line) {
@@ -70,18 +90,19 @@ std::string writeVersion(const CommandLine& line) {
 // What is made last goes first: the port, then the name, then the bus. So whoever sees the name gone finds no port either.
 int runHost(const CommandLine& line, Log& log) {
   SessionBus bus(log);
-  GDBusConnection* connection = bus.connection(SessionBus::deadline());
+  GDBusConnection* connection = bus.connection(g_get_monotonic_time() + longestStart);
   if (!connection) return complain("No session bus can be reached.", 1);
   if (!g_dbus_is_name(line.identifier.c_str()) || g_dbus_is_unique_name(line.identifier.c_str()))
     return complain("\"" + line.identifier + "\" is no name for the bus.", 2);
+  const auto shared = heldSharedConnection();
   if (const std::string fault = writeVersion(line); !fault.empty()) return complain(fault, 1);
 
-  RunLoop loop;
+  EventLines lines(STDOUT_FILENO, line.isQuiet);
+  RunLoop loop(lines);
   LinuxDistributedNotificationCenter notifications(bus, log);
   LinuxWorkspace workspace(log);
   LinuxFileManager files(workspace);
   ArchiveLister lister({}, log);
-  EventLines lines(STDOUT_FILENO, line.isQuiet);
   auto ports = std::make_unique<LinuxMessagePorts>(log);
   {
     Host host({line.group, line.identifier, line.version, line.answersRequests},
@@ -123,6 +144,8 @@ int main(int argc, char** argv) {
   if (line->isHelpWanted) return std::cout << CommandLine::help, 0;
   LinuxLog log;
   log.setOnLine([](std::string_view text) { std::cerr << "dovetail-host: " << text << '\n'; });
+  // The extensions watch for signals by tracing, which Yama allows only with leave (prctl(2)).
+  prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY, 0, 0, 0);
   const bool isRun = line->words.empty() || line->words[0] == "run";
   if (isRun && line->words.size() > 1) return complain("The command run stands alone. See dovetail-host --help.", 2);
   return isRun ? runHost(*line, log) : runSettings(*line, log);

@@ -1,4 +1,4 @@
-// What decoding one archive may cost, set before its first object is looked at: the bounds of docs/keyed-archive-bounds.md.
+// What decoding one archive may cost, set before its first object is looked at: the bounds of docs/host-protocol.md.
 // An archive may refer to one object from many places, so a few bytes can ask for any amount of work; each use of an object
 // is therefore paid for, in bytes looked at and bytes of memory made, out of an account in proportion to the archive.
 #pragma once

@@ -265,24 +265,31 @@ class Parser {
   }
 
   std::optional<JSON> parseNumber() {
-    const std::size_t end = std::min(text_.find_first_not_of("+-.0123456789eE", at_), text_.size());
-    const std::string_view number = text_.substr(at_, end - at_);
-    const std::string_view digits = number.substr(number.starts_with('-') ? 1 : 0);
-    const bool isWellFormed = !digits.empty() && digits[0] >= '0' && digits[0] <= '9' &&
-                              (digits[0] != '0' || digits.size() == 1 || digits.find_first_of("0123456789") != 1 ||
-                               digits[1] == '.' || digits[1] == 'e' || digits[1] == 'E');
-    if (!isWellFormed || number.ends_with('.') || number.find(".e") != number.npos || number.find(".E") != number.npos) {
-      return std::nullopt;
-    }
-    at_ = end;
+    const std::size_t start = at_;
+    take("-");
+    if (!take("0") && !takeDigits()) return std::nullopt;
+    const std::size_t wholePartEnd = at_;
+    if (!takeFraction() || !takeExponent()) return std::nullopt;
+    const char* const first = text_.data() + start;
+    const char* const last = text_.data() + at_;
     std::int64_t whole = 0;
-    const char* const last = number.data() + number.size();
-    if (const auto result = std::from_chars(number.data(), last, whole); result.ec == std::errc() && result.ptr == last) {
-      return JSON(whole);
-    }
+    if (at_ == wholePartEnd && std::from_chars(first, last, whole).ec == std::errc()) return JSON(whole);
     double real = 0;
-    if (const auto result = std::from_chars(number.data(), last, real); result.ptr == last) return JSON(real);
-    return std::nullopt;
+    return std::from_chars(first, last, real).ec == std::errc() ? std::optional<JSON>(real) : std::nullopt;
+  }
+
+  bool takeDigits() {
+    const std::size_t start = at_;
+    at_ = std::min(text_.find_first_not_of("0123456789", at_), text_.size());
+    return at_ > start;
+  }
+
+  bool takeFraction() { return !take(".") || takeDigits(); }
+
+  bool takeExponent() {
+    if (!take("e") && !take("E")) return true;
+    if (!take("+")) take("-");
+    return takeDigits();
   }
 
   std::string_view text_;

@@ -11,6 +11,8 @@ namespace platform {
 namespace {
 
 constexpr std::uint64_t ArchiveVersion = 100000;
+constexpr PropertyListKey arrayClass("NSArray");
+constexpr PropertyListKey mutableArrayClass("NSMutableArray");
 
 }  // namespace
 
@@ -206,7 +208,7 @@ bool KeyedArchiveReader::dataArray(std::uint32_t uid, std::optional<std::vector<
   static constexpr std::array<PropertyListKey, 2> keys{"NS.objects", "$class"};
   std::array<std::uint64_t, 2> values;
   if (!lookUp(item, keys, values)) return false;
-  if (!isOfClass(values[1], "NSArray") && !isOfClass(values[1], "NSMutableArray")) return !className(values[1]).empty();
+  if (!isOfClass(values[1], arrayClass) && !isOfClass(values[1], mutableArrayClass)) return !className(values[1]).empty();
   std::vector<std::uint32_t> uids;
   const bool isRead = values[0] == absent ? numberedElements(item, uids) : uidArray(values[0], uids);
   if (!isRead || !budget_->spend(uids.size(), sizeof(ByteView))) return false;

@@ -9,8 +9,8 @@ import zipfile
 ENTRIES = [
     ("guide/", None),
     ("guide/chapters/", None),
-    ("guide/chapters/one/", None),
-    ("guide/chapters/one/first page.txt", b"page one\n"),
+    ("guide/chapters/first page.txt", b"page one\n"),
+    ("guide/chapters/second page.txt", b"page two\n"),
     ("guide/cover.png", b"\x89PNG\r\n\x1a\n"),
     ("read me.txt", b"hello\n"),
 ]

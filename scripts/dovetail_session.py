@@ -14,7 +14,7 @@ import tempfile
 import time
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-DEADLINE = 20.0  # seconds; far more than anything takes, so that only a real fault meets it
+DEADLINE = float(os.environ.get("DOVETAIL_DEADLINE", 30))  # seconds; so many that only a real fault meets it
 
 
 class Late(Exception):
@@ -72,20 +72,21 @@ class LineProcess:
         return self.process.wait(max(0.1, deadline - time.monotonic()))
 
     def close(self):
-        """Ends the process in whatever state it is."""
-        if self.process.poll() is None:
-            self.process.send_signal(signal.SIGCONT)
-            self.process.terminate()
-            try:
-                self.process.wait(DEADLINE)
-            except subprocess.TimeoutExpired:
-                self.process.kill()
-                self.process.wait()
+        """Ends the process in whatever state it is: stopped, or stuck in writing what nobody reads."""
         for stream in (self.process.stdin, self.process.stdout):
             try:
                 stream.close()
             except OSError:
                 pass
+        if self.process.poll() is not None:
+            return
+        self.process.terminate()
+        self.process.send_signal(signal.SIGCONT)
+        try:
+            self.process.wait(DEADLINE)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            self.process.wait()
 
 
 class Host(LineProcess):
@@ -147,9 +148,10 @@ class Console(LineProcess):
     def state(self):
         return self.do("state")
 
-    def wait_until(self, until, seconds=DEADLINE, **members):
+    def wait_until(self, until, **members):
         """Waits on what the extension hears of by its own means."""
-        reply = self.ask("wait", seconds=seconds + DEADLINE, until=until, **dict(members))
+        self.send_line(json.dumps(dict(members, do="wait", until=until, seconds=DEADLINE)).encode())
+        reply = self.reply(2 * DEADLINE)
         if "error" in reply:
             raise Late("%s %s: %s" % (until, members, reply["error"]))
 

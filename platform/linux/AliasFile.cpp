@@ -16,11 +16,13 @@ namespace {
 // Real ones are of a few hundred bytes, translations included.
 constexpr std::size_t maximumDesktopEntryLength = 64 * 1024;
 
-// The attribute as archivers and file servers write it on Linux, as some file systems pass it through, and as HFS+ names it.
+// The attribute as archivers and file servers write it on Linux, as some file systems pass it through, and as
+// HFS+ names it.
 constexpr const char* finderInfoNames[] = {"user.com.apple.FinderInfo", "com.apple.FinderInfo",
                                            "osx.com.apple.FinderInfo"};
 
-// 32 bytes; the finder flags are the two from offset 8, the higher first, and the alias flag is their highest bit.
+// 32 bytes; the finder flags are the two from offset 8, the higher first, and the alias flag is their highest
+// bit.
 constexpr std::size_t finderInfoLength = 32;
 constexpr std::size_t finderFlagsOffset = 8;
 constexpr std::uint8_t aliasBitOfHighByte = 0x80;
@@ -41,14 +43,18 @@ bool isDesktopLink(const char* path) {
   const auto text = contentsOfFile(path, maximumDesktopEntryLength);
   if (!text) return false;
   const std::unique_ptr<GKeyFile, decltype(&g_key_file_free)> entry(g_key_file_new(), g_key_file_free);
-  if (!g_key_file_load_from_data(entry.get(), text->data(), text->size(), G_KEY_FILE_NONE, nullptr)) return false;
+  if (!g_key_file_load_from_data(entry.get(), text->data(), text->size(), G_KEY_FILE_NONE, nullptr))
+    return false;
   const std::unique_ptr<char, decltype(&g_free)> type(
-      g_key_file_get_string(entry.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_TYPE, nullptr), g_free);
+      g_key_file_get_string(entry.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_TYPE, nullptr),
+      g_free);
   return type && std::string_view(type.get()) == G_KEY_FILE_DESKTOP_TYPE_LINK;
 }
 
 }  // namespace
 
-bool isAliasRegularFile(const char* path) { return hasFinderAliasFlag(path) || isDesktopLink(path); }
+bool isAliasRegularFile(const char* path) {
+  return hasFinderAliasFlag(path) || isDesktopLink(path);
+}
 
 }  // namespace platform::native

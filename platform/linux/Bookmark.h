@@ -26,8 +26,9 @@ struct ResolvedBookmark {
 /// Nothing with `failure` set to the errno when there is no such file.
 std::optional<Data> bookmarkOfFile(const std::string& path, int& failure);
 
-/// In this order: the file at the path, if it is the same; the same file elsewhere nearby (NearbySearch.h); another file of
-/// the same kind that took the path. Else nothing with `failure` set to an errno, EINVAL for bytes that are no bookmark.
+/// In this order: the file at the path, if it is the same; the same file elsewhere nearby (NearbySearch.h);
+/// another file of the same kind that took the path. Else nothing with `failure` set to an errno, EINVAL for
+/// bytes that are no bookmark.
 std::optional<ResolvedBookmark> resolveBookmark(ByteView bookmark, int& failure);
 
 }  // namespace platform::native

@@ -21,7 +21,9 @@ struct KernelEntry {
 };
 constexpr std::size_t nameOffset = offsetof(KernelEntry, kind) + 1;
 
-bool isFolderItselfOrParent(std::string_view name) { return name == "." || name == ".."; }
+bool isFolderItselfOrParent(std::string_view name) {
+  return name == "." || name == "..";
+}
 
 }  // namespace
 

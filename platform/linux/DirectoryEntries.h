@@ -10,7 +10,8 @@
 
 namespace platform::native {
 
-/// Walks the entries of one folder once, hidden ones included, without "." and "..", in the order of getdents64(2).
+/// Walks the entries of one folder once, hidden ones included, without "." and "..", in the order of
+/// getdents64(2).
 class DirectoryEntries {
  public:
   struct Entry {
@@ -19,10 +20,12 @@ class DirectoryEntries {
     bool isDirectory;       ///< False too where the file system does not tell while listing.
   };
 
-  /// A final symbolic link is followed. Nothing with `errno` set when the folder cannot be opened for listing.
+  /// A final symbolic link is followed. Nothing with `errno` set when the folder cannot be opened for
+  /// listing.
   static std::optional<DirectoryEntries> ofFolder(const char* path);
 
-  /// The next entry, or nothing at the end. Reading that fails midway ends the walk, and `hasFailed` tells so.
+  /// The next entry, or nothing at the end. Reading that fails midway ends the walk, and `hasFailed` tells
+  /// so.
   std::optional<Entry> next();
   bool hasFailed() const { return hasFailed_; }
 

@@ -33,6 +33,8 @@ LinuxDistributedNotificationCenter::LinuxDistributedNotificationCenter(SessionBu
     : bus_(bus), log_(log) {
   bus_.setOnConnect([this](GDBusConnection* connection) {
     for (const auto& subscription : subscriptions_) subscribe(subscription, connection);
+    if (subscriptions_.empty()) return;
+    afterReturn_ = MainLoopSource::soon([missed = subscriptions_] { tellOfReturn(missed); });
   });
 }
 
@@ -62,6 +64,13 @@ void LinuxDistributedNotificationCenter::removeObserver(const void* observer) {
   });
 }
 
+// What was posted before the subscriptions stood went by unheard, as the start of a host on the new bus.
+void LinuxDistributedNotificationCenter::tellOfReturn(const Subscriptions& subscriptions) {
+  for (const auto& subscription : subscriptions) {
+    if (subscription->isActive) subscription->handler("");
+  }
+}
+
 void LinuxDistributedNotificationCenter::postNotificationName(std::string_view name, std::string_view object, bool) {
   const std::string member(name);
   if (!isLegal(member)) return;
@@ -73,7 +82,8 @@ void LinuxDistributedNotificationCenter::postNotificationName(std::string_view n
 }
 
 bool LinuxDistributedNotificationCenter::isLegal(const std::string& name) {
-  const bool isLegal = name.find('\0') == std::string::npos && g_dbus_is_member_name(name.c_str()) && name.size() <= 255;
+  const bool isLegal =
+      name.find('\0') == std::string::npos && g_dbus_is_member_name(name.c_str()) && name.size() <= 255;
   if (!isLegal) log_.line("A notification's name is not one that the bus carries: " + name);
   return isLegal;
 }

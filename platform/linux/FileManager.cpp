@@ -57,7 +57,8 @@ ImageRef LinuxFileManager::effectiveIcon(const URL& url) {
   const Path path(url);
   struct stat target;
   if (!FileStatus::ofPath(path.bytes())) return nullptr;
-  if (stat(path.bytes(), &target) == 0 && S_ISDIR(target.st_mode)) return workspace_.imageNamed(ImageNameFolder);
+  if (stat(path.bytes(), &target) == 0 && S_ISDIR(target.st_mode))
+    return workspace_.imageNamed(ImageNameFolder);
   return workspace_.iconForFileType(extension(url.lastPathComponent()));
 }
 
@@ -74,8 +75,8 @@ std::optional<std::vector<URL>> LinuxFileManager::contentsOfDirectoryAtURL(const
   return contents;
 }
 
-std::optional<URL> LinuxFileManager::URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t, bool* isStale,
-                                                                Error* error) {
+std::optional<URL> LinuxFileManager::URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t,
+                                                                bool* isStale, Error* error) {
   int failure = 0;
   const auto resolved = resolveBookmark(bookmark, failure);
   if (!resolved) {

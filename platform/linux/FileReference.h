@@ -1,5 +1,5 @@
-// A file held by an O_PATH descriptor (open(2)), which stays with the file however it is renamed or moved on its
-// volume. The volume cannot be unmounted meanwhile.
+// A file held by an O_PATH descriptor (open(2)), which stays with the file however it is renamed or moved on
+// its volume. The volume cannot be unmounted meanwhile.
 #pragma once
 
 #include <memory>
@@ -13,7 +13,8 @@ namespace platform::native {
 
 class LinuxFileReference : public FileReference {
  public:
-  /// Null with `errno` set when there is no such file or the process has no descriptor left. A symbolic link is held itself.
+  /// Null with `errno` set when there is no such file or the process has no descriptor left. A symbolic link
+  /// is held itself.
   static std::shared_ptr<const LinuxFileReference> ofPath(const std::string& path);
 
   std::string path() const override;

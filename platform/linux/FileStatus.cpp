@@ -24,7 +24,8 @@ Error posixError(int code) {
 
 std::optional<FileStatus> FileStatus::ofPath(const char* path, unsigned fields) {
   FileStatus file;
-  if (statx(AT_FDCWD, path, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, fields, &file.status_) != 0) return std::nullopt;
+  if (statx(AT_FDCWD, path, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, fields, &file.status_) != 0)
+    return std::nullopt;
   return file;
 }
 
@@ -40,7 +41,8 @@ FileIdentity FileStatus::identity() const {
   std::array<std::uint8_t, identityLength> bytes;
   putBigEndian(std::uint64_t{status_.stx_dev_major} << 32 | status_.stx_dev_minor, &bytes[0]);
   putBigEndian(status_.stx_ino, &bytes[8]);
-  putBigEndian(hasBirthTime ? seconds * 1'000'000'000u + status_.stx_btime.tv_nsec : ~std::uint64_t{0}, &bytes[16]);
+  putBigEndian(hasBirthTime ? seconds * 1'000'000'000u + status_.stx_btime.tv_nsec : ~std::uint64_t{0},
+               &bytes[16]);
   return *FileIdentity::withBytes(bytes);
 }
 

@@ -1,5 +1,5 @@
-// What the kernel tells of one file in one question, statx(2), and the error of a question that failed. A symbolic link
-// is asked itself, never what it leads to; an automount point is not mounted for being asked.
+// What the kernel tells of one file in one question, statx(2), and the error of a question that failed. A
+// symbolic link is asked itself, never what it leads to; an automount point is not mounted for being asked.
 #pragma once
 
 #include <fcntl.h>
@@ -23,8 +23,9 @@ Error posixError(int code);
 /// A file's identity, 24 bytes: three unsigned numbers of 64 bits, the highest byte first.
 ///   0  device: its major number in the high 32 bits, its minor number in the low 32 bits
 ///   8  inode number
-///  16  birth time in nanoseconds since 1970-01-01 00:00:00 UTC, modulo 2^64; all ones where the file system keeps none
-/// Programs in other languages make the same bytes (docs/files-and-settings.md).
+///  16  birth time in nanoseconds since 1970-01-01 00:00:00 UTC, modulo 2^64; all ones where the file
+///      system keeps none
+/// Programs in other languages make the same bytes (docs/host-protocol.md).
 inline constexpr std::size_t identityLength = 24;
 
 class FileStatus {
@@ -45,7 +46,8 @@ class FileStatus {
   std::optional<Date> birthDate() const;
   Date modificationDate() const { return date(status_.stx_mtime); }
   Date changeDate() const { return date(status_.stx_ctime); }
-  /// The number that /proc/self/mountinfo gives the mount, or nothing from a kernel that does not tell (before 5.8).
+  /// The number that /proc/self/mountinfo gives the mount, or nothing from a kernel that does not tell
+  /// (before 5.8).
   std::optional<std::uint64_t> mountIdentifier() const;
 
  private:

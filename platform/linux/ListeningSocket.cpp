@@ -18,16 +18,21 @@ constexpr int waitingConnections = 64;
 bool isSameFile(int descriptor, int folder, const std::string& file) {
   struct stat held = {};
   struct stat found = {};
-  return ::fstat(descriptor, &held) == 0 && ::fstatat(folder, file.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0 &&
-         held.st_dev == found.st_dev && held.st_ino == found.st_ino;
+  return ::fstat(descriptor, &held) == 0 &&
+         ::fstatat(folder, file.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0 && held.st_dev == found.st_dev &&
+         held.st_ino == found.st_ino;
 }
 
 }  // namespace
 
 ListeningSocket::ListeningSocket(PortFolder folder, std::string file)
-    : folder_(std::move(folder)), file_(std::move(file)), lockFile_("." + file_ + ".lock"), owner_(::getpid()) {}
+    : folder_(std::move(folder)),
+      file_(std::move(file)),
+      lockFile_("." + file_ + ".lock"),
+      owner_(::getpid()) {}
 
-std::unique_ptr<ListeningSocket> ListeningSocket::open(PortFolder folder, std::string_view port, std::string& fault) {
+std::unique_ptr<ListeningSocket> ListeningSocket::open(PortFolder folder, std::string_view port,
+                                                       std::string& fault) {
   std::string file = PortFolder::fileForPort(port);
   std::unique_ptr<ListeningSocket> opened(new ListeningSocket(std::move(folder), std::move(file)));
   if (!opened->lock(fault) || !opened->listen(fault)) return nullptr;
@@ -43,7 +48,8 @@ ListeningSocket::~ListeningSocket() {
 bool ListeningSocket::isIn(const PortFolder& folder) const {
   struct stat facts = {};
   return isSameFile(lock_.get(), folder.descriptor(), lockFile_) &&
-         ::fstatat(folder.descriptor(), file_.c_str(), &facts, AT_SYMLINK_NOFOLLOW) == 0 && S_ISSOCK(facts.st_mode);
+         ::fstatat(folder.descriptor(), file_.c_str(), &facts, AT_SYMLINK_NOFOLLOW) == 0 &&
+         S_ISSOCK(facts.st_mode);
 }
 
 bool ListeningSocket::lock(std::string& fault) {

@@ -12,8 +12,9 @@
 
 namespace platform::native {
 
-/// Beside the socket file stands ".FILE.lock", locked with flock(2) as long as the owner lives. Who holds the lock may replace the
-/// socket file: so one left by a dead process is replaced, a live one never, and no two processes can do so at once.
+/// Beside the socket file stands ".FILE.lock", locked with flock(2) as long as the owner lives. Who holds the
+/// lock may replace the socket file: so one left by a dead process is replaced, a live one never, and no two
+/// processes can do so at once.
 class ListeningSocket {
  public:
   /// Listens under the port's name, or returns null and says why.

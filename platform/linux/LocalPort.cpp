@@ -19,16 +19,19 @@ constexpr int recordsPerTurn = 8;
 
 const char* faultOf(IncomingRecord::Result result) {
   switch (result) {
-    case IncomingRecord::Result::brokenRules: return "a record was not formed as it must be";
-    case IncomingRecord::Result::outOfMeans: return "no descriptor or memory left for a record";
-    default: return nullptr;
+    case IncomingRecord::Result::brokenRules:
+      return "a record was not formed as it must be";
+    case IncomingRecord::Result::outOfMeans:
+      return "no descriptor or memory left for a record";
+    default:
+      return nullptr;
   }
 }
 
 }  // namespace
 
-LocalPort::LocalPort(std::string name, std::unique_ptr<ListeningSocket> socket, uid_t user, MessagePortCallBack callBack,
-                     const MessagePortContext& context, Log& log)
+LocalPort::LocalPort(std::string name, std::unique_ptr<ListeningSocket> socket, uid_t user,
+                     MessagePortCallBack callBack, const MessagePortContext& context, Log& log)
     : name_(std::move(name)),
       socket_(std::move(socket)),
       user_(user),
@@ -55,15 +58,18 @@ void LocalPort::publishAgain(PortFolder folder) {
 
 void LocalPort::resumeAccepting() {
   if (!isReading_ || !socket_ || accepting_ || peers_.size() >= mostPeers) return;
-  accepting_ = MainLoopSource::whenReadable(socket_->descriptor(), [this] { acceptOne(); }, order_);
+  accepting_ = MainLoopSource::whenReadable(
+      socket_->descriptor(), [this] { acceptOne(); }, order_);
 }
 
 void LocalPort::acceptOne() {
   Descriptor socket = acceptedSocket();
   if (!socket) return;
-  if (!isPeerOfUser(socket.get(), user_)) return log_.line("Port " + name_ + " refused a process of another user");
+  if (!isPeerOfUser(socket.get(), user_))
+    return log_.line("Port " + name_ + " refused a process of another user");
   const auto peer = peers_.insert(peers_.end(), Peer{std::move(socket), {}});
-  peer->source = MainLoopSource::whenReadable(peer->socket.get(), [this, peer] { read(peer); }, order_);
+  peer->source = MainLoopSource::whenReadable(
+      peer->socket.get(), [this, peer] { read(peer); }, order_);
   if (peers_.size() >= mostPeers) accepting_.reset();
 }
 

@@ -18,13 +18,14 @@ class LocalPort final : public LocalMessagePort {
   /// Connections held at once. Others wait in the socket's queue until one closes.
   static constexpr std::size_t mostPeers = 64;
 
-  LocalPort(std::string name, std::unique_ptr<ListeningSocket> socket, uid_t user, MessagePortCallBack callBack,
-            const MessagePortContext& context, Log& log);
+  LocalPort(std::string name, std::unique_ptr<ListeningSocket> socket, uid_t user,
+            MessagePortCallBack callBack, const MessagePortContext& context, Log& log);
 
   std::string_view name() const override { return name_; }
   /// From now on connections are accepted and records delivered, at that order of the loop's sources.
   void startReading(int order);
-  /// Listens under the name anew when `folder` no longer shows the socket: somebody emptied the runtime folder.
+  /// Listens under the name anew when `folder` no longer shows the socket: somebody emptied the runtime
+  /// folder.
   void publishAgain(PortFolder folder);
   /// Tries again to accept connections that were left waiting for want of descriptors.
   void resumeAccepting();
@@ -51,8 +52,8 @@ class LocalPort final : public LocalMessagePort {
   int order_ = 0;
   MainLoopSource accepting_;
   std::list<Peer> peers_;
-  // Given up for a connection when the process has no other descriptor left: so there is always a connection whose end tells that
-  // the next one can be accepted, and nobody needs to try in vain.
+  // Given up for a connection when the process has no other descriptor left: so there is always a connection
+  // whose end tells that the next one can be accepted, and nobody needs to try in vain.
   Descriptor spare_;
 };
 

@@ -1,6 +1,7 @@
-// The system log over GLib's structured log, domain "Dovetail", priority 6 (informational). Lines go to the journal alone, past
-// whatever log writer the browser has set, as GLib's own default one prints this priority to standard output. Only when
-// G_MESSAGES_DEBUG names the domain (or "all") does a line also appear on standard error.
+// The system log over GLib's structured log, domain "Dovetail", priority 6 (informational). Lines go to the
+// journal alone, past whatever log writer the browser has set, as GLib's own default one prints this priority
+// to standard output. Only when G_MESSAGES_DEBUG names the domain (or "all") does a line also appear on
+// standard error.
 #pragma once
 
 #include <functional>

@@ -1,5 +1,5 @@
-// A source on GLib's default main context that ends with its owner. Main thread only. The handler may drop its own
-// source; it stays whole until it returns.
+// A source on GLib's default main context that ends with its owner. Main thread only. The handler may drop
+// its own source; it stays whole until it returns.
 #pragma once
 
 #include <functional>
@@ -13,7 +13,8 @@ class MainLoopSource {
  public:
   /// No source.
   MainLoopSource() = default;
-  /// Runs `handler` whenever `descriptor` is readable or at its end. `order` 0 is the usual priority, greater ones come later.
+  /// Runs `handler` whenever `descriptor` is readable or at its end. `order` 0 is the usual priority, greater
+  /// ones come later.
   static MainLoopSource whenReadable(int descriptor, std::function<void()> handler, int order = 0);
   /// Runs `handler` once, at the next turn of the loop.
   static MainLoopSource soon(std::function<void()> handler);

@@ -19,8 +19,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::microseconds longestConnect = std::chrono::seconds(1);
 
-// Polling cannot tell when a listener's queue has room again, but a connect that blocks is woken by it and heeds the time allowed for
-// sending (unix(7), SO_SNDTIMEO).
+// Polling cannot tell when a listener's queue has room again, but a connect that blocks is woken by it and
+// heeds the time allowed for sending (unix(7), SO_SNDTIMEO).
 int connectWithin(int socket, const SocketAddress& address, std::chrono::microseconds time) {
   const auto deadline = Clock::now() + time;
   for (;;) {
@@ -42,7 +42,8 @@ struct LinuxMessagePorts::Source final : RunLoopSource {
   int order;
 };
 
-LinuxMessagePorts::LinuxMessagePorts(Log& log) : LinuxMessagePorts(log, PortFolder::usualPath(), ::geteuid()) {}
+LinuxMessagePorts::LinuxMessagePorts(Log& log)
+    : LinuxMessagePorts(log, PortFolder::usualPath(), ::geteuid()) {}
 
 LinuxMessagePorts::LinuxMessagePorts(Log& log, std::string folder, uid_t user)
     : log_(log), folder_(std::move(folder)), user_(user) {}
@@ -59,7 +60,8 @@ LocalMessagePort* LinuxMessagePorts::createLocal(std::string_view name, MessageP
     log_.line("Port " + std::string(name) + " cannot be opened: " + fault);
     return nullptr;
   }
-  ports_.push_back(std::make_unique<LocalPort>(std::string(name), std::move(socket), user_, callBack, context, log_));
+  ports_.push_back(
+      std::make_unique<LocalPort>(std::string(name), std::move(socket), user_, callBack, context, log_));
   return ports_.back().get();
 }
 
@@ -104,8 +106,10 @@ Descriptor LinuxMessagePorts::connect(const PortFolder& folder, const std::strin
   Descriptor socket(::socket(AF_UNIX, type, 0));
   const SocketAddress address(folder.address(PortFolder::fileForPort(name)));
   const int error = socket ? connectWithin(socket.get(), address, longestConnect) : errno;
-  if (error == EAGAIN) unanswering_.insert(name);
-  else unanswering_.erase(name);
+  if (error == EAGAIN)
+    unanswering_.insert(name);
+  else
+    unanswering_.erase(name);
   // Nobody listens under the name: nothing to speak of.
   if (error == ENOENT || error == ECONNREFUSED) return {};
   if (error != 0) {

@@ -1,6 +1,7 @@
-// Message ports over sequenced-packet sockets in a folder of the user's own (unix(7)). A port is a socket file of
-// `$XDG_RUNTIME_DIR/dovetail`; PortFolder.h says how it is called, Record.h how a record travels. Only processes of the same user
-// are served, at both ends. The number of a message does not travel: the other end sees 0.
+// Message ports over sequenced-packet sockets in a folder of the user's own (unix(7)). A port is a socket file
+// in $XDG_RUNTIME_DIR/dovetail; PortFolder.h says how it is called, Record.h how a record travels. Only
+// processes of the same user are served, at both ends. The number of a message does not travel: the other end
+// sees 0.
 #pragma once
 
 #include <sys/types.h>
@@ -29,8 +30,9 @@ class LinuxMessagePorts final : public MessagePorts {
   RunLoopSource& createRunLoopSource(LocalMessagePort& port, int order) override;
   void addSourceToCurrentRunLoop(RunLoopSource& source, RunLoopMode mode) override;
 
-  /// A listener whose queue is full is waited for once: until a connect succeeds again, later ones to that name do not wait. Also
-  /// publishes a local port again whose file somebody removed, as a peer that is greeted over the new connection will look for it.
+  /// A listener whose queue is full is waited for once: until a connect succeeds again, later ones to that
+  /// name do not wait. Also publishes a local port again whose file somebody removed, as a peer that is
+  /// greeted over the new connection will look for it.
   std::unique_ptr<RemoteMessagePort> createRemote(std::string_view name) override;
 
  private:

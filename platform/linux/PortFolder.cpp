@@ -37,9 +37,12 @@ std::string faultOf(const struct stat& facts, uid_t user) {
 
 }  // namespace
 
-std::string PortFolder::usualPath() { return std::string(g_get_user_runtime_dir()) + "/dovetail"; }
+std::string PortFolder::usualPath() {
+  return std::string(g_get_user_runtime_dir()) + "/dovetail";
+}
 
-std::optional<PortFolder> PortFolder::open(const std::string& path, uid_t user, Missing missing, std::string& fault) {
+std::optional<PortFolder> PortFolder::open(const std::string& path, uid_t user, Missing missing,
+                                           std::string& fault) {
   if (missing == Missing::isMade) ::mkdir(path.c_str(), 0700);
   Descriptor folder(::open(path.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   struct stat facts = {};

@@ -16,17 +16,19 @@ class PortFolder {
  public:
   enum class Missing { isMade, isRefused };
 
-  /// Holds the folder itself, so that nobody can put another one in its place. Nothing when it is missing (unless it is to be made),
-  /// no folder, a symbolic link, another user's than `user`, or open to anybody else; `fault` then says which, and is
-  /// empty for a missing one.
-  static std::optional<PortFolder> open(const std::string& path, uid_t user, Missing missing, std::string& fault);
+  /// Holds the folder itself, so that nobody can put another one in its place. Nothing when it is missing
+  /// (unless it is to be made), no folder, a symbolic link, another user's than `user`, or open to anybody
+  /// else; `fault` then says which, and is empty for a missing one.
+  static std::optional<PortFolder> open(const std::string& path, uid_t user, Missing missing,
+                                        std::string& fault);
   /// `$XDG_RUNTIME_DIR/dovetail`.
   static std::string usualPath();
 
   int descriptor() const { return folder_.get(); }
-  /// The file that stands for a port: the port's name itself when it is made of 1 to 64 ASCII letters, digits and "-_.", the first
-  /// of them no dot; else the SHA-256 of the name, in small hexadecimal digits. So the file is the same for each program whatever
-  /// way it spells the folder, and the path fits a socket address (107 bytes) wherever the folder's has 42 or less.
+  /// The file that stands for a port: the port's name itself when it is made of 1 to 64 ASCII letters, digits
+  /// and "-_.", the first of them no dot; else the SHA-256 of the name, in small hexadecimal digits. So the
+  /// file is the same for each program whatever way it spells the folder, and the path fits a socket address
+  /// (107 bytes) wherever the folder's has 42 or less.
   static std::string fileForPort(std::string_view name);
   /// An address of the file for bind(2) and connect(2) that fits whatever the folder's path is.
   std::string address(std::string_view file) const;

@@ -89,7 +89,8 @@ void LinuxProcessSources::Source::watchExit(Registry& registry) {
   } else if (error == ESRCH) {
     exit_ = MainLoopSource::soon([this] { exited(); });
   } else {
-    registry.log.line("The exit of process " + std::to_string(process_) + " is not watched: " + std::strerror(error));
+    registry.log.line("The exit of process " + std::to_string(process_) +
+                      " is not watched: " + std::strerror(error));
   }
 }
 

@@ -1,8 +1,9 @@
-// Process sources: the exit by a descriptor of the process (pidfd_open(2)), the delivery of signals by a program of ours that traces the
-// process (SignalWatch.h). A signal that the process ignores or blocks is not delivered to it, nor is one that merely stops it or lets
-// it go on; one that it sends to a thread of its own, and the kernel's SIGCHLD for a child of its own, is its own business. None
-// of these is an event. Where kernel.yama.ptrace_scope is 1, as on many
-// desktops, the process must give leave first: prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY).
+// Process sources: the exit by a descriptor of the process (pidfd_open(2)), the delivery of signals by a
+// program of ours that traces the process (SignalWatch.h). A signal that the process ignores or blocks is not
+// delivered to it, nor is one that merely stops it or lets it go on; one that it sends to a thread of its
+// own, and the kernel's SIGCHLD for a child of its own, is its own business. None of these is an event. Where
+// kernel.yama.ptrace_scope is 1, as on many desktops, the process must give leave first:
+// prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY).
 #pragma once
 
 #include <map>
@@ -22,7 +23,8 @@ class LinuxProcessSources final : public ProcessSources {
   /// Disarms all sources and releases their handlers.
   ~LinuxProcessSources() override;
 
-  std::shared_ptr<ProcessSource> createProcessSource(std::int32_t processIdentifier, std::uint32_t mask) override;
+  std::shared_ptr<ProcessSource> createProcessSource(std::int32_t processIdentifier,
+                                                     std::uint32_t mask) override;
 
  private:
   class Source;

@@ -1,7 +1,8 @@
-// dovetail-process-watcher PID: tells when a signal is delivered to the process. A process can learn that of another one only by
-// tracing it (ptrace(2)), and tracing hangs on the tracer's life and threads, so this is a program of its own: small, alone, and
-// harmless to the process whenever it ends, as the kernel then lets all its threads go on, with the signal they were stopped for
-// and stopped where they were stopped. Never interrupts the process by itself. WatcherProtocol.h says how it reports.
+// dovetail-process-watcher PID: tells when a signal is delivered to the process. A process can learn that of
+// another one only by tracing it (ptrace(2)), and tracing hangs on the tracer's life and threads, so this is
+// a program of its own: small, alone, and harmless to the process whenever it ends, as the kernel then lets
+// all its threads go on, with the signal they were stopped for and stopped where they were stopped. Never
+// interrupts the process by itself. WatcherProtocol.h says how it reports.
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -50,7 +51,8 @@ bool readProcFile(const char* file, pid_t process, char* text, std::size_t size)
   const int descriptor = ::open(path, O_RDONLY | O_CLOEXEC);
   if (descriptor < 0) return false;
   std::size_t length = 0;
-  for (ssize_t count; length + 1 < size && (count = ::read(descriptor, text + length, size - 1 - length)) > 0;)
+  for (ssize_t count;
+       length + 1 < size && (count = ::read(descriptor, text + length, size - 1 - length)) > 0;)
     length += static_cast<std::size_t>(count);
   text[length] = '\0';
   ::close(descriptor);
@@ -65,22 +67,25 @@ unsigned long long statusField(pid_t process, const char* field, int base) {
   return found == nullptr ? 0 : std::strtoull(found + std::strlen(field), nullptr, base);
 }
 
-bool isOneOf(unsigned long long set, int signal) { return (set >> (signal - 1) & 1) != 0; }
+bool isOneOf(unsigned long long set, int signal) {
+  return (set >> (signal - 1) & 1) != 0;
+}
 
 bool isStopSignal(int signal) {
   return signal == SIGSTOP || signal == SIGTSTP || signal == SIGTTIN || signal == SIGTTOU;
 }
 
-// A tracer is shown these too, though the process never gets them: a signal that it ignores, and one by which the kernel merely stops
-// it or lets it go on. A stopped host is there still, only late.
+// A tracer is shown these too, though the process never gets them: a signal that it ignores, and one by which
+// the kernel merely stops it or lets it go on. A stopped host is there still, only late.
 bool isKeptFromProcess(int signal) {
   if (isOneOf(statusField(watched, "\nSigCgt:", 16), signal)) return false;
   if (isOneOf(statusField(watched, "\nSigIgn:", 16), signal)) return true;
-  return isStopSignal(signal) || signal == SIGCHLD || signal == SIGCONT || signal == SIGURG || signal == SIGWINCH;
+  return isStopSignal(signal) || signal == SIGCHLD || signal == SIGCONT || signal == SIGURG ||
+         signal == SIGWINCH;
 }
 
-// What a process's own threads and children make by merely running is no signal that somebody sends to it: run-time systems stop
-// their threads by signals, and the kernel tells of a child's end by one.
+// What a process's own threads and children make by merely running is no signal that somebody sends to it:
+// run-time systems stop their threads by signals, and the kernel tells of a child's end by one.
 bool isOwnBusiness(pid_t thread, int signal) {
   if (signal >= firstRealTimeSignal && signal < firstRealTimeSignalOfPrograms) return true;
   siginfo_t facts = {};
@@ -89,14 +94,19 @@ bool isOwnBusiness(pid_t thread, int signal) {
   return facts.si_code == SI_TKILL && facts.si_pid == watched;
 }
 
-bool isThreadOfWatched(pid_t thread) { return ::syscall(SYS_tgkill, watched, thread, 0) == 0; }
+bool isThreadOfWatched(pid_t thread) {
+  return ::syscall(SYS_tgkill, watched, thread, 0) == 0;
+}
 
 // A new thread at its start, a thread that stops with its process, or one that was stopped and is continued.
 void passEventStop(pid_t thread, int signal) {
   // A process of its own that was cloned in an unusual way is followed by the kernel, but none of ours.
-  if (!isThreadOfWatched(thread)) ::ptrace(PTRACE_DETACH, thread, nullptr, nullptr);
-  else if (isStopSignal(signal)) ::ptrace(PTRACE_LISTEN, thread, nullptr, nullptr);
-  else ::ptrace(PTRACE_CONT, thread, nullptr, nullptr);
+  if (!isThreadOfWatched(thread))
+    ::ptrace(PTRACE_DETACH, thread, nullptr, nullptr);
+  else if (isStopSignal(signal))
+    ::ptrace(PTRACE_LISTEN, thread, nullptr, nullptr);
+  else
+    ::ptrace(PTRACE_CONT, thread, nullptr, nullptr);
 }
 
 void passStop(pid_t thread, int status) {
@@ -135,15 +145,17 @@ int attachToThreads() {
   while (const dirent* entry = ::readdir(threads)) {
     const pid_t thread = std::atoi(entry->d_name);
     if (thread <= 0 || isAttached(thread)) continue;
-    if (::ptrace(PTRACE_SEIZE, thread, nullptr, reinterpret_cast<void*>(PTRACE_O_TRACECLONE)) == 0) ++count;
-    else if (errno != ESRCH && !isAttached(thread)) end(WatcherNews::isRefused, errno);
+    if (::ptrace(PTRACE_SEIZE, thread, nullptr, reinterpret_cast<void*>(PTRACE_O_TRACECLONE)) == 0)
+      ++count;
+    else if (errno != ESRCH && !isAttached(thread))
+      end(WatcherNews::isRefused, errno);
   }
   ::closedir(threads);
   return count;
 }
 
-// Apart from the program that started us: no child that its wait calls see, no terminal whose keys would stop us and so the process at
-// its next signal, no folder that could not be unmounted.
+// Apart from the program that started us: no child that its wait calls see, no terminal whose keys would stop
+// us and so the process at its next signal, no folder that could not be unmounted.
 void leaveStarter() {
   const pid_t child = ::fork();
   if (child != 0) ::_exit(child < 0 ? errno : 0);

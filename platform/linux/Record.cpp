@@ -54,7 +54,8 @@ int sendDescriptor(int socket, int descriptor) {
 // Alignment leaves room for a second descriptor, so there may be more than the one that is legal.
 std::vector<Descriptor> descriptorsOf(msghdr& header) {
   std::vector<Descriptor> found;
-  for (cmsghdr* control = CMSG_FIRSTHDR(&header); control != nullptr; control = CMSG_NXTHDR(&header, control)) {
+  for (cmsghdr* control = CMSG_FIRSTHDR(&header); control != nullptr;
+       control = CMSG_NXTHDR(&header, control)) {
     if (control->cmsg_level != SOL_SOCKET || control->cmsg_type != SCM_RIGHTS) continue;
     const std::size_t count = (control->cmsg_len - CMSG_LEN(0)) / sizeof(int);
     for (std::size_t i = 0; i < count; ++i) {
@@ -84,7 +85,8 @@ int OutgoingRecord::sendTo(int socket) {
 int OutgoingRecord::makeMemory() {
   if (bytes_.size() > longestRecord) return EMSGSIZE;
   Descriptor memory(::memfd_create("dovetail-record", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-  if (!memory || !writeAll(memory.get(), bytes_) || ::fcntl(memory.get(), F_ADD_SEALS, neededSeals) != 0) return errno;
+  if (!memory || !writeAll(memory.get(), bytes_) || ::fcntl(memory.get(), F_ADD_SEALS, neededSeals) != 0)
+    return errno;
   memory_ = std::move(memory);
   return 0;
 }
@@ -104,7 +106,8 @@ IncomingRecord::Result IncomingRecord::receiveFrom(int socket, std::span<std::ui
   const std::vector<Descriptor> descriptors = descriptorsOf(message.header);
   if (length == 0 && descriptors.empty()) return Result::end;
   if ((message.header.msg_flags & MSG_CTRUNC) != 0 && descriptors.empty()) return Result::outOfMeans;
-  if ((message.header.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0 || descriptors.size() > 1) return Result::brokenRules;
+  if ((message.header.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0 || descriptors.size() > 1)
+    return Result::brokenRules;
   if (descriptors.size() == 1) return map(descriptors.front());
   bytes_ = packet.first(static_cast<std::size_t>(length));
   return Result::record;
@@ -113,14 +116,14 @@ IncomingRecord::Result IncomingRecord::receiveFrom(int socket, std::span<std::ui
 IncomingRecord::Result IncomingRecord::map(const Descriptor& memory) {
   const int seals = ::fcntl(memory.get(), F_GET_SEALS);
   struct stat facts = {};
-  if (seals < 0 || (seals & neededSeals) != neededSeals || ::fstat(memory.get(), &facts) != 0 || facts.st_size < 0 ||
-      static_cast<std::uint64_t>(facts.st_size) > longestRecord) {
+  if (seals < 0 || (seals & neededSeals) != neededSeals || ::fstat(memory.get(), &facts) != 0 ||
+      facts.st_size < 0 || static_cast<std::uint64_t>(facts.st_size) > longestRecord) {
     return Result::brokenRules;
   }
   const auto size = static_cast<std::size_t>(facts.st_size);
   if (size == 0) return Result::record;
-  // Shared mappings of a file sealed against writing are refused before Linux 6.7, even read-only ones; a private one that is
-  // never written to shares its pages all the same.
+  // Shared mappings of a file sealed against writing are refused before Linux 6.7, even read-only ones; a
+  // private one that is never written to shares its pages all the same.
   void* mapping = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, memory.get(), 0);
   if (mapping == MAP_FAILED) return Result::outOfMeans;
   mapping_ = mapping;

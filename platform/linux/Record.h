@@ -1,6 +1,7 @@
-// One record on the wire between two ports: a sequenced packet that is the record's bytes, or, for a record that does not fit
-// one, a packet of one byte with a sealed memory file (memfd_create(2)) passed along, which is the record's bytes. An
-// empty record travels as an empty memory file, as an empty packet means the end of the connection.
+// One record on the wire between two ports: a sequenced packet that is the record's bytes, or, for a record
+// that does not fit one, a packet of one byte with a sealed memory file (memfd_create(2)) passed along, which
+// is the record's bytes. An empty record travels as an empty memory file, as an empty packet means the end of
+// the connection.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +15,8 @@ namespace platform::native {
 
 /// What a packet holds at most; a longer one breaks the rules.
 inline constexpr std::size_t longestPacket = 64 * 1024;
-/// What a record holds at most: far more than any table of contents, and little enough to be mapped without a thought.
+/// What a record holds at most: far more than any table of contents, and little enough to be mapped without a
+/// thought.
 inline constexpr std::size_t longestRecord = 256 * 1024 * 1024;
 
 /// A record on its way out. Refers to the bytes given.
@@ -22,8 +24,8 @@ class OutgoingRecord {
  public:
   explicit OutgoingRecord(ByteView bytes) : bytes_(bytes) {}
 
-  /// Sends the whole record without blocking. The result is 0 or the system's error number; then nothing was sent, and
-  /// EAGAIN tells that the peer must read first.
+  /// Sends the whole record without blocking. The result is 0 or the system's error number; then nothing was
+  /// sent, and EAGAIN tells that the peer must read first.
   int sendTo(int socket);
 
  private:
@@ -43,8 +45,8 @@ class IncomingRecord {
   IncomingRecord& operator=(const IncomingRecord&) = delete;
   ~IncomingRecord();
 
-  /// Receives one record without blocking; `packet` has the room of a longest packet. Any result but the first two means that the
-  /// connection is of no more use.
+  /// Receives one record without blocking; `packet` has the room of a longest packet. Any result but the
+  /// first two means that the connection is of no more use.
   Result receiveFrom(int socket, std::span<std::uint8_t> packet);
   /// Valid as long as both this and the packet are.
   ByteView bytes() const { return bytes_; }

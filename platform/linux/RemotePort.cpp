@@ -21,8 +21,9 @@ Clock::time_point momentAfter(double seconds) {
   return Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(bounded));
 }
 
-// The system calls a socket writable once a quarter of its buffer at most is waiting to be read, so a peer that reads one record now
-// and then does not wake us for each. The end of the peer counts too: the next send tells.
+// The system calls a socket writable once a quarter of its buffer at most is waiting to be read, so a peer
+// that reads one record now and then does not wake us for each. The end of the peer counts too: the next send
+// tells.
 bool becomesWritable(int socket, Clock::time_point deadline) {
   pollfd watched{socket, POLLOUT, 0};
   for (;;) {

@@ -9,8 +9,8 @@
 
 namespace platform::native {
 
-/// The value of a property list in XML: dictionaries, arrays, strings, integers, reals, booleans and data. Nothing for a text that is none,
-/// is longer than 1 MiB or deeper than 64 levels.
+/// The value of a property list in XML: dictionaries, arrays, strings, integers, reals, booleans and data.
+/// Nothing for a text that is none, is longer than 1 MiB or deeper than 64 levels.
 std::optional<Object> objectOfPropertyListText(std::string_view text);
 
 class LinuxSecurity : public Security {

@@ -61,7 +61,9 @@ SessionBus::~SessionBus() {
   wait(*isFlushed, deadline());
 }
 
-SessionBus::Moment SessionBus::deadline() { return g_get_monotonic_time() + longestWait; }
+SessionBus::Moment SessionBus::deadline() {
+  return g_get_monotonic_time() + longestWait;
+}
 
 GDBusConnection* SessionBus::connection(Moment deadline) {
   // The news of its end may still be waiting in the main loop.
@@ -90,8 +92,8 @@ void SessionBus::begin() {
   constexpr int flags =
       G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION;
   attempt_ = std::make_shared<Attempt>();
-  attempt_->connection.reset(
-      G_DBUS_CONNECTION(g_object_new(G_TYPE_DBUS_CONNECTION, "address", address_.c_str(), "flags", flags, nullptr)));
+  attempt_->connection.reset(G_DBUS_CONNECTION(
+      g_object_new(G_TYPE_DBUS_CONNECTION, "address", address_.c_str(), "flags", flags, nullptr)));
   g_main_context_push_thread_default(waiting_.get());
   g_async_initable_init_async(G_ASYNC_INITABLE(attempt_->connection.get()), G_PRIORITY_DEFAULT, nullptr,
                               Attempt::onOver, new std::shared_ptr<Attempt>(attempt_));
@@ -101,7 +103,8 @@ void SessionBus::begin() {
 void SessionBus::wait(const bool& isOver, Moment deadline) {
   const Moment left = deadline - g_get_monotonic_time();
   GSource* alarm = g_timeout_source_new(left > 0 ? static_cast<guint>(left / 1000 + 1) : 0);
-  g_source_set_callback(alarm, [](gpointer) -> gboolean { return G_SOURCE_REMOVE; }, nullptr, nullptr);
+  g_source_set_callback(
+      alarm, [](gpointer) -> gboolean { return G_SOURCE_REMOVE; }, nullptr, nullptr);
   g_source_attach(alarm, waiting_.get());
   while (!isOver && !g_source_is_destroyed(alarm)) g_main_context_iteration(waiting_.get(), TRUE);
   g_source_destroy(alarm);
@@ -129,7 +132,9 @@ void SessionBus::watchForReturn() {
   const std::string path = socketFileOf(address_);
   std::error_code error;
   // For a file whose folder is missing GLib would wake up now and then to look for it.
-  if (returning_ || path.empty() || !std::filesystem::exists(std::filesystem::path(path).parent_path(), error)) return;
+  if (returning_ || path.empty() ||
+      !std::filesystem::exists(std::filesystem::path(path).parent_path(), error))
+    return;
   const OwnedObject<GFile> file(g_file_new_for_path(path.c_str()));
   returning_.reset(g_file_monitor_file(file.get(), G_FILE_MONITOR_NONE, nullptr, nullptr));
   if (returning_) g_signal_connect(returning_.get(), "changed", G_CALLBACK(onReturn), this);

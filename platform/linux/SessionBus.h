@@ -1,5 +1,6 @@
-// One connection of our own to the session bus: not the browser's shared one, whose loss may end the browser. Made at the first use, and
-// again at the next use after the bus went away; at the bus's return too where its address is a socket file. Main thread only.
+// One connection of our own to the session bus: not the browser's shared one, whose loss may end the browser.
+// Made at the first use, and again at the next use after the bus went away; at the bus's return too where its
+// address is a socket file. Main thread only.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +21,8 @@ class SessionBus {
   /// What any use of the bus may keep the main thread waiting, in all.
   static constexpr Moment longestWait = 1'000'000;
 
-  /// The address is $DBUS_SESSION_BUS_ADDRESS, else the socket `bus` of the user's runtime folder. Never starts a bus.
+  /// The address is $DBUS_SESSION_BUS_ADDRESS, else the socket `bus` of the user's runtime folder. Never
+  /// starts a bus.
   explicit SessionBus(Log& log);
   SessionBus(Log& log, std::string address);
   /// Waits up to a second for what was sent.
@@ -30,8 +32,8 @@ class SessionBus {
 
   static Moment deadline();
 
-  /// The open connection, or null when there is none by `deadline`. A bus that has not answered by its deadline once is not waited
-  /// for again until it has.
+  /// The open connection, or null when there is none by `deadline`. A bus that has not answered by its
+  /// deadline once is not waited for again until it has.
   GDBusConnection* connection(Moment deadline);
   /// The open connection, or null; never waits.
   GDBusConnection* openConnection() const { return connection_.get(); }

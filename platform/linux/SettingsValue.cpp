@@ -11,7 +11,8 @@ Object objectOfNormalVariant(GVariant* value);
 Object textObject(GVariant* value) {
   gsize length = 0;
   const char* text = g_variant_get_string(value, &length);
-  return g_utf8_validate(text, static_cast<gssize>(length), nullptr) ? Object(std::string(text, length)) : Object();
+  return g_utf8_validate(text, static_cast<gssize>(length), nullptr) ? Object(std::string(text, length))
+                                                                     : Object();
 }
 
 Data dataOf(GVariant* value) {
@@ -93,7 +94,8 @@ GVariant* floatingVariant(const Object& object);
 GVariant* integerVariant(Integer number) {
   const std::int64_t value = number.signedValue();
   if (!number.isNegative && value < 0) return g_variant_new_uint64(number.bits);
-  const bool isShort = value >= std::numeric_limits<gint32>::min() && value <= std::numeric_limits<gint32>::max();
+  const bool isShort =
+      value >= std::numeric_limits<gint32>::min() && value <= std::numeric_limits<gint32>::max();
   return isShort ? g_variant_new_int32(static_cast<gint32>(value)) : g_variant_new_int64(value);
 }
 
@@ -118,7 +120,8 @@ GVariant* dictionaryVariant(const Dictionary& dictionary) {
       g_variant_builder_clear(&builder);
       return nullptr;
     }
-    g_variant_builder_add_value(&builder, g_variant_new_dict_entry(keyVariant, g_variant_new_variant(element)));
+    g_variant_builder_add_value(&builder,
+                                g_variant_new_dict_entry(keyVariant, g_variant_new_variant(element)));
   }
   return g_variant_builder_end(&builder);
 }
@@ -129,7 +132,9 @@ const GVariantType* commonType(const std::vector<OwnedVariant>& elements) {
   const GVariantType* type = g_variant_get_type(elements.front().get());
   for (const char* allowed : {"i", "x", "s", "b", "ay"}) {
     if (!g_variant_type_equal(type, G_VARIANT_TYPE(allowed))) continue;
-    const auto isSame = [&](const OwnedVariant& element) { return g_variant_is_of_type(element.get(), type); };
+    const auto isSame = [&](const OwnedVariant& element) {
+      return g_variant_is_of_type(element.get(), type);
+    };
     return std::ranges::all_of(elements, isSame) ? type : nullptr;
   }
   return nullptr;
@@ -138,9 +143,12 @@ const GVariantType* commonType(const std::vector<OwnedVariant>& elements) {
 // Whole numbers of both widths become all of the wide one.
 void widen(std::vector<OwnedVariant>& elements) {
   const auto isOf = [](const char* type) {
-    return [type](const OwnedVariant& element) { return g_variant_is_of_type(element.get(), G_VARIANT_TYPE(type)); };
+    return [type](const OwnedVariant& element) {
+      return g_variant_is_of_type(element.get(), G_VARIANT_TYPE(type));
+    };
   };
-  const bool areSigned = std::ranges::all_of(elements, [&](const auto& e) { return isOf("i")(e) || isOf("x")(e); });
+  const bool areSigned =
+      std::ranges::all_of(elements, [&](const auto& e) { return isOf("i")(e) || isOf("x")(e); });
   if (!areSigned || std::ranges::none_of(elements, isOf("x"))) return;
   for (OwnedVariant& element : elements) {
     if (!isOf("i")(element)) continue;
@@ -177,7 +185,8 @@ GVariant* floatingVariant(const Object& object) {
 }  // namespace
 
 Object objectOfVariant(GVariant* value) {
-  // Only a value in normal form is read: the parts of another one may overlap and be many more than its bytes.
+  // Only a value in normal form is read: the parts of another one may overlap and be many more than its
+  // bytes.
   return value && g_variant_is_normal_form(value) ? objectOfNormalVariant(value) : Object();
 }
 

@@ -5,7 +5,8 @@
 //   real number           d
 //   text                  s; read from o and g too
 //   data                  ay
-//   list                  any other array; written ai, ax, as, ab or aay where all elements fit, else av; aay is how bookmarks are kept
+//   list                  any other array; written ai, ax, as, ab or aay (as bookmarks are kept) where all
+//                         elements fit, else av
 //   dictionary            a{s…} of any values; written a{sv}
 //   boxed value           v; reads as what is in it
 #pragma once
@@ -15,11 +16,12 @@
 
 namespace platform::native {
 
-/// nil for null, for a damaged value (not in normal form) and for types that are not in the list above, also inside others.
+/// nil for null, for a damaged value (not in normal form) and for types that are not in the list above, also
+/// inside others.
 Object objectOfVariant(GVariant* value);
 
-/// Null for nil and for a value that is not in the list above or holds one, as for text that is not UTF-8 or has a NUL. The result
-/// is no floating reference.
+/// Null for nil and for a value that is not in the list above or holds one, as for text that is not UTF-8 or
+/// has a NUL. The result is no floating reference.
 OwnedVariant variantOfObject(const Object& object);
 
 }  // namespace platform::native

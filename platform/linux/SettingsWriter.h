@@ -1,5 +1,5 @@
-// The host's side of the shared settings: writes what the extension reads. For programs of their own process, not for plugins:
-// it uses the process's shared connection to the session bus. Main thread only.
+// The host's side of the shared settings: writes what the extension reads. For programs of their own process,
+// not for plugins: it uses the process's shared connection to the session bus. Main thread only.
 #pragma once
 
 #include <memory>
@@ -18,8 +18,8 @@ class SettingsWriter {
   /// Null for a group that makes no path of dconf.
   static std::unique_ptr<SettingsWriter> forGroup(std::string_view group);
 
-  /// Stores the value in the form of SettingsValue.h, waits until it is stored, and gives nothing; else the reason why it is not.
-  /// nil removes the key.
+  /// Stores the value in the form of SettingsValue.h, waits until it is stored, and gives nothing; else the
+  /// reason why it is not. nil removes the key.
   std::optional<Error> setObject(const Object& value, std::string_view key);
   std::optional<Error> removeObjectForKey(std::string_view key) { return setObject(Object(), key); }
 

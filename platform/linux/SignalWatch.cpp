@@ -34,10 +34,12 @@ std::filesystem::path ownFile() {
 
 std::string usualProcessWatcher() {
   const std::string beside = ownFile().parent_path() / watcherName;
-  return ::access(beside.c_str(), X_OK) == 0 ? beside : std::string(DOVETAIL_INSTALLED_PROGRAMS) + "/" + watcherName;
+  return ::access(beside.c_str(), X_OK) == 0 ? beside
+                                             : std::string(DOVETAIL_INSTALLED_PROGRAMS) + "/" + watcherName;
 }
 
-SignalWatch::SignalWatch(std::int32_t process, const std::string& watcher, Log& log) : process_(process), log_(log) {
+SignalWatch::SignalWatch(std::int32_t process, const std::string& watcher, Log& log)
+    : process_(process), log_(log) {
   start(watcher);
 }
 
@@ -59,9 +61,12 @@ void SignalWatch::readReports() {
     const ssize_t length = ::recv(channel_.get(), &report, sizeof(report), MSG_DONTWAIT);
     if (length < 0 && (errno == EAGAIN || errno == EINTR)) return;
     if (length != sizeof(report)) return end("the watcher ended");
-    if (report.news == WatcherNews::signalDelivered) tellListeners();
-    else if (report.news == WatcherNews::isRefused) return end(std::strerror(report.value));
-    else if (report.news == WatcherNews::processHasEnded) return end({});
+    if (report.news == WatcherNews::signalDelivered)
+      tellListeners();
+    else if (report.news == WatcherNews::isRefused)
+      return end(std::strerror(report.value));
+    else if (report.news == WatcherNews::processHasEnded)
+      return end({});
   }
 }
 
@@ -73,7 +78,8 @@ void SignalWatch::tellListeners() {
 void SignalWatch::end(const std::string& fault) {
   reports_.reset();
   channel_.reset();
-  if (!fault.empty()) log_.line("Signals of process " + std::to_string(process_) + " are not watched: " + fault);
+  if (!fault.empty())
+    log_.line("Signals of process " + std::to_string(process_) + " are not watched: " + fault);
 }
 
 }  // namespace platform::native

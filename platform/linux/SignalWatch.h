@@ -1,7 +1,8 @@
-// The deliveries of signals to one process, as the process watcher reports them: a program of ours that traces it, as only a tracer
-// learns of them (ProcessWatcherMain.cpp). A process has one tracer at most, so all who want to know of one process
-// share one watch. Where the system refuses (another tracer, another user's process, kernel.yama.ptrace_scope without the process's
-// leave by prctl(PR_SET_PTRACER)) the watch says so in the log and stays silent.
+// The deliveries of signals to one process, as the process watcher reports them: a program of ours that
+// traces it, as only a tracer learns of them (ProcessWatcherMain.cpp). A process has one tracer at most, so
+// all who want to know of one process share one watch. Where the system refuses (another tracer, another
+// user's process, kernel.yama.ptrace_scope without the process's leave by prctl(PR_SET_PTRACER)) the watch
+// says so in the log and stays silent.
 #pragma once
 
 #include <cstdint>
@@ -29,7 +30,9 @@ class SignalWatch : public std::enable_shared_from_this<SignalWatch> {
   /// Whether signals are, or may yet be, reported.
   bool isOpen() const { return static_cast<bool>(channel_); }
   /// Runs at each signal until it is removed.
-  void addListener(const void* listener, std::function<void()> onSignal) { listeners_[listener] = std::move(onSignal); }
+  void addListener(const void* listener, std::function<void()> onSignal) {
+    listeners_[listener] = std::move(onSignal);
+  }
   void removeListener(const void* listener) { listeners_.erase(listener); }
 
  private:
@@ -45,7 +48,8 @@ class SignalWatch : public std::enable_shared_from_this<SignalWatch> {
   MainLoopSource reports_;
 };
 
-/// The watcher beside the module or program that this code is part of, as in a build tree, else the installed one.
+/// The watcher beside the module or program that this code is part of, as in a build tree, else the installed
+/// one.
 std::string usualProcessWatcher();
 
 }  // namespace platform::native

@@ -1,5 +1,5 @@
-// Starts a program that is to leave no trace in this process: no open descriptor but one, no signal setting, no environment, and its
-// end reaped without the browser's help or harm.
+// Starts a program that is to leave no trace in this process: no open descriptor but one, no signal setting,
+// no environment, and its end reaped without the browser's help or harm.
 #pragma once
 
 #include <string>
@@ -9,8 +9,9 @@
 
 namespace platform::native {
 
-/// Runs `arguments` with `channel` as its descriptor 3 and nothing else but /dev/null. The result is 0 or the system's error number. The
-/// program is expected to end at once or to leave a child of its own behind; its end is awaited on the main loop.
+/// Runs `arguments` with `channel` as its descriptor 3 and nothing else but /dev/null. The result is 0 or the
+/// system's error number. The program is expected to end at once or to leave a child of its own behind; its
+/// end is awaited on the main loop.
 int spawnProgram(const std::vector<std::string>& arguments, const Descriptor& channel);
 
 }  // namespace platform::native

@@ -20,7 +20,8 @@ struct TextHash {
   std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
 };
 
-// Paths that changed together: each is the prefix followed by one of the names; one that ends in a slash is all below it.
+// Paths that changed together: each is the prefix followed by one of the names; one that ends in a slash is
+// all below it.
 struct Change {
   std::string prefix;
   std::vector<std::string> names;
@@ -144,12 +145,12 @@ void DConfStore::listen(GDBusConnection* bus) {
   stopListening();
   bus_.reset(G_DBUS_CONNECTION(g_object_ref(bus)));
   subscription_ = g_dbus_connection_signal_subscribe(bus, nullptr, "ca.desrt.dconf.Writer", "Notify", nullptr,
-                                                     path_.c_str(), G_DBUS_SIGNAL_FLAGS_MATCH_ARG0_PATH, onNotify,
-                                                     this, nullptr);
+                                                     path_.c_str(), G_DBUS_SIGNAL_FLAGS_MATCH_ARG0_PATH,
+                                                     onNotify, this, nullptr);
   // The bus works in order: once it answers this call, no later change can be missed.
-  g_dbus_connection_call(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetId", nullptr,
-                         G_VARIANT_TYPE("(s)"), G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, onListening,
-                         new std::weak_ptr<DConfStore*>(self_));
+  g_dbus_connection_call(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                         "GetId", nullptr, G_VARIANT_TYPE("(s)"), G_DBUS_CALL_FLAGS_NO_AUTO_START, -1,
+                         nullptr, onListening, new std::weak_ptr<DConfStore*>(self_));
 }
 
 void DConfStore::stopListening() {
@@ -164,8 +165,8 @@ void DConfStore::onListening(GObject* bus, GAsyncResult* result, gpointer data) 
   if (store) (*store)->readAgain([](const std::string&) { return true; });
 }
 
-void DConfStore::onNotify(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* notice,
-                     gpointer self) {
+void DConfStore::onNotify(GDBusConnection*, const char*, const char*, const char*, const char*,
+                          GVariant* notice, gpointer self) {
   if (!g_variant_is_of_type(notice, G_VARIANT_TYPE("(sass)"))) return;
   const Change change(notice);
   static_cast<DConfStore*>(self)->readAgain([&](const std::string& path) { return change.concerns(path); });
@@ -176,8 +177,8 @@ void DConfStore::readAgain(const std::function<bool(const std::string& path)>& i
   for (auto& [key, entry] : entries_) {
     if (!isConcerned(path_ + key)) continue;
     OwnedVariant stored = read(key);
-    const bool isSame = stored && entry.stored ? g_variant_equal(stored.get(), entry.stored.get())
-                                               : stored == entry.stored;
+    const bool isSame =
+        stored && entry.stored ? g_variant_equal(stored.get(), entry.stored.get()) : stored == entry.stored;
     if (isSame) continue;
     setStored(key, entry, std::move(stored));
     changed.push_back(key);
@@ -203,7 +204,8 @@ void DConfStore::tell(const std::string& key) {
   }
 }
 
-LinuxUserDefaultsSuites::LinuxUserDefaultsSuites(SessionBus& bus) : bus_(bus), stores_(std::make_shared<DConfStore::OpenStores>()) {
+LinuxUserDefaultsSuites::LinuxUserDefaultsSuites(SessionBus& bus)
+    : bus_(bus), stores_(std::make_shared<DConfStore::OpenStores>()) {
   bus_.setOnConnect([stores = stores_](GDBusConnection* connection) {
     for (DConfStore* store : *stores) store->listen(connection);
   });

@@ -1,6 +1,7 @@
-// The shared settings on Linux: dconf, below the path of the group (SettingsPath.h), values as in SettingsValue.h.
-// Reads go to dconf's mapped file without the bus; what was read stays in memory until the dconf service tells of
-// a change (its signal ca.desrt.dconf.Writer.Notify). After the session bus came back all that was read is read again.
+// The shared settings on Linux: dconf, below the path of the group (SettingsPath.h), values as in
+// SettingsValue.h. Reads go to dconf's mapped file without the bus; what was read stays in memory until the
+// dconf service tells of a change (its signal ca.desrt.dconf.Writer.Notify). After the session bus came back
+// all that was read is read again.
 #pragma once
 
 #include <memory>
@@ -16,12 +17,13 @@ class DConfStore;
 
 class LinuxUserDefaultsSuites : public UserDefaultsSuites {
  public:
-  /// The bus outlives the suites and is theirs alone, as they use its one place for a handler of new connections.
+  /// The bus outlives the suites and is theirs alone, as they use its one place for a handler of new
+  /// connections.
   explicit LinuxUserDefaultsSuites(SessionBus& bus);
   ~LinuxUserDefaultsSuites() override;
 
-  /// Without a bus the store opens all the same, and is told of changes once there is one. A store may outlive the suites and is
-  /// then told of no change.
+  /// Without a bus the store opens all the same, and is told of changes once there is one. A store may
+  /// outlive the suites and is then told of no change.
   std::unique_ptr<UserDefaults> initWithSuiteName(std::string_view suiteName) override;
 
  private:

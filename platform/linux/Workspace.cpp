@@ -75,10 +75,11 @@ std::string contentTypeOf(std::string_view extension) {
 }
 
 // A file's icon is a picture, so the one-colour drawings that GIO names as a last resort are left out.
-std::vector<std::string> themeNamesOf(GIcon* icon) {
+std::vector<std::string> themeNamesOf(const std::string& contentType) {
   std::vector<std::string> names;
-  if (!icon || !G_IS_THEMED_ICON(icon)) return names;
-  for (const gchar* const* name = g_themed_icon_get_names(G_THEMED_ICON(icon)); *name; ++name) {
+  const std::unique_ptr<GIcon, Release> icon(g_content_type_get_icon(contentType.c_str()));
+  if (!icon || !G_IS_THEMED_ICON(icon.get())) return names;
+  for (const gchar* const* name = g_themed_icon_get_names(G_THEMED_ICON(icon.get())); *name; ++name) {
     if (!std::string_view(*name).ends_with("-symbolic")) names.emplace_back(*name);
   }
   return names;
@@ -150,28 +151,15 @@ ImageRef LinuxWorkspace::iconForFileType(std::string_view extension) {
 
 ImageRef LinuxWorkspace::iconForContentType(const std::string& contentType) {
   if (const auto kept = icons_.find(contentType); kept != icons_.end()) return kept->second;
-  const std::unique_ptr<GIcon, Release> icon(g_content_type_get_icon(contentType.c_str()));
-  return icons_[contentType] = iconOfTheme(themeNamesOf(icon.get()), contentType);
+  return icons_[contentType] = iconOfTheme(contentType);
 }
 
-ImageRef LinuxWorkspace::iconForFile(const std::string& path) {
-  const std::unique_ptr<GFile, Release> file(g_file_new_for_path(path.c_str()));
-  const std::unique_ptr<GFileInfo, Release> facts(g_file_query_info(
-      file.get(), G_FILE_ATTRIBUTE_STANDARD_ICON, G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr));
-  if (!facts) return nullptr;
-  const std::vector<std::string> names = themeNamesOf(g_file_info_get_icon(facts.get()));
-  std::string key;  // told from a content type by its leading line end
-  for (const std::string& name : names) key += '\n' + name;
-  if (const auto kept = icons_.find(key); kept != icons_.end()) return kept->second;
-  return icons_[key] = iconOfTheme(names, path);
-}
-
-ImageRef LinuxWorkspace::iconOfTheme(std::vector<std::string> names, const std::string& subject) {
-  ThemedIcon icon = theme().icon(names);
+ImageRef LinuxWorkspace::iconOfTheme(const std::string& contentType) {
+  ThemedIcon icon = theme().icon(themeNamesOf(contentType));
   if (!icon.unreadableFile.empty()) {
     log_.line("An icon of the theme cannot be read: " + icon.unreadableFile);
-  } else if (icon.representations.empty() && subject != unknownType) {
-    log_.line("The icon theme has no icon for " + subject + ": generic icon");
+  } else if (icon.representations.empty() && contentType != unknownType) {
+    log_.line("The icon theme has no icon for " + contentType + ": generic icon");
   }
   auto image = std::make_shared<Image>();
   image->size = iconSize;

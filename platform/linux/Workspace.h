@@ -41,15 +41,11 @@ class LinuxWorkspace final : public Workspace, public SymbolImages {
   ImageRef imageWithSymbolConfiguration(const Image& image,
                                         const SymbolConfiguration& configuration) override;
 
-  /// The icon that the desktop shows for a file or folder itself (a symbolic link is not followed); null when
-  /// it is gone.
-  ImageRef iconForFile(const std::string& path);
-
  private:
   IconTheme& theme();
   ImageRef imageOf(const NamedImage& row);
   ImageRef iconForContentType(const std::string& contentType);
-  ImageRef iconOfTheme(std::vector<std::string> names, const std::string& subject);
+  ImageRef iconOfTheme(const std::string& contentType);
   std::vector<ImageRepresentation> genericIcon();
   std::vector<ImageRepresentation> ownDrawings(std::string_view drawing);
 
@@ -57,8 +53,7 @@ class LinuxWorkspace final : public Workspace, public SymbolImages {
   Sources sources_;
   std::optional<IconTheme> theme_;
   std::map<std::string_view, ImageRef> images_;  // by the name in the table
-  std::map<std::string, ImageRef, std::less<>>
-      icons_;  // by content type, or by the names in a file's own icon
+  std::map<std::string, ImageRef> icons_;        // by content type
   bool isOddExtensionLogged_ = false;
 };
 

@@ -52,6 +52,7 @@ class ArchiveListing : public testing::Test {
   static ArchiveLister::Options options() {
     ArchiveLister::Options options;
     options.childProgram = DOVETAIL_HOST;
+    options.limits.time = std::chrono::minutes(2);  // a busy machine is no hostile archive
     return options;
   }
 
@@ -230,19 +231,24 @@ TEST_F(ArchiveListing, anArchiveCutShortShowsWhatIsLeftAndSaysSo) {
 }
 
 TEST_F(ArchiveListing, damageAnywhereEndsInAListingOrInNone) {
+  ArchiveLister lister(options(), log);
+  int asked = 0, done = 0;
+  const auto list = [&](const std::string& bytes) {
+    lister.list(folder.file(std::to_string(asked++), bytes), [&](const std::optional<Listing>&) { ++done; });
+  };
   for (const int format : {ARCHIVE_FORMAT_ZIP, ARCHIVE_FORMAT_7ZIP, ARCHIVE_FORMAT_XAR, ARCHIVE_FORMAT_ISO9660}) {
-    const std::string path = folder.path("sound");
-    ArchiveFile::write(path, {.format = format}, threeEntries);
-    const std::string sound = contentOf(path);
+    ArchiveFile::write(folder.path("sound"), {.format = format}, threeEntries);
+    const std::string sound = contentOf(folder.path("sound"));
     for (std::size_t i = 1; i < 40; ++i) {
       std::string damaged = sound;
       const std::size_t at = sound.size() * i / 40;
       damaged[at] = static_cast<char>(damaged[at] ^ 0xFF);
-      listed(folder.file("damaged", damaged));
-      listed(folder.file("cut", sound.substr(0, at)));
+      list(damaged);
+      list(sound.substr(0, at));
     }
   }
-  for (const std::string& line : log.lines) EXPECT_THAT(line, testing::Not(HasSubstr("died"))) << line;
+  EXPECT_TRUE(tests::pumpUntil([&] { return done == asked; }, std::chrono::seconds(60)));
+  for (const std::string& line : log.lines) EXPECT_THAT(line, testing::Not(HasSubstr("given up")));
 }
 
 TEST_F(ArchiveListing, threeHundredThousandEntriesAreListedWhole) {

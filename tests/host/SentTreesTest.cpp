@@ -13,7 +13,7 @@ platform::FileIdentity identityOf(std::uint8_t byte) {
 std::shared_ptr<const DTTreeNode> treeOf(int entries) {
   Listing listing;
   for (int i = 0; i < entries; ++i) listing.append(std::to_string(i), false, 0);
-  return treeOfListing("a", listing);
+  return treeOfListing("a", listing).root;
 }
 
 TEST(SentTrees, aTreeIsFoundUnderItsFile) {

@@ -1,14 +1,14 @@
 // Bookmarks and file references on real folders that move about.
-#include "platform/linux/Bookmark.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <random>
 
+#include "platform/linux/Bookmark.h"
 #include "platform/linux/FileReference.h"
 #include "platform/linux/FileStatus.h"
 #include "tests/platform/TemporaryFolder.h"
@@ -22,18 +22,22 @@ class Bookmarks : public testing::Test {
  protected:
   std::string path(const std::string& name) const { return root + "/" + name; }
   void makeFolder(const std::string& name) const { std::filesystem::create_directories(path(name)); }
-  void move(const std::string& from, const std::string& to) const { std::filesystem::rename(path(from), path(to)); }
+  void move(const std::string& from, const std::string& to) const {
+    std::filesystem::rename(path(from), path(to));
+  }
   Data bookmark(const std::string& name) {
     const auto data = bookmarkOfFile(path(name), failure);
     EXPECT_TRUE(data) << name;
     return data.value_or(Data());
   }
-  /// The path that it resolves to, below the test's folder, with " (stale)" where it is; or the error's number.
+  /// The path that it resolves to, below the test's folder, with " (stale)" where it is; or the error's
+  /// number.
   std::string resolved(const Data& data) {
     failure = 0;
     const auto found = resolveBookmark(data, failure);
     if (!found) return "error " + std::to_string(failure);
-    const std::string shown = found->path.starts_with(root + "/") ? found->path.substr(root.size() + 1) : found->path;
+    const std::string shown =
+        found->path.starts_with(root + "/") ? found->path.substr(root.size() + 1) : found->path;
     return shown + (found->isStale ? " (stale)" : "");
   }
   std::string error(int code) const { return "error " + std::to_string(code); }
@@ -56,7 +60,8 @@ TEST_F(Bookmarks, theBytesAreTheDocumentedOnes) {
   EXPECT_EQ(std::string(data.begin(), data.begin() + 6), std::string("DTBM\1\1"));
   EXPECT_EQ(data[6] << 8 | data[7], static_cast<int>(real.size()));
   const FileIdentity identity = FileStatus::ofPath(real.c_str())->identity();
-  EXPECT_EQ(Data(data.begin() + 8, data.begin() + 32), Data(identity.bytes().begin(), identity.bytes().end()));
+  EXPECT_EQ(Data(data.begin() + 8, data.begin() + 32),
+            Data(identity.bytes().begin(), identity.bytes().end()));
   EXPECT_EQ(std::string(data.begin() + 32, data.end() - 4), real);
 }
 
@@ -67,6 +72,33 @@ TEST_F(Bookmarks, theChecksumIsTheUsualCRC32) {
   data.push_back('/');
   for (const std::uint8_t byte : {0xB8, 0x33, 0x65, 0x9B}) data.push_back(byte);
   EXPECT_EQ(resolved(data), "/ (stale)");
+}
+
+// Runs the examples of the document for hosts' authors, then `statement`, whose output is the result.
+std::string outputOfDocumentedPython(const std::string& statement) {
+  // Written without a backtick, which the shell would take for its own.
+  const std::string program =
+      "import re; exec('\\n'.join(re.findall(r'\\x60{3}python\\n(.*?)\\x60{3}', open('" DOVETAIL_HOST_DOCUMENT
+      "').read(), re.S))); " +
+      statement;
+  FILE* const pipe = popen(("python3 -c \"" + program + "\"").c_str(), "r");
+  std::string output;
+  for (int c = 0; (c = std::fgetc(pipe)) != EOF;) output += static_cast<char>(c);
+  pclose(pipe);
+  return output;
+}
+
+TEST_F(Bookmarks, thePythonInTheDocumentMakesTheSameBytes) {
+  makeFolder("real/caf\u00E9");
+  std::filesystem::create_directory_symlink("real", path("link"));
+  for (const char* name : {"real/caf\u00E9", "link/caf\u00E9", "link"}) {
+    std::string expected;
+    for (const int byte : bookmark(name)) {
+      constexpr char digits[] = "0123456789abcdef";
+      (expected += digits[byte >> 4]) += digits[byte & 15];
+    }
+    EXPECT_EQ(outputOfDocumentedPython("print(bookmark('" + path(name) + "').hex())"), expected + "\n");
+  }
 }
 
 TEST_F(Bookmarks, aFolderRenamedOrMovedNearbyIsFoundAndStale) {
@@ -176,7 +208,8 @@ TEST_F(Bookmarks, arbitraryBytesAreAnError) {
   for (int round = 0; round < 2000; ++round) {
     Data data = {'D', 'T', 'B', 'M', 1};
     data.resize(random() % 2 ? 5 : 0);
-    for (std::size_t left = random() % 100; left > 0; --left) data.push_back(static_cast<std::uint8_t>(random()));
+    for (std::size_t left = random() % 100; left > 0; --left)
+      data.push_back(static_cast<std::uint8_t>(random()));
     EXPECT_EQ(resolved(data), error(EINVAL));
   }
 }

@@ -1,5 +1,5 @@
-// A backend of message ports in a private folder, one port of it whose records are kept, and the raw sockets of a peer that
-// was not written with this code.
+// A backend of message ports in a private folder, one port of it whose records are kept, and the raw sockets
+// of a peer that was not written with this code.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -29,7 +29,9 @@ using platform::Data;
 using platform::MessagePortStatus;
 using platform::native::Descriptor;
 
-inline Data bytes(std::string_view text) { return Data(text.begin(), text.end()); }
+inline Data bytes(std::string_view text) {
+  return Data(text.begin(), text.end());
+}
 
 inline std::size_t openDescriptors() {
   const std::filesystem::directory_iterator all("/proc/self/fd");
@@ -47,15 +49,17 @@ inline sockaddr_un addressOf(const std::string& path) {
 inline Descriptor rawConnect(const std::string& path) {
   Descriptor socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
   const sockaddr_un address = addressOf(path);
-  const bool isOpen = ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
+  const bool isOpen =
+      ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
   return isOpen ? std::move(socket) : Descriptor();
 }
 
 inline Descriptor rawListen(const std::string& path, int queue = 8) {
   Descriptor socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
   const sockaddr_un address = addressOf(path);
-  const bool isOpen = ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 &&
-                      ::listen(socket.get(), queue) == 0;
+  const bool isOpen =
+      ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 &&
+      ::listen(socket.get(), queue) == 0;
   return isOpen ? std::move(socket) : Descriptor();
 }
 
@@ -75,7 +79,8 @@ inline void rawSend(int socket, const Data& packet, const std::vector<int>& desc
     header->cmsg_len = CMSG_LEN(descriptors.size() * sizeof(int));
     std::memcpy(CMSG_DATA(header), descriptors.data(), descriptors.size() * sizeof(int));
   }
-  ASSERT_EQ(::sendmsg(socket, &message, MSG_NOSIGNAL), static_cast<ssize_t>(packet.size())) << std::strerror(errno);
+  ASSERT_EQ(::sendmsg(socket, &message, MSG_NOSIGNAL), static_cast<ssize_t>(packet.size()))
+      << std::strerror(errno);
 }
 
 /// Whether the other end has closed the connection; waits for it.

@@ -258,18 +258,6 @@ TEST_F(LinuxWorkspaceIcons, ofTheFolderAreByNameAndOfTheSameTextAsAFileType) {
   EXPECT_EQ(source(workspace().iconForFileType("NSFolder")), "application-x-generic");
 }
 
-TEST_F(LinuxWorkspaceIcons, ofAFileAreThoseThatTheDesktopShows) {
-  themes.png("mine/16/types/text-x-generic.png");
-  themes.png("mine/16/types/inode-directory.png");
-  themes.png("mine/16/types/inode-symlink.png");
-  const std::string text = themes.write("files/notes.txt", "hello");
-  std::filesystem::create_symlink(text, themes.path() + "/files/link");
-  EXPECT_EQ(source(workspace().iconForFile(text)), "text-x-generic");
-  EXPECT_EQ(source(workspace().iconForFile(themes.path() + "/files")), "inode-directory");
-  EXPECT_EQ(source(workspace().iconForFile(themes.path() + "/files/link")), "inode-symlink");
-  EXPECT_EQ(workspace().iconForFile(themes.path() + "/files/gone"), nullptr);
-}
-
 TEST_F(LinuxWorkspaceIcons, areReallyDrawnFromTheirFile) {
   themes.png("mine/16/types/application-zip.png");
   platform::native::LinuxGraphics graphics;

@@ -1,11 +1,10 @@
 // The log never writes to standard output, and to standard error only when asked to.
+#include <glib.h>
 #include <gtest/gtest.h>
 
-#include <glib.h>
-
 #include <array>
-#include <vector>
 #include <cstdlib>
+#include <vector>
 
 #include "platform/linux/Log.h"
 #include "tests/platform/PeerProcess.h"
@@ -24,8 +23,10 @@ Streams printedBy(const char* wanted, std::string_view line) {
   tests::PeerProcess program([&](const auto&) {
     ::dup2(output[1], STDOUT_FILENO);
     ::dup2(error[1], STDERR_FILENO);
-    if (wanted != nullptr) ::setenv("G_MESSAGES_DEBUG", wanted, 1);
-    else ::unsetenv("G_MESSAGES_DEBUG");
+    if (wanted != nullptr)
+      ::setenv("G_MESSAGES_DEBUG", wanted, 1);
+    else
+      ::unsetenv("G_MESSAGES_DEBUG");
     platform::native::LinuxLog().line(line);
     return std::fflush(nullptr);
   });

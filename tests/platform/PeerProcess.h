@@ -1,5 +1,5 @@
-// A real process of its own that plays the other end: a fork of the test running one function. It and the test tell each other
-// single bytes over a socket pair. Killed and reaped with its owner.
+// A real process of its own that plays the other end: a fork of the test running one function. It and the
+// test tell each other single bytes over a socket pair. Killed and reaped with its owner.
 #pragma once
 
 #include <fcntl.h>
@@ -9,10 +9,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "platform/linux/Descriptor.h"
 
@@ -28,6 +33,9 @@ inline char stateOf(pid_t process) {
 
 class PeerProcess {
  public:
+  /// Stands for the number of the line's descriptor among the arguments of a program.
+  static constexpr const char* lineArgument = "LINE";
+
   /// What the peer's function talks to the test by.
   class Line {
    public:
@@ -98,5 +106,19 @@ class PeerProcess {
   pid_t process_ = 0;
   platform::native::Descriptor line_;
 };
+
+/// Another program as a peer.
+inline std::unique_ptr<PeerProcess> startProgram(std::vector<std::string> arguments) {
+  return std::make_unique<PeerProcess>(
+      [arguments = std::move(arguments)](const PeerProcess::Line& line) mutable {
+        ::fcntl(line.descriptor(), F_SETFD, 0);
+        std::replace(arguments.begin(), arguments.end(), std::string(PeerProcess::lineArgument),
+                     std::to_string(line.descriptor()));
+        std::vector<char*> pointers;
+        for (std::string& argument : arguments) pointers.push_back(argument.data());
+        pointers.push_back(nullptr);
+        return ::execv(pointers[0], pointers.data());
+      });
+}
 
 }  // namespace tests

@@ -11,7 +11,9 @@ namespace {
 using namespace tests;
 using Clock = std::chrono::steady_clock;
 
-double secondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+double secondsSince(Clock::time_point start) {
+  return std::chrono::duration<double>(Clock::now() - start).count();
+}
 
 // Leaves the process that many descriptors to open, for as long as it lives.
 class DescriptorLimit {
@@ -67,7 +69,7 @@ TEST_F(PortFaults, aSendToAStoppedHostGivesUpAfterItsTime) {
   }
   EXPECT_EQ(status, MessagePortStatus::sendTimeout);
   EXPECT_GE(longest, 0.3);
-  EXPECT_LT(longest, 0.6);
+  EXPECT_LT(longest, 1.5);
 }
 
 TEST_F(PortFaults, aThousandSendsToAStoppedHostTakeOneSecondInAll) {
@@ -78,7 +80,7 @@ TEST_F(PortFaults, aThousandSendsToAStoppedHostTakeOneSecondInAll) {
   const auto start = Clock::now();
   for (int i = 0; i < 1000; ++i) arrived += send(*remote, Data(1000, 'x')) == MessagePortStatus::success;
   EXPECT_GE(secondsSince(start), 1.0);
-  EXPECT_LT(secondsSince(start), 1.5);
+  EXPECT_LT(secondsSince(start), 2.0);
   EXPECT_GT(arrived, 10u);
   EXPECT_LT(arrived, 1000u);
 
@@ -103,8 +105,8 @@ TEST_F(PortFaults, aPortThatDrainedWaitsItsTimeAgain) {
     const std::size_t more = fill(*remote, Data(1000, 'x'));
     EXPECT_GT(more, 0u);
     const auto start = Clock::now();
-    EXPECT_EQ(send(*remote, Data(1000, 'x'), 0.2), MessagePortStatus::sendTimeout);
-    EXPECT_LT(secondsSince(start), 0.1);
+    EXPECT_EQ(send(*remote, Data(1000, 'x'), 10), MessagePortStatus::sendTimeout);
+    EXPECT_LT(secondsSince(start), 5);
     host->resume();
     for (std::size_t i = 0; i < more + 1; ++i) ASSERT_EQ(host->hear(), 'r');
   }
@@ -178,10 +180,10 @@ TEST_F(PortFaults, aListenerWhoseQueueIsFullIsWaitedForOnceAtMost) {
   auto start = Clock::now();
   EXPECT_EQ(ports->createRemote("G.App"), nullptr);
   EXPECT_GE(secondsSince(start), 0.95);
-  EXPECT_LT(secondsSince(start), 1.3);
+  EXPECT_LT(secondsSince(start), 2.0);
   start = Clock::now();
   for (int i = 0; i < 1000; ++i) EXPECT_EQ(ports->createRemote("G.App"), nullptr);
-  EXPECT_LT(secondsSince(start), 1.0);
+  EXPECT_LT(secondsSince(start), 5.0);
 
   while (queued.size() > 0) {
     Descriptor(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
@@ -247,7 +249,8 @@ TEST_F(PortFaults, aThousandRestartsOfTheHostLeaveNoDescriptorOpen) {
       if (hosts->createLocal("G.App", keep, {1, &received}) == nullptr) return 1;
       const auto toExtension = hosts->createRemote("G.Sync.1");
       line.tell('o');
-      return send(*toExtension, bytes("hello")) == MessagePortStatus::success ? static_cast<int>(line.hear()) : 2;
+      return send(*toExtension, bytes("hello")) == MessagePortStatus::success ? static_cast<int>(line.hear())
+                                                                              : 2;
     });
     ASSERT_EQ(host.hear(), 'o') << i;
     const auto remote = ports->createRemote("G.App");

@@ -14,7 +14,8 @@ class PortFolder : public LinuxPortsTest {
  protected:
   std::set<std::string> files() const {
     std::set<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(portFolder())) names.insert(entry.path().filename());
+    for (const auto& entry : std::filesystem::directory_iterator(portFolder()))
+      names.insert(entry.path().filename());
     return names;
   }
   bool isUsable() {
@@ -22,7 +23,7 @@ class PortFolder : public LinuxPortsTest {
     const bool isRemoteOpen = ports->createRemote("G.Other") != nullptr;
     return isLocalOpen || isRemoteOpen;
   }
-  static constexpr uid_t nobody = 65534;
+  const uid_t nobody = ::geteuid() == 65534 ? 65533 : 65534;
 };
 
 TEST_F(PortFolder, isMadeForTheUserAlone) {
@@ -36,7 +37,8 @@ TEST_F(PortFolder, isMadeForTheUserAlone) {
 
 TEST_F(PortFolder, holdsASocketAndALockNamedByThePort) {
   ASSERT_NE(open("org.dovetail.group.Sync.4711"), nullptr);
-  EXPECT_EQ(files(), (std::set<std::string>{"org.dovetail.group.Sync.4711", ".org.dovetail.group.Sync.4711.lock"}));
+  EXPECT_EQ(files(),
+            (std::set<std::string>{"org.dovetail.group.Sync.4711", ".org.dovetail.group.Sync.4711.lock"}));
 }
 
 TEST_F(PortFolder, namesAPortByItsHashWhenItsNameIsTooLongForAnAddressOrNoPlainFileName) {
@@ -44,8 +46,13 @@ TEST_F(PortFolder, namesAPortByItsHashWhenItsNameIsTooLongForAnAddressOrNoPlainF
   EXPECT_EQ(platform::native::PortFolder::fileForPort(longest), longest);
   // Each made by sha256sum.
   const std::vector<std::pair<std::string, std::string>> hashed = {
-      {std::string(65, 'n'), "1e3fb6d54587d70a794c060a27868e0a59cd1dc3b55536a763695af86c41bf79"}, {"a/b", "c14cddc033f64b9dea80ea675cf280a015e672516090a5626781153dc68fea11"}, {"..", "5ec1f7e700f37c3d0b2981d04855fc34b94aaa15457b05ca571817442d228f81"}, {"", "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"}, {"G App", "1348e31038e427429160e23ebfd90f8539fd93ffa240049be06bb7f8f0ba6c6a"}};
-  for (const auto& [name, file] : hashed) EXPECT_EQ(platform::native::PortFolder::fileForPort(name), file) << name;
+      {std::string(65, 'n'), "1e3fb6d54587d70a794c060a27868e0a59cd1dc3b55536a763695af86c41bf79"},
+      {"a/b", "c14cddc033f64b9dea80ea675cf280a015e672516090a5626781153dc68fea11"},
+      {"..", "5ec1f7e700f37c3d0b2981d04855fc34b94aaa15457b05ca571817442d228f81"},
+      {"", "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
+      {"G App", "1348e31038e427429160e23ebfd90f8539fd93ffa240049be06bb7f8f0ba6c6a"}};
+  for (const auto& [name, file] : hashed)
+    EXPECT_EQ(platform::native::PortFolder::fileForPort(name), file) << name;
 }
 
 TEST_F(PortFolder, aPortWithALongNameIsReached) {
@@ -208,7 +215,8 @@ TEST_F(PortFolder, aProcessOfAnotherUserIsNotServed) {
   const bool isRoot = ::geteuid() == 0;
   std::string fault;
   const uid_t served = isRoot ? ::geteuid() : ::geteuid() + 1;
-  auto opened = platform::native::PortFolder::open(portFolder(), ::geteuid(), platform::native::PortFolder::Missing::isMade, fault);
+  auto opened = platform::native::PortFolder::open(portFolder(), ::geteuid(),
+                                                   platform::native::PortFolder::Missing::isMade, fault);
   ASSERT_TRUE(opened) << fault;
   auto socket = platform::native::ListeningSocket::open(std::move(*opened), "G.App", fault);
   ASSERT_NE(socket, nullptr) << fault;

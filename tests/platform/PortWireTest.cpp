@@ -100,7 +100,8 @@ TEST_F(SentRecord, isAMemoryFileWhenTheSocketsBufferIsSmallerThanThePacket) {
 
 TEST_F(SentRecord, ofMoreThanTheBoundIsRefusedAndThePortStaysUsable) {
   // Never touched, so it takes no memory.
-  void* room = ::mmap(nullptr, platform::native::longestRecord + 1, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  void* room = ::mmap(nullptr, platform::native::longestRecord + 1, PROT_READ,
+                      MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
   ASSERT_NE(room, MAP_FAILED);
   const ByteView record(static_cast<const std::uint8_t*>(room), platform::native::longestRecord + 1);
   EXPECT_EQ(send(*remote, record), MessagePortStatus::transportError);
@@ -228,6 +229,24 @@ TEST_F(ReceivedRecord, sentRightBeforeThePeerEndedIsDelivered) {
   ASSERT_TRUE(runUntilReceived(1));
   pumpReady();
   EXPECT_EQ(received, std::vector<Data>{bytes("whole")});
+}
+
+TEST_F(LinuxPortsTest, aPeerInAnotherLanguageUnderstandsAndIsUnderstood) {
+  listen("G.Sync.1");
+  const auto host = startProgram({DOVETAIL_PYTHON, DOVETAIL_PYTHON_PEER, PeerProcess::lineArgument,
+                                  socketPath("G.App"), socketPath("G.Sync.1")});
+  ASSERT_EQ(host->hear(), 'o');
+  auto remote = ports->createRemote("G.App");
+  ASSERT_NE(remote, nullptr);
+  std::vector<Data> records;
+  for (const std::size_t size : {1u, 0u, 65536u, 65537u, 3'000'000u, 5u}) {
+    records.push_back(Data(size, static_cast<std::uint8_t>(size)));
+    ASSERT_EQ(send(*remote, records.back()), MessagePortStatus::success);
+    ASSERT_TRUE(runUntilReceived(records.size())) << size;
+  }
+  EXPECT_EQ(received, records);
+  remote.reset();
+  EXPECT_EQ(host->wait(), 0);
 }
 
 }  // namespace

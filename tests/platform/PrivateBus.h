@@ -14,18 +14,6 @@
 
 namespace tests {
 
-/// Another program, started with the number of its line as the first argument.
-inline std::unique_ptr<PeerProcess> startProgram(std::vector<std::string> arguments) {
-  return std::make_unique<PeerProcess>([arguments = std::move(arguments)](const PeerProcess::Line& line) mutable {
-    ::fcntl(line.descriptor(), F_SETFD, 0);
-    arguments.insert(arguments.begin() + 1, std::to_string(line.descriptor()));
-    std::vector<char*> pointers;
-    for (std::string& argument : arguments) pointers.push_back(argument.data());
-    pointers.push_back(nullptr);
-    return ::execv(pointers[0], pointers.data());
-  });
-}
-
 class PrivateBus {
  public:
   PrivateBus() { start(); }
@@ -50,13 +38,15 @@ class PrivateBus {
 
   /// A program that owns the name or queues for it.
   std::unique_ptr<PeerProcess> startOwner(const std::string& name) const {
-    auto owner = startProgram({DOVETAIL_BUS_PEER, address_, "own", name});
+    auto owner = startProgram({DOVETAIL_BUS_PEER, PeerProcess::lineArgument, address_, "own", name});
     EXPECT_EQ(owner->hear(), 'o');
     return owner;
   }
   /// Another program's notification; it is on the bus when this returns.
   void post(const std::string& name, const std::string& text) const {
-    EXPECT_EQ(startProgram({DOVETAIL_BUS_PEER, address_, "post", name, text})->wait(), 0);
+    EXPECT_EQ(
+        startProgram({DOVETAIL_BUS_PEER, PeerProcess::lineArgument, address_, "post", name, text})->wait(),
+        0);
   }
 
  private:

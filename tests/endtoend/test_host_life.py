@@ -1,0 +1,127 @@
+"""The host comes, goes, stops, is signalled, is another build, is there twice; the bus goes away."""
+
+import signal
+import time
+import unittest
+
+from fixture import EndToEndTest, titles
+
+NOT_RUNNING = ["Dovetail is not running"]
+
+
+class HostLife(EndToEndTest):
+    def test_a_host_of_another_version_counts_as_not_running(self):
+        host = self.session.start_host("--version", "1.0.0.1")
+        console = self.session.start_console()
+        self.assertEqual(console.state()["applicationPid"], -1)
+        self.assertEqual(titles(console.menu(3)), NOT_RUNNING)
+        self.announce()
+        console.do("open", folder=self.folder)
+        host.process.terminate()
+        host.wait()
+        self.assertEqual([line for line in host.seen if line["event"] == "message"], [])
+
+    def test_an_extension_of_another_version_does_not_take_the_host(self):
+        self.session.start_host()
+        console = self.session.start_console("--bundle-version", "1.0.0 ")
+        self.assertEqual(console.state()["applicationPid"], -1)
+
+    def test_two_hosts_count_as_none_until_one_is_left(self):
+        first, console = self.start_both()
+        second = self.session.start_host()
+        self.assertFalse(second.ready["isFirst"])
+        console.wait_until("noHost")
+        self.assertEqual(titles(console.menu(3)), NOT_RUNNING)
+        first.process.terminate()
+        first.wait()
+        console.wait_until("host")
+        self.assertEqual(console.state()["applicationPid"], second.pid)
+        second.message("pingPortName:")
+
+    def test_a_host_that_was_signalled_but_lives_counts_as_gone_until_it_announces_itself(self):
+        host, console = self.start_both()
+        self.signal_until_noticed(host, console)
+        self.assertIsNone(host.process.poll())
+        self.announce()
+        console.wait_until("host")
+        self.assertEqual(console.state()["applicationPid"], host.pid)
+        host.message("pingPortName:")
+
+    def signal_until_noticed(self, host, console):
+        """The extension's watch stands a moment after it has found the host, so the first signal may be too early for it."""
+        for _ in range(100):
+            host.signal(signal.SIGUSR1)
+            host.line(lambda line: line["event"] == "signal")
+            console.send_line(b'{"do":"wait","until":"noHost","seconds":0.3}')
+            if "ok" in console.reply():
+                return
+        self.fail("no signal was noticed")
+
+    def test_the_end_of_the_console_leaves_the_host_unharmed(self):
+        host, console = self.start_both()
+        console.process.kill()
+        console.wait()
+        host.signal(signal.SIGUSR1)
+        host.line(lambda line: line["event"] == "signal")
+
+    def test_a_stopped_host_costs_one_second_and_no_more_whatever_is_shown(self):
+        for number in range(1000):
+            self.make_file("file %d" % number)
+        host = self.session.start_host()
+        host.signal(signal.SIGSTOP)
+        console = self.session.start_console()
+        self.assertEqual(console.state()["applicationPid"], host.pid)
+        started = time.monotonic()
+        console.do("open", folder=self.folder)
+        self.assertLess(time.monotonic() - started, 10)
+        started = time.monotonic()
+        self.assertIn("Rename…", titles(console.menu(3) or console.menu_of(self.folder)))
+        self.assertLess(time.monotonic() - started, 0.9)
+        self.assertEqual(console.state()["archives"], 1000)
+        host.signal(signal.SIGCONT)
+
+    def test_a_send_that_was_given_up_is_told_to_the_host_as_a_notification(self):
+        for number in range(1000):
+            self.make_file("file %d" % number)
+        host = self.session.start_host("--no-answer")
+        host.signal(signal.SIGSTOP)
+        console = self.session.start_console()
+        console.do("open", folder=self.folder)
+        host.signal(signal.SIGCONT)
+        self.assertEqual(host.notification(), {
+            "NSLocalizedDescription": "Finder extension failed to send message to application",
+            "NSLocalizedRecoverySuggestion": "There was an error sending message to application, status -1."})
+
+    def test_the_loss_of_the_bus_is_survived_and_a_host_on_the_new_one_is_found(self):
+        host, console = self.start_both()
+        self.session.stop_bus()
+        self.assertEqual(host.wait(), 1)
+        console.wait_until("noHost")
+        self.assertEqual(titles(console.menu(3)), NOT_RUNNING)
+        path = self.make_archive()
+        console.do("open", folder=self.folder)
+        self.session.start_bus()
+        self.session.start_host()
+        console.wait_until("archive", file=path)
+        self.assertIsNotNone(console.menu_of(path))
+
+    def test_a_console_without_a_bus_starts_and_ends_all_the_same(self):
+        self.session.stop_bus()
+        console = self.session.start_console()
+        self.assertEqual(console.state()["applicationPid"], -1)
+        self.assertEqual(titles(console.menu(3)), NOT_RUNNING)
+        self.assertEqual(console.quit(), 0)
+
+    def test_two_browsers_each_have_a_port_and_the_host_answers_each(self):
+        path = self.make_archive()
+        _, first = self.start_both()
+        second = self.session.start_console()
+        second.wait_until("host")
+        self.assertNotEqual(first.state()["portName"], second.state()["portName"])
+        for console in (first, second):
+            console.do("open", folder=self.folder)
+            console.wait_until("archive", file=path)
+
+
+if __name__ == "__main__":
+    unittest.main()

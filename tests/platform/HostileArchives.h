@@ -1,0 +1,20 @@
+// Archives that somebody made to do harm, the same in every run: cut off, bent, endless, or asking for the impossible.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+
+#include "platform/Bytes.h"
+
+/// Calls `use` with each small archive: thousands, of a few kilobytes at most.
+void forEachSmallHostileArchive(const std::function<void(const std::string& name, const platform::Data& bytes)>& use);
+
+/// Calls `use` with each archive that is large, or small with large consequences.
+void forEachLargeHostileArchive(const std::function<void(const std::string& name, const platform::Data& bytes)>& use);
+
+/// An archive of `levels` archives inside one another: a chain of tree nodes. Its length is linear in the levels.
+platform::Data archivesInsideArchives(std::size_t levels);
+
+/// An archive of `levels` arrays inside one another.
+platform::Data arraysInsideArrays(std::size_t levels);
