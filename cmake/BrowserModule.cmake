@@ -22,7 +22,7 @@ function(dovetail_browser_module name)
   add_library(${target} MODULE ${ARG_SOURCES})
   target_link_libraries(${target} PRIVATE dovetail_browsers PkgConfig::BROWSER_${name})
   # Nothing in it but the entry points; never unloaded, as its sources run on the main loop.
-  target_link_options(${target} PRIVATE 
+  target_link_options(${target} PRIVATE
     -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/BrowserModule.map -Wl,-z,nodelete -Wl,-z,defs -Wl,--as-needed)
   set(place ${PROJECT_BINARY_DIR}/module-${name})
   set_target_properties(${target} PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${place})

@@ -1,68 +1,9 @@
-"""Drives a real file browser by mouse and keys, and reads its windows and menus through AT-SPI, as a person with a screen
-reader would. Import it only once the session's environment is set."""
+"""Drives a real file browser by mouse and keys, and reads its windows and menus as a person with a screen reader would. Import it
+only once the session's environment is set."""
 
-import subprocess
-import threading
-import time
-
-import gi
-
-gi.require_version("Atspi", "2.0")
-from gi.repository import Atspi  # noqa: E402
-
-from dovetail_session import Late  # noqa: E402
-
-DEADLINE = 30.0  # seconds; two busy cores
-PAUSE = threading.Event()
-
-
-def wait_for(what, condition, seconds=DEADLINE):
-    """What the condition answers once that is true; an accessible object may vanish while it is asked."""
-    end = time.monotonic() + seconds
-    fault = None
-    while time.monotonic() < end:
-        try:
-            answer = condition()
-            if answer:
-                return answer
-        except gi.repository.GLib.Error as error:
-            fault = error
-        PAUSE.wait(0.02)
-    raise Late("waited in vain for %s%s" % (what, " (%s)" % fault if fault else ""))
-
-
-def children(node):
-    for position in range(node.get_child_count()):
-        child = node.get_child_at_index(position)
-        if child is not None:
-            yield child
-
-
-def is_in(node, *states):
-    found = node.get_state_set()
-    return all(found.contains(getattr(Atspi.StateType, state)) for state in states)
-
-
-def below(node, wanted, closed=(), depth=40):
-    """The nodes of these roles at or below the node; nothing below the roles `closed` is looked at."""
-    role = node.get_role_name()
-    if role in wanted:
-        yield node
-    if depth and role not in closed:
-        for child in children(node):
-            yield from below(child, wanted, closed, depth - 1)
-
-
-def run(*arguments):
-    return subprocess.run(arguments, check=True, text=True, stdout=subprocess.PIPE).stdout
-
-
-def label_of(node):
-    """As it is seen: without the characters that have no shape."""
-    return (node.get_name() or "").replace("\u200b", "").replace("\u200c", "")
-
-
-MENU_ITEMS = ("menu", "menu item", "check menu item", "radio menu item")
+from accessibility import (MENU_ITEMS, Atspi, application_of, area_of, below, children, is_in, label_of, press, run, run_action,
+                           wait_for)
+from dovetail_session import DEADLINE, Late
 
 
 class FileBrowser:
@@ -70,13 +11,13 @@ class FileBrowser:
 
     command = []
     cell_roles = ("icon",)
-    keeps_menus_in_frame = False
+    draws_icons = True
 
     def __init__(self, session, *folders):
         Atspi.init()
         self.session = session
         self.prepare(session)
-        self.process = session.spawn(self.command + list(folders))
+        self.process = session.spawn_browser(self.command + list(folders))
 
     def prepare(self, session):
         """Writes settings before the browser starts."""
@@ -86,21 +27,36 @@ class FileBrowser:
     def application(self):
         if self.process.poll() is not None:
             raise Late("the browser has ended with status %s: %s" % (self.process.returncode, self.session.error_text()[-3000:]))
-        desktop = Atspi.get_desktop(0)
-        desktop.clear_cache()
-        for node in children(desktop):
-            if node.get_process_id() == self.process.pid:
-                return node
-        return None
+        return application_of(self.process.pid)
 
     def frames(self):
         application = self.application()
         return [node for node in children(application) if node.get_role_name() == "frame"] if application else []
 
+    def find_window(self, title):
+        return next((frame for frame in self.frames() if (frame.get_name() or "").startswith(title)), None)
+
     def window(self, title):
         """The window on a folder of that name."""
-        return wait_for("a window %r" % title,
-                        lambda: next((frame for frame in self.frames() if title in (frame.get_name() or "")), None))
+        return wait_for("a window %r" % title, lambda: self.find_window(title))
+
+    def open_window(self, folder, title):
+        """Another window of the same process."""
+        self.session.spawn_browser(self.command + [folder])
+        window = self.window(title)
+        self.activate(window)
+        return window
+
+    def activate(self, window):
+        title = window.get_name()
+        run("xdotool", "search", "--onlyvisible", "--name", "^%s" % title, "windowactivate", "--sync")
+        wait_for("%r in front" % title, lambda: is_in(window, "ACTIVE"))
+
+    def close_window(self, window):
+        self.activate(window)
+        title = window.get_name()
+        press("ctrl+w")
+        wait_for("no window %r" % title, lambda: not self.find_window(title))
 
     # ---- Files
 
@@ -108,7 +64,7 @@ class FileBrowser:
         """The shown files by name."""
         found = {}
         for node in below(window, self.cell_roles, ("menu bar", "tool bar", "menu", "icon")):
-            area = Atspi.Component.get_extents(node, Atspi.CoordType.SCREEN)
+            area = area_of(node)
             if node.get_name() and area.width > 8 and area.height > 8:
                 found.setdefault(node.get_name(), node)
         return found
@@ -117,28 +73,42 @@ class FileBrowser:
         return wait_for("the file %r" % name, lambda: self.files(window).get(name))
 
     def point_at(self, node):
-        area = Atspi.Component.get_extents(node, Atspi.CoordType.SCREEN)
+        area = area_of(node)
         # In a list the free part of a cell is background.
         across = area.width // 2 if node.get_role_name() != "table cell" else min(area.width // 2, 30)
         return area.x + across, area.y + area.height // 2
 
-    def click(self, node, button=1):
-        x, y = self.point_at(node)
-        run("xdotool", "mousemove", str(x), str(y), "click", str(button))
+    def click(self, node, button=1, *keys):
+        """Clicks while the keys are held."""
+        self.click_at(*self.point_at(node), button, *keys)
 
-    def select(self, window, name):
-        self.click(self.file(window, name))
+    def click_at(self, x, y, button, *keys):
+        held = [word for key in keys for word in ("keydown", key)]
+        released = [word for key in keys for word in ("keyup", key)]
+        # Only a pointer that moves tells the window below a closed menu that it has come back.
+        run("xdotool", "mousemove", str(x + 2), str(y), "mousemove", str(x), str(y), *held, "click", str(button), *released)
+
+    def select(self, window, *names):
+        self.click(self.file(window, names[0]))
+        for name in names[1:]:
+            self.click(self.file(window, name), 1, "ctrl")
 
     # ---- Menus
 
-    def open_menu_of(self, window, name):
-        """Right-clicks a file; answers the menu."""
-        self.click(self.file(window, name), 3)
+    def open_menu_of(self, window, *names):
+        """Right-clicks a file, or the last of several that it selects first; answers the menu."""
+        if len(names) > 1:
+            self.select(window, *names)
+        self.click(self.file(window, names[-1]), 3)
         return self.open_menu()
 
+    def free_point(self, window):
+        """A point of the window's background."""
+        area = area_of(window)
+        return area.x + area.width - 60, area.y + area.height - 90
+
     def open_background_menu(self, window):
-        area = Atspi.Component.get_extents(window, Atspi.CoordType.SCREEN)
-        run("xdotool", "mousemove", str(area.x + area.width - 60), str(area.y + area.height - 90), "click", "3")
+        self.click_at(*self.free_point(window), 3)
         return self.open_menu()
 
     def shown_menu(self):
@@ -153,7 +123,10 @@ class FileBrowser:
         return wait_for("a menu", self.shown_menu)
 
     def close_menu(self):
-        run("xdotool", "key", "--clearmodifiers", "Escape", "Escape", "Escape", "Escape")
+        press("Escape", "Escape", "Escape", "Escape")
+        self.wait_until_closed()
+
+    def wait_until_closed(self):
         wait_for("no menu", lambda: not self.shown_menu())
 
     def items(self, menu):
@@ -177,34 +150,40 @@ class FileBrowser:
             return False
 
     def choose(self, menu, *way):
-        Atspi.Action.do_action(self.item(menu, *way), 0)
+        run_action(self.item(menu, *way))
+        self.wait_until_closed()
 
     def open_submenus(self, menu, *way):
         """Opens the menu's submenus by key, one in the other, so that they can be seen."""
         for depth in range(len(way)):
             item = self.item(menu, *way[:depth + 1])
-            wait_for("%r to be highlighted" % way[depth], lambda: is_in(item, "SELECTED") or self.step_down())
-            run("xdotool", "key", "Right")
+            wait_for("%r to be highlighted" % way[depth], lambda: is_in(item, "SELECTED") or press("Down"))
+            press("Right")
             wait_for("the submenu of %r" % way[depth], lambda: any(is_in(node, "SHOWING") for node in self.items(item)))
-
-    def step_down(self):
-        run("xdotool", "key", "Down")
 
     # ---- The end
 
     def quit(self):
         """Closes all windows; answers the exit status."""
-        for frame in self.frames():
-            run("xdotool", "key", "--clearmodifiers", "ctrl+w")
+        while self.process.poll() is None and self.frames():
+            self.close_window(self.frames()[0])
         return self.process.wait(DEADLINE)
 
 
 class Caja(FileBrowser):
     command = ["caja", "--no-desktop", "--browser"]
 
+    def find_window(self, title):
+        # "papers - File Browser"
+        return super().find_window(title + " ") or super().find_window(title)
+
     def toolbar_button(self, window, name="Dovetail"):
         return wait_for("the toolbar button", lambda: next(
             (node for node in below(window, ("push button",), ("menu", "icon")) if node.get_name() == name), None))
+
+    def open_toolbar_menu(self, window):
+        self.click(self.toolbar_button(window))
+        return self.open_menu()
 
 
 class Nemo(FileBrowser):
@@ -233,12 +212,19 @@ class Nautilus(FileBrowser):
 
     command = ["nautilus", "--new-window"]
     cell_roles = ("table cell", "icon")
+    draws_icons = False
+
+    def views(self, window):
+        """What stands in the windows between tool bar and side bar, with the popovers of its menus."""
+        return [node for node in below(window, ("filler",), ("tool bar", "list", "menu", "scroll pane", "icon"), 14)
+                if node.get_name() == "Content View"]
 
     def files(self, window):
         found = {}
-        for node in below(window, self.cell_roles, ("menu bar", "tool bar", "menu", "icon")):
-            if node.get_name():
-                found.setdefault(node.get_name(), node)
+        for view in self.views(window):
+            for node in below(view, self.cell_roles, ("menu", "icon")):
+                if node.get_name():
+                    found.setdefault(node.get_name(), node)
         return found
 
     def window_origin(self):
@@ -248,25 +234,24 @@ class Nautilus(FileBrowser):
 
     def point_at(self, node):
         origin = self.window_origin()
-        area = Atspi.Component.get_extents(node, Atspi.CoordType.SCREEN)
+        area = area_of(node)
         return origin["X"] + area.x + area.width // 2, origin["Y"] + area.y + area.height // 2
 
-    def open_background_menu(self, window):
+    def free_point(self, window):
         origin = self.window_origin()
-        run("xdotool", "mousemove", str(origin["X"] + origin["WIDTH"] - 60), str(origin["Y"] + origin["HEIGHT"] - 90),
-            "click", "3")
-        return self.open_menu()
+        return origin["X"] + origin["WIDTH"] - 60, origin["Y"] + origin["HEIGHT"] - 90
 
     def shown_menu(self):
         for frame in self.frames():
-            for menu in below(frame, ("menu",), ("menu", "menu item"), 25):
-                if is_in(menu, "VISIBLE") and any(node.get_name() == "Properties" for node in below(menu, ("menu item",), (), 12)):
-                    return menu
+            for view in self.views(frame):
+                for node in children(view):
+                    if node.get_role_name() == "menu" and is_in(node, "VISIBLE"):
+                        return node
         return None
 
     def close_menu(self):
-        run("xdotool", "key", "--clearmodifiers", "Escape")
-        wait_for("no menu", lambda: not self.shown_menu())
+        press("Escape")
+        self.wait_until_closed()
 
     def pages(self, node):
         while node.get_role_name() != "menu":
@@ -274,17 +259,18 @@ class Nautilus(FileBrowser):
         return [list(below(page, ("menu item",), ("menu item",))) for page in below(node, ("panel",), ("menu item",))
                 if page.get_name() == "GtkStackPage"]
 
+    def page_of(self, item):
+        """A page of the popover begins with an item that leads back and bears the label of the one that leads to it."""
+        return next((page for page in self.pages(item)[1:] if page and page[0].get_name() == item.get_name()), [])
+
     def items(self, menu):
-        if menu.get_role_name() == "menu":
-            return self.pages(menu)[0]
-        # A page of the popover begins with an item that leads back and bears the label of the one that leads to it.
-        return next((page[1:] for page in self.pages(menu)[1:] if page and page[0].get_name() == menu.get_name()), [])
+        return self.pages(menu)[0] if menu.get_role_name() == "menu" else self.page_of(menu)[1:]
 
     def open_submenus(self, menu, *way):
         for depth in range(len(way)):
             item = self.item(menu, *way[:depth + 1])
-            Atspi.Action.do_action(item, 0)
-            wait_for("the page of %r" % way[depth], lambda: any(is_in(node, "FOCUSED") for node in self.items(item)))
+            run_action(item)
+            wait_for("the page of %r" % way[depth], lambda: any(is_in(node, "FOCUSED") for node in self.page_of(item)))
 
 
 BROWSERS = {"caja": Caja, "nautilus": Nautilus, "nemo": Nemo, "thunar": Thunar}

@@ -12,7 +12,6 @@ The environment names what is under test: DOVETAIL_PROGRAMS the folder of progra
 import os
 import subprocess
 import sys
-import tempfile
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.dirname(os.path.dirname(HERE))
@@ -56,13 +55,19 @@ def offer_module(browser, module_folder, private):
     return {}
 
 
+def namespaces():
+    """Of its own: mounts for the modules, processes so that none stays behind, and the network for the display's abstract socket."""
+    kinds = ["unshare", "--mount", "--pid", "--net", "--fork", "--kill-child", "--mount-proc"]
+    as_user = kinds[:1] + ["--user", "--map-root-user"] + kinds[1:]
+    usable = os.getuid() == 0 and subprocess.run(kinds + ["true"], stderr=subprocess.DEVNULL).returncode == 0
+    return kinds if usable else as_user
+
+
 def main():
     browser, script, *arguments = sys.argv[1:]
-    unshare = ["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
-    if os.getuid() != 0:
-        unshare[1:1] = ["--map-root-user"]
-    os.environ["DOVETAIL_BROWSER"] = browser
-    os.execvp("unshare", unshare + [sys.executable, script, *arguments])
+    environment = {name: value for name, value in os.environ.items() if name in ("PATH", "TMPDIR") or name.startswith("DOVETAIL_")}
+    environment["DOVETAIL_BROWSER"] = browser
+    os.execvpe("unshare", namespaces() + [sys.executable, "-B", script, *arguments], environment)
 
 
 class GraphicalSession(Session):
@@ -70,6 +75,7 @@ class GraphicalSession(Session):
 
     def __init__(self, browser, with_module=True, size="1280x900x24"):
         super().__init__()
+        self.spawned = []
         self.browser_name = browser
         self.pictures = os.environ.get("DOVETAIL_PICTURES") or self.path("pictures")
         os.makedirs(self.pictures, exist_ok=True)
@@ -108,8 +114,24 @@ class GraphicalSession(Session):
         self.spawn(["openbox", "--sm-disable"])
 
     def spawn(self, arguments, **options):
-        return subprocess.Popen(arguments, env=self.environment, stdin=subprocess.DEVNULL, stdout=self.errors, stderr=self.errors,
-                                **options)
+        process = subprocess.Popen(arguments, env=self.environment, stdin=subprocess.DEVNULL, stdout=self.errors,
+                                   stderr=self.errors, **options)
+        self.spawned.append(process)
+        return process
+
+    def spawn_browser(self, arguments):
+        """Without root's right to read what permissions forbid."""
+        return self.spawn(["setpriv", "--bounding-set", "-dac_override,-dac_read_search", *arguments])
+
+    def close(self):
+        for process in reversed(self.spawned):
+            process.terminate()
+            try:
+                process.wait(DEADLINE)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                process.wait()
+        super().close()
 
     def picture(self, name):
         """Keeps a screenshot."""
