@@ -1,6 +1,8 @@
 """Drives a real file browser by mouse and keys, and reads its windows and menus as a person with a screen reader would. Import it
 only once the session's environment is set."""
 
+import subprocess
+
 from accessibility import (MENU_ITEMS, Atspi, application_of, area_of, below, children, is_in, label_of, press, run, run_action,
                            wait_for)
 from dovetail_session import DEADLINE, Late
@@ -127,7 +129,12 @@ class FileBrowser:
         self.wait_until_closed()
 
     def wait_until_closed(self):
-        wait_for("no menu", lambda: not self.shown_menu())
+        """Until the X server has taken the menu off as well: before that a click would still go to it."""
+        wait_for("no menu", lambda: not self.shown_menu() and len(self.shown_surfaces()) <= len(self.frames()))
+
+    def shown_surfaces(self):
+        search = ["xdotool", "search", "--onlyvisible", "--pid", str(self.process.pid)]
+        return subprocess.run(search, text=True, stdout=subprocess.PIPE).stdout.split()
 
     def items(self, menu):
         return [node for node in children(menu) if node.get_role_name() in MENU_ITEMS and is_in(node, "VISIBLE")]
