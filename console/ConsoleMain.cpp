@@ -12,9 +12,12 @@
 #include "console/Console.h"
 #include "console/ConsoleOptions.h"
 #include "console/Conversation.h"
+#include "console/ImageSheet.h"
 #include "console/JSONLanguage.h"
 #include "console/PlainLanguage.h"
+#include "platform/linux/Graphics.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/Workspace.h"
 
 using platform::JSON;
 using platform::native::LinuxPlatform;
@@ -82,6 +85,17 @@ int run(const ConsoleOptions& options, LinuxPlatform& platform) {
   return loop.status.value_or(0);
 }
 
+int drawImages(const std::string& folder) {
+  class StandardErrorLog final : public platform::Log {
+    void line(std::string_view text) override {
+      std::fprintf(stderr, "dovetail-console: %.*s\n", static_cast<int>(text.size()), text.data());
+    }
+  } log;
+  platform::native::LinuxWorkspace workspace(log);
+  platform::native::LinuxGraphics graphics;
+  return writeImages(folder, workspace, workspace, graphics);
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -90,6 +104,7 @@ int main(int count, char** arguments) {
     std::fputs(options.text.c_str(), *options.status == 0 ? stdout : stderr);
     return *options.status;
   }
+  if (options.imagesFolder) return drawImages(*options.imagesFolder);
   std::signal(SIGPIPE, SIG_IGN);
   LinuxPlatform::Options choices{.entitlements = std::nullopt, .bundleVersion = options.bundleVersion};
   if (options.entitlementsFile) {

@@ -6,6 +6,7 @@ namespace {
 
 constexpr std::string_view usage =
     "usage: dovetail-console [--json] [--entitlements FILE] [--bundle-version TEXT]\n"
+    "       dovetail-console images FOLDER\n"
     "\n"
     "A file browser without a screen: loads the extension as a browser does and takes commands in\n"
     "place of clicks. Type help at its prompt.\n"
@@ -13,7 +14,8 @@ constexpr std::string_view usage =
     "  --json                 one JSON object a line, for scripts (docs/console.md)\n"
     "  --entitlements FILE    the extension's entitlements, in place of those built in\n"
     "  --bundle-version TEXT  the extension's version, in place of the one built in\n"
-    "  --help                 this text\n";
+    "  --help                 this text\n"
+    "  images FOLDER          draws all images of the menus into the folder, for people to look at\n";
 
 void endWith(ConsoleOptions& options, int status, std::string_view text) {
   options.status = status;
@@ -35,6 +37,8 @@ ConsoleOptions consoleOptions(int count, char** arguments) {
       options.entitlementsFile = arguments[++i];
     } else if (name == "--bundle-version" && hasValue) {
       options.bundleVersion = arguments[++i];
+    } else if (name == "images" && i == 1 && count == 3) {
+      options.imagesFolder = arguments[++i];
     } else {
       endWith(options, 2, "dovetail-console: not understood: " + std::string(name) + "\n\n" + std::string(usage));
     }

@@ -8,6 +8,7 @@ struct ConsoleOptions {
   bool isJSON = false;
   std::optional<std::string> entitlementsFile;
   std::optional<std::string> bundleVersion;
+  std::optional<std::string> imagesFolder;  ///< Set when all images are to be drawn into it, and nothing else is to be done.
 
   std::optional<int> status;  ///< Set when the program is to end at once, with this exit status, after it has written `text`.
   std::string text;

@@ -1,5 +1,5 @@
 // A program's bundle identifier as a well-known name on the session bus, with which it counts as running. Others may queue for
-// the same name, and nobody takes it from its owner (D-Bus Specification, "Message Bus Messages"). Main thread only.
+// the same name, and nobody takes it from its owner (D-Bus, "Message Bus Messages"). Main thread only.
 #pragma once
 
 #include <gio/gio.h>

@@ -49,7 +49,7 @@ KeyFile openDescription(const std::string& path) {
   return file;
 }
 
-// The specification separates by commas, GLib's own lists by semicolons.
+// The standard separates by commas, GLib's own lists by semicolons.
 std::vector<std::string> commaList(GKeyFile* file, const char* key) {
   std::vector<std::string> items;
   const std::unique_ptr<gchar, Release> text(g_key_file_get_string(file, themeGroup, key, nullptr));
@@ -117,7 +117,7 @@ IconTheme::IconTheme(std::string_view name, std::vector<std::string> themeFolder
   appendTheme("hicolor", seen);
 }
 
-// Depth first, as the specification's lookup goes; a theme that inherits from itself is met once.
+// Depth first, as the standard's lookup goes; a theme that inherits from itself is met once.
 void IconTheme::appendTheme(const std::string& name, std::vector<std::string>& seen) {
   if (seen.size() > longestChain || std::find(seen.begin(), seen.end(), name) != seen.end()) return;
   seen.push_back(name);

@@ -1,4 +1,4 @@
-// The desktop's icon theme with all that it inherits from, read as the freedesktop Icon Theme Specification
+// The desktop's icon theme with all that it inherits from, read as the freedesktop Icon Theme standard
 // 0.13 tells, without a toolkit and without a display. The theme's description files are read once, at
 // construction; the drawings of a name are looked for once. What changes in the theme afterwards is seen by
 // the next process. Main thread only.

@@ -1,5 +1,5 @@
 // What stands behind a name on Linux: for the platform's standard images the names of the freedesktop Icon
-// Naming Specification, tried in their order, and a drawing of our own where the theme has none; for our own
+// Naming standard, tried in their order, and a drawing of our own where the theme has none; for our own
 // images that drawing. Our drawings lie in an icon theme folder, in the theme "hicolor", under the names
 // given here.
 #pragma once

@@ -1,4 +1,4 @@
-// The desktop's list of recently used files (Desktop Bookmark Specification, recently-used.xbel).
+// The desktop's list of recently used files (freedesktop.org, Desktop Bookmarks, recently-used.xbel).
 #pragma once
 
 #include <optional>

@@ -10,9 +10,10 @@ namespace platform::native {
 namespace {
 
 // dconf writes over the process's shared connection, whose loss would end the process.
-void outliveTheBus() {
-  const OwnedObject<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+OwnedObject<GDBusConnection> busThatMayClose() {
+  OwnedObject<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
   if (bus) g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
+  return bus;
 }
 
 }  // namespace
@@ -22,9 +23,8 @@ std::unique_ptr<SettingsWriter> SettingsWriter::forGroup(std::string_view group)
   return path ? std::unique_ptr<SettingsWriter>(new SettingsWriter(*std::move(path))) : nullptr;
 }
 
-SettingsWriter::SettingsWriter(std::string path) : path_(std::move(path)), client_(dconf_client_new()) {
-  outliveTheBus();
-}
+SettingsWriter::SettingsWriter(std::string path)
+    : path_(std::move(path)), bus_(busThatMayClose()), client_(dconf_client_new()) {}
 
 std::optional<Error> SettingsWriter::setObject(const Object& value, std::string_view key) {
   const auto path = settingsPathOfKey(path_, key);

@@ -27,6 +27,7 @@ class SettingsWriter {
   explicit SettingsWriter(std::string path);
 
   std::string path_;
+  OwnedObject<GDBusConnection> bus_;  // dconf takes the shared one, which lives as long as somebody holds it
   OwnedObject<DConfClient> client_;
 };
 

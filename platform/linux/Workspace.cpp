@@ -169,7 +169,7 @@ ImageRef LinuxWorkspace::iconOfTheme(const std::string& contentType) {
 }
 
 std::vector<ImageRepresentation> LinuxWorkspace::genericIcon() {
-  // By the Icon Naming Specification; the last is in every theme that has icons of files at all.
+  // By the freedesktop icon names; the last is in every theme that has icons of files at all.
   ThemedIcon icon = theme().icon({"application-x-generic", "unknown", "text-x-generic"});
   return icon.representations.empty() ? ownDrawings(genericFileDrawing) : std::move(icon.representations);
 }

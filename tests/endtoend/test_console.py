@@ -78,6 +78,14 @@ class ConsoleLines(EndToEndTest):
         for option in (b"--json", b"--entitlements", b"--bundle-version"):
             self.assertIn(option, done.stdout)
 
+    def test_all_images_are_drawn_into_a_folder_without_a_session(self):
+        folder = self.session.path("images")
+        done = self.session.run("dovetail-console", "images", folder)
+        self.assertEqual((done.returncode, done.stdout, done.stderr), (0, b"", b""))
+        self.assertIn("sheet.png", os.listdir(folder))
+        done = self.session.run("dovetail-console", "images", "/dev/null/images")
+        self.assertEqual((done.returncode, done.stderr.count(b"\n")), (1, 1))
+
     def test_the_toolbar_button_has_its_name_no_tool_tip_and_an_image(self):
         console = self.session.start_console()
         toolbar = console.do("toolbar")

@@ -28,6 +28,18 @@ class Settings(EndToEndTest):
         self.assertIsNone(item(items, "More", "Checksum…")["image"])
         self.assertIsNone(console.menu(3)[0]["image"])
 
+    def test_the_archives_item_keeps_its_own_icon_among_commands_with_theirs(self):
+        path = self.make_archive()
+        self.session.settings("icons", "contextual", "on")
+        _, console = self.start_both()
+        console.do("open", folder=self.folder)
+        console.wait_until("archive", file=path)
+        sources = {each["title"]: each["image"]["source"] for each in console.menu_of(path)}
+        own = sources.pop("letters.zip")
+        self.assertIn("More", sources)
+        self.assertEqual(len(set(sources.values())), 1, sources)
+        self.assertNotIn(own, sources.values())
+
     def test_icons_of_archive_entries_go_and_come_with_their_setting_while_the_browser_runs(self):
         path = self.make_archive()
         _, console = self.start_both()
