@@ -86,6 +86,7 @@ class BrowserTest(unittest.TestCase):
     def setUp(self):
         if self.browser.process.poll() is None and self.browser.shown_menu():
             self.browser.close_menu()
+        self.browser.select_nothing(self.window)
 
     def open_menu_with(self, label, *names):
         """The menu of files, opened again until it holds the item: what the host has sent takes its time to the menu."""
@@ -99,10 +100,10 @@ class BrowserTest(unittest.TestCase):
             return None
         return wait_for("an item %r" % label, opened)
 
-    def own_labels(self, menu):
-        """The labels of the extension's items, which begin with "Delete…" when the lists are a new user's."""
+    def own_labels(self, menu, count):
+        """So many labels from the extension's first one, which is "Delete…" when the lists are a new user's."""
         labels = self.browser.labels(menu)
-        return labels[labels.index("Delete…"):] if "Delete…" in labels else []
+        return labels[labels.index("Delete…"):][:count] if "Delete…" in labels else []
 
     def choose(self, names, *way):
         names = [names] if isinstance(names, str) else names

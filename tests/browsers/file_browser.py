@@ -109,6 +109,9 @@ class FileBrowser:
         area = area_of(window)
         return area.x + area.width - 60, area.y + area.height - 90
 
+    def select_nothing(self, window):
+        self.click_at(*self.free_point(window), 1)
+
     def open_background_menu(self, window):
         self.click_at(*self.free_point(window), 3)
         return self.open_menu()
@@ -221,17 +224,29 @@ class Nautilus(FileBrowser):
     cell_roles = ("table cell", "icon")
     draws_icons = False
 
-    def views(self, window):
-        """What stands in the windows between tool bar and side bar, with the popovers of its menus."""
-        return [node for node in below(window, ("filler",), ("tool bar", "list", "menu", "scroll pane", "icon"), 14)
-                if node.get_name() == "Content View"]
+    def prepare(self, session):
+        self.known = None
+        self.views = {}
+
+    def application(self):
+        """Asked for once: every question costs a GTK 4 program more than others."""
+        if self.process.poll() is not None or not self.known:
+            self.known = super().application()
+        return self.known
+
+    def view(self, window):
+        """What stands in the window between tool bar and side bar, with the popovers of its menus."""
+        if not (window in self.views and is_in(self.views[window], "VISIBLE")):
+            self.views[window] = wait_for("a view in %r" % window.get_name(), lambda: next(
+                (node for node in below(window, ("filler",), ("tool bar", "list", "menu", "scroll pane", "icon"), 14)
+                 if node.get_name() == "Content View"), None))
+        return self.views[window]
 
     def files(self, window):
         found = {}
-        for view in self.views(window):
-            for node in below(view, self.cell_roles, ("menu", "icon")):
-                if node.get_name():
-                    found.setdefault(node.get_name(), node)
+        for node in below(self.view(window), self.cell_roles, ("menu", "icon", "table cell")):
+            if node.get_name():
+                found.setdefault(node.get_name(), node)
         return found
 
     def window_origin(self):
@@ -250,10 +265,9 @@ class Nautilus(FileBrowser):
 
     def shown_menu(self):
         for frame in self.frames():
-            for view in self.views(frame):
-                for node in children(view):
-                    if node.get_role_name() == "menu" and is_in(node, "VISIBLE"):
-                        return node
+            for node in children(self.view(frame)):
+                if node.get_role_name() == "menu" and is_in(node, "VISIBLE"):
+                    return node
         return None
 
     def close_menu(self):
@@ -263,21 +277,28 @@ class Nautilus(FileBrowser):
     def pages(self, node):
         while node.get_role_name() != "menu":
             node = node.get_parent()
-        return [list(below(page, ("menu item",), ("menu item",))) for page in below(node, ("panel",), ("menu item",))
-                if page.get_name() == "GtkStackPage"]
+        while node.get_child_at_index(0).get_name() != "GtkStackPage":
+            node = next(child for child in children(node) if child.get_role_name() != "scroll bar")
+        return list(children(node))
 
     def page_of(self, item):
         """A page of the popover begins with an item that leads back and bears the label of the one that leads to it."""
-        return next((page for page in self.pages(item)[1:] if page and page[0].get_name() == item.get_name()), [])
+        name = item.get_name()
+        return next(page for page in self.pages(item)[1:] if next(self.items_of(page)).get_name() == name)
+
+    def items_of(self, page):
+        return below(page, ("menu item",), ("menu item", "separator"))
 
     def items(self, menu):
-        return self.pages(menu)[0] if menu.get_role_name() == "menu" else self.page_of(menu)[1:]
+        if menu.get_role_name() == "menu":
+            return list(self.items_of(self.pages(menu)[0]))
+        return list(self.items_of(self.page_of(menu)))[1:]
 
     def open_submenus(self, menu, *way):
         for depth in range(len(way)):
             item = self.item(menu, *way[:depth + 1])
             run_action(item)
-            wait_for("the page of %r" % way[depth], lambda: any(is_in(node, "FOCUSED") for node in self.page_of(item)))
+            wait_for("the page of %r" % way[depth], lambda: any(is_in(node, "FOCUSED") for node in self.items_of(self.page_of(item))))
 
 
 BROWSERS = {"caja": Caja, "nautilus": Nautilus, "nemo": Nemo, "thunar": Thunar}
