@@ -147,7 +147,8 @@ class FileBrowser:
 
     def item(self, menu, *way):
         for label in way:
-            found = next((node for node in self.items(menu) if label_of(node) == label), None)
+            # The browser's own item of the label, if it has one, comes before the extension's.
+            found = next((node for node in reversed(self.items(menu)) if label_of(node) == label), None)
             if found is None:
                 raise Late("no item %r in %r" % (label, self.labels(menu)))
             menu = found
@@ -232,6 +233,8 @@ class Nautilus(FileBrowser):
         """Asked for once: every question costs a GTK 4 program more than others."""
         if self.process.poll() is not None or not self.known:
             self.known = super().application()
+        if self.known:
+            self.known.clear_cache()
         return self.known
 
     def view(self, window):
@@ -244,10 +247,20 @@ class Nautilus(FileBrowser):
 
     def files(self, window):
         found = {}
-        for node in below(self.view(window), self.cell_roles, ("menu", "icon", "table cell")):
+        view = self.view(window)
+        view.clear_cache()
+        for node in below(view, self.cell_roles, ("menu", "icon")):
             if node.get_name():
                 found.setdefault(node.get_name(), node)
         return found
+
+    def select_nothing(self, window):
+        # A popover that has just closed may take a click for itself.
+        self.click_at(*self.free_point(window), 1)
+        wait_for("no selection", lambda: not self.selection(window) or self.click_at(*self.free_point(window), 1))
+
+    def selection(self, window):
+        return [name for name, node in self.files(window).items() if is_in(node, "SELECTED") or is_in(node.get_parent(), "SELECTED")]
 
     def window_origin(self):
         lines = run("xdotool", "getactivewindow", "getwindowgeometry", "--shell").split()
@@ -261,11 +274,14 @@ class Nautilus(FileBrowser):
 
     def free_point(self, window):
         origin = self.window_origin()
-        return origin["X"] + origin["WIDTH"] - 60, origin["Y"] + origin["HEIGHT"] - 90
+        # Above the words on the selection that cover the corner.
+        return origin["X"] + origin["WIDTH"] - 60, origin["Y"] + origin["HEIGHT"] * 2 // 3
 
     def shown_menu(self):
         for frame in self.frames():
-            for node in children(self.view(frame)):
+            view = self.view(frame)
+            view.clear_cache()
+            for node in children(view):
                 if node.get_role_name() == "menu" and is_in(node, "VISIBLE"):
                     return node
         return None
