@@ -28,6 +28,7 @@ class SelectionMenusTest : public ExtensionTest {
                                      onceOnly);
     browser.setDirectoryURLs({fileURL("/w")});
     menus.emplace(browser, *extension, fakes.fileManager, planner);
+    for (const char* file : {"/w/a.zip", "/w/b.zip"}) browser.fileShown(fileURL(file));
     takeMessages();
     fakes.calls.take();
   }
@@ -85,6 +86,21 @@ TEST_F(SelectionMenusTest, anUnchangedSelectionHasTheMenuThatItHad) {
   const BoundMenuRef menu = menuOf({"/w/a.zip"});
   EXPECT_EQ(menuOf({"/w/a.zip"}), menu);
   EXPECT_NE(menuOf({"/w/b.zip"}), menu);
+  EXPECT_EQ(menuOf({"/w/a.zip"}), menu) << "another window asked in between";
+}
+
+TEST_F(SelectionMenusTest, noMoreMenusAreKeptThanWindowsNeed) {
+  const BoundMenuRef menu = menuOf({"/w/a.zip"});
+  for (int i = 0; i < 8; ++i) menuOf({"/w/b.zip", "/w/none" + std::to_string(i)});
+  EXPECT_NE(menuOf({"/w/a.zip"}), menu);
+}
+
+TEST_F(SelectionMenusTest, aSingleFileIsOneThatIsShown) {
+  fakes.fileManager.add("/w/late.zip");
+  menuOf({"/w/late.zip"});
+  const auto messages = takeMessages();
+  ASSERT_THAT(messages, SizeIs(1));
+  EXPECT_EQ(messages[0].selector(), "openArchive:portName:");
 }
 
 TEST_F(SelectionMenusTest, contentsThatArriveMakeTheMenuAnotherOne) {
@@ -114,6 +130,24 @@ TEST_F(SelectionMenusTest, anOutdatedMenuIsToldOnce) {
   EXPECT_TRUE(menus->dropOutdated());
   EXPECT_FALSE(menus->isOutdated());
   EXPECT_FALSE(menus->dropOutdated());
+}
+
+TEST_F(SelectionMenusTest, aMenuThatIsUpStaysAsItIsUntilItIsReleased) {
+  const BoundMenuRef menu = menuOf({"/w/a.zip"});
+  menus->hold();
+  receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1)));
+  fakes.loop.run();
+  EXPECT_FALSE(menus->isOutdated());
+  EXPECT_EQ(menuOf({"/w/a.zip"}), menu);
+  menus->release();
+  EXPECT_TRUE(menus->isOutdated());
+  EXPECT_NE(menuOf({"/w/a.zip"}), menu);
+}
+
+TEST_F(SelectionMenusTest, anotherSelectionHasItsMenuWhileOneIsUp) {
+  const BoundMenuRef menu = menuOf({"/w/a.zip"});
+  menus->hold();
+  EXPECT_NE(menuOf({"/w/b.zip"}), menu);
 }
 
 TEST_F(SelectionMenusTest, theMenuGoesWithTheHost) {

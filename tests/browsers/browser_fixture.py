@@ -84,21 +84,29 @@ class BrowserTest(unittest.TestCase):
             self.session.picture("failed-" + self._testMethodName)
 
     def setUp(self):
-        if self.browser.process.poll() is None and self.browser.shown_menu():
-            self.browser.close_menu()
+        self.close_menu()
         self.browser.select_nothing(self.window)
 
-    def open_menu_with(self, label, *names):
-        """The menu of files, opened again until it holds the item: what the host has sent takes its time to the menu."""
-        from accessibility import wait_for
+    def close_menu(self):
+        if self.browser.shown_menu():
+            self.browser.close_menu()
 
+    def wait_for(self, what, condition):
+        from accessibility import wait_for
+        return wait_for(what, condition)
+
+    def menu_when(self, name, condition):
+        """The menu of a file, opened again until it is as it should be: what was changed outside takes its time to the menu."""
         def opened():
-            menu = self.browser.open_menu_of(self.window, *names)
-            if self.browser.has_item(menu, label):
+            menu = self.browser.open_menu_of(self.window, name)
+            if condition(menu):
                 return menu
             self.browser.close_menu()
             return None
-        return wait_for("an item %r" % label, opened)
+        return self.wait_for("a menu of %r" % name, opened)
+
+    def open_menu_with(self, label, name):
+        return self.menu_when(name, lambda menu: self.browser.has_item(menu, label))
 
     def own_labels(self, menu, count):
         """So many labels from the extension's first one, which is "Delete…" when the lists are a new user's."""

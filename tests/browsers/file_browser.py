@@ -95,6 +95,10 @@ class FileBrowser:
         for name in names[1:]:
             self.click(self.file(window, name), 1, "ctrl")
 
+    def show_hidden_files(self):
+        """Or no longer."""
+        press("ctrl+h")
+
     # ---- Menus
 
     def open_menu_of(self, window, *names):
@@ -154,6 +158,9 @@ class FileBrowser:
             menu = found
         return menu
 
+    def is_enabled(self, item):
+        return is_in(item, "SENSITIVE")
+
     def has_item(self, menu, *way):
         try:
             return bool(self.item(menu, *way))
@@ -182,7 +189,7 @@ class FileBrowser:
 
 
 class Caja(FileBrowser):
-    command = ["caja", "--no-desktop", "--browser"]
+    command = ["caja", "--no-desktop", "--browser", "--geometry=1100x600"]
 
     def find_window(self, title):
         # "papers - File Browser"

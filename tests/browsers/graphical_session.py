@@ -1,9 +1,7 @@
 """A private graphical session for a real file browser: an X server, a window manager, a session bus, a home.
 
-Run as a program, it starts a script in a mount and process namespace of its own, where the browser finds the module under
-test and from which no process can stay behind:
-
-    graphical_session.py BROWSER SCRIPT [ARGUMENT...]
+`run` starts a script in mount, process and network namespaces of its own, where the browser finds the module under test and from which
+no process can stay behind.
 
 The environment names what is under test: DOVETAIL_PROGRAMS the folder of programs, DOVETAIL_MODULES a folder with one
 "module-BROWSER" for each browser, DOVETAIL_PICTURES the folder for screenshots.
@@ -63,11 +61,12 @@ def namespaces():
     return kinds if usable else as_user
 
 
-def main():
-    browser, script, *arguments = sys.argv[1:]
+def run(browser, script, *arguments):
+    """Runs a Python script in namespaces of its own; answers its exit status."""
     environment = {name: value for name, value in os.environ.items() if name in ("PATH", "TMPDIR") or name.startswith("DOVETAIL_")}
     environment["DOVETAIL_BROWSER"] = browser
-    os.execvpe("unshare", namespaces() + [sys.executable, "-B", script, *arguments], environment)
+    sys.stdout.flush()
+    return subprocess.run(namespaces() + [sys.executable, "-B", script, *arguments], env=environment, stdin=subprocess.DEVNULL).returncode
 
 
 class GraphicalSession(Session):
@@ -133,11 +132,16 @@ class GraphicalSession(Session):
                 process.wait()
         super().close()
 
+    def has_icon(self, item):
+        """Whether anything is drawn where a menu's item has its icon."""
+        from accessibility import area_of
+        area = area_of(item)
+        place = "%dx%d+%d+%d" % (24, area.height - 6, area.x + 4, area.y + 3)
+        colours = subprocess.run(["import", "-window", "root", "-crop", place, "+repage", "-format", "%k", "info:-"],
+                                 env=self.environment, check=True, text=True, stdout=subprocess.PIPE).stdout
+        return int(colours) > 2
+
     def picture(self, name):
         """Keeps a screenshot."""
         subprocess.run(["import", "-window", "root", os.path.join(self.pictures, "%s-%s.png" % (self.browser_name, name))],
                        env=self.environment, check=True)
-
-
-if __name__ == "__main__":
-    main()

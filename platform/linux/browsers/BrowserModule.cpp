@@ -60,7 +60,8 @@ void BrowserModule::watchChanges() {
 }
 
 void BrowserModule::tellOutdatedMenus() {
-  if (menus_.dropOutdated() && onOutdatedMenus_) onOutdatedMenus_();
+  if (onOutdatedMenus_) onOutdatedMenus_();
+  if (menus_.isOutdated()) menus_.dropOutdated();
 }
 
 void BrowserModule::observeValueForKeyPath(std::string_view, const Object&) { menus_.forget(); }

@@ -31,7 +31,8 @@ class BrowserModule final : KeyValueObserver {
   Log& log() { return platform_.log(); }
 
   /// Runs on the main loop when a contextual menu given last would be another one now: contents have arrived, the host has come or gone,
-  /// settings have changed. Not again before a new menu was asked for.
+  /// settings have changed. It holds the menus (`menus().hold()`) as long as one is up, or forgets them (`menus().dropOutdated()`).
+  /// Without it they are forgotten.
   void setOnOutdatedMenus(std::function<void()> handler) { onOutdatedMenus_ = std::move(handler); }
 
  private:

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::string_view archiveAction = "expand:";
 
-// By what an item does, not by where it stands, so that it keeps its name when others come and go. Toolkits make paths of names.
+// Toolkits make paths of names.
 std::string step(const MenuItem& item) {
   if (item.action.empty()) return "menu";
   return std::string(item.action.substr(0, item.action.find(':'))) + std::to_string(item.tag);
@@ -45,20 +45,28 @@ PlannedItem restOf(const MenuItem& folder, const std::string& name, std::size_t 
 
 PlannedItems MenuPlanner::itemsOf(const Menu& menu, const std::string& name) {
   forgetDroppedArchives();
+  opened_.clear();
+  return itemsBelow(menu, name, newName(name));
+}
+
+// A toolkit that knows a name keeps the place of its item, whatever the order is now.
+std::string MenuPlanner::newName(const std::string& name) { return name + "-" + std::to_string(++names_); }
+
+PlannedItems MenuPlanner::itemsBelow(const Menu& menu, const std::string& menuName, const std::string& name) {
   Names names(name);
   PlannedItems items;
   items.reserve(menu.items.size());
   for (const MenuItem& source : menu.items) {
     items.push_back(item(source, names.of(source)));
-    plan(items.back(), source);
+    plan(items.back(), source, menuName);
   }
   return items;
 }
 
-void MenuPlanner::plan(PlannedItem& planned, const MenuItem& source) {
+void MenuPlanner::plan(PlannedItem& planned, const MenuItem& source, const std::string& menuName) {
   if (!source.submenu) return;
-  if (source.action == archiveAction) return open(planned, archiveContents(source, planned.name));
-  open(planned, std::make_shared<PlannedItems>(itemsOf(*source.submenu, planned.name)));
+  if (source.action == archiveAction) return open(planned, archiveContents(source, menuName));
+  open(planned, std::make_shared<PlannedItems>(itemsBelow(*source.submenu, menuName, planned.name)));
 }
 
 PlannedItem MenuPlanner::item(const MenuItem& source, std::string name) {
@@ -77,9 +85,11 @@ void MenuPlanner::open(PlannedItem& planned, std::shared_ptr<const PlannedItems>
   if (style_.areSubmenuLabelsDistinct) planned.label += invisibleNumber(submenus_++);
 }
 
-std::shared_ptr<const PlannedItems> MenuPlanner::archiveContents(const MenuItem& archive, const std::string& name) {
-  PlannedContents& planned = archives_[{archive.submenu.get(), name}];
-  if (!planned.items) planned = {archive.submenu, planContents(archive, name)};
+// An archive may stand twice in one menu.
+std::shared_ptr<const PlannedItems> MenuPlanner::archiveContents(const MenuItem& archive, const std::string& menuName) {
+  const Menu* const contents = archive.submenu.get();
+  PlannedContents& planned = archives_[{contents, menuName, opened_[contents]++}];
+  if (!planned.items) planned = {archive.submenu, planContents(archive, newName(menuName))};
   return planned.items;
 }
 

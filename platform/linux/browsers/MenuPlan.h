@@ -6,7 +6,7 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <utility>
+#include <tuple>
 #include <vector>
 
 #include "platform/Menu.h"
@@ -19,7 +19,7 @@ struct PlannedItem;
 using PlannedItems = std::vector<PlannedItem>;
 
 struct PlannedItem {
-  std::string name;   ///< Differs from all others in the menu; stays the same when the menu is built anew. ASCII without "/".
+  std::string name;   ///< Differs from all others in the menu, and from those of an earlier one. ASCII without "/".
   std::string label;  ///< Mnemonics escaped.
   std::string icon;   ///< A PNG file; empty for none.
   bool isEnabled = true;
@@ -43,7 +43,8 @@ class MenuPlanner {
   /// Without `icons` items have none. They outlive the planner.
   MenuPlanner(MenuStyle style, IconFiles* icons) : style_(style), icons_(icons) {}
 
-  /// The names begin with `name`. An archive's contents that were planned before are used again as long as the extension keeps them.
+  /// The names begin with `name`. An archive's contents that were planned before are used again, with their names, as long as the
+  /// extension keeps them.
   PlannedItems itemsOf(const Menu& menu, const std::string& name);
 
  private:
@@ -54,8 +55,10 @@ class MenuPlanner {
 
   PlannedItem item(const MenuItem& source, std::string name);
   std::shared_ptr<PlannedItems> level(const MenuItem& folder, const std::string& name, std::size_t count);
-  void plan(PlannedItem& planned, const MenuItem& source);
-  std::shared_ptr<const PlannedItems> archiveContents(const MenuItem& archive, const std::string& name);
+  std::string newName(const std::string& name);
+  PlannedItems itemsBelow(const Menu& menu, const std::string& menuName, const std::string& name);
+  void plan(PlannedItem& planned, const MenuItem& source, const std::string& menuName);
+  std::shared_ptr<const PlannedItems> archiveContents(const MenuItem& archive, const std::string& menuName);
   std::shared_ptr<const PlannedItems> planContents(const MenuItem& archive, const std::string& name);
   std::shared_ptr<PlannedItems> contentsInRoom(const MenuItem& folder, const std::string& name, std::size_t& room);
   void open(PlannedItem& planned, std::shared_ptr<const PlannedItems> items);
@@ -64,7 +67,9 @@ class MenuPlanner {
   const MenuStyle style_;
   IconFiles* const icons_;
   std::size_t submenus_ = 0;
-  std::map<std::pair<const Menu*, std::string>, PlannedContents> archives_;
+  std::size_t names_ = 0;
+  std::map<std::tuple<const Menu*, std::string, std::size_t>, PlannedContents> archives_;
+  std::map<const Menu*, std::size_t> opened_;  // how often each stands in the menu being planned
 };
 
 }  // namespace platform::native

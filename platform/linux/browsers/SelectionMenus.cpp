@@ -4,10 +4,15 @@
 
 namespace platform::native {
 
+namespace {
+
+constexpr std::size_t rememberedMenus = 8;  // a selection and a background for each of some windows
+
+}  // namespace
+
 BoundMenuRef SelectionMenus::menuForItems(std::vector<URL> selection) {
-  if (!selection.empty()) return give({MenuKind::contextualMenuForItems, std::move(selection), std::nullopt});
-  given_[0].reset();
-  return nullptr;
+  if (selection.empty()) return nullptr;
+  return give({MenuKind::contextualMenuForItems, std::move(selection), std::nullopt});
 }
 
 BoundMenuRef SelectionMenus::menuForFolder(URL folder) {
@@ -25,32 +30,31 @@ void SelectionMenus::choose(const BoundMenu& menu, const PlannedItem& item) {
 }
 
 bool SelectionMenus::isOutdated() const {
-  return std::ranges::any_of(given_, [this](const auto& given) { return given && isOutdated(*given); });
+  return !isHeld_ && std::ranges::any_of(given_, [this](const Given& given) { return isOutdated(given); });
 }
 
 bool SelectionMenus::dropOutdated() {
-  bool wasOutdated = false;
-  for (auto& given : given_) {
-    if (!given || !isOutdated(*given)) continue;
-    given.reset();
-    wasOutdated = true;
-  }
-  return wasOutdated;
+  return std::erase_if(given_, [this](const Given& given) { return isOutdated(given); }) > 0;
 }
 
 BoundMenuRef SelectionMenus::give(Request request) {
-  auto& given = given_[static_cast<std::size_t>(request.kind)];
+  const auto given = std::ranges::find_if(given_, [&](const Given& other) { return isSame(other.request, request); });
+  if (given != given_.end() && isHeld_) return given->menu;
   const Facts facts = factsOf(fileOf(request));
-  if (given && given->facts == facts && isSame(given->request, request)) return given->menu;
+  if (given != given_.end() && given->facts == facts) return given->menu;
+  if (given != given_.end()) given_.erase(given);
   BoundMenuRef menu = build(request);
-  given = Given{std::move(request), facts, std::move(menu)};
-  return given->menu;
+  given_.push_front({std::move(request), facts, menu});
+  if (given_.size() > rememberedMenus) given_.pop_back();
+  return menu;
 }
 
 // The extension records what the menu acts on while it builds it.
 BoundMenuRef SelectionMenus::build(const Request& request) {
   browser_.setSelectedItemURLs(request.selection);
   browser_.setTargetedURL(request.folder);
+  // Not every browser tells of a file that came after its folder was entered, and none of those that a new host has to be asked about.
+  if (request.kind == MenuKind::contextualMenuForItems && request.selection.size() == 1) browser_.fileShown(request.selection.front());
   const auto menu = browser_.menuForMenuKind(request.kind);
   if (!menu || menu->items.empty()) return nullptr;
   const std::string name = "DTDovetailSync" + std::to_string(static_cast<int>(request.kind));
@@ -69,6 +73,7 @@ std::optional<FileIdentity> SelectionMenus::fileOf(const Request& request) {
 
 bool SelectionMenus::isSame(const Request& a, const Request& b) {
   const auto isSameText = [](const URL& one, const URL& other) { return one.isSameText(other); };
+  if (a.kind != b.kind) return false;
   if (a.folder.has_value() != b.folder.has_value() || (a.folder && !a.folder->isSameText(*b.folder))) return false;
   return std::ranges::equal(a.selection, b.selection, isSameText);
 }

@@ -1,9 +1,9 @@
-// The menus of one browser: builds one when it can be seen, keeps the last of each kind, and binds to each the files that it was built
-// for, since browsers ask again at odd times and several windows may show menus. Main thread only.
+// The menus of one browser: builds one when it can be seen, keeps the last of several windows, and binds to each the files that it was
+// built for, since browsers ask again at odd times and for other windows than the one with the menu. Main thread only.
 #pragma once
 
-#include <array>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -40,7 +40,10 @@ class SelectionMenus {
 
   /// What no file tells has changed: settings, watched folders.
   void forget() { ++age_; }
-  /// Whether a contextual menu given last would be another one now. Asks no file.
+  /// While a menu is up, what is asked for again stays as it is: browsers look the chosen item up by its name in a new answer.
+  void hold() { isHeld_ = true; }
+  void release() { isHeld_ = false; }
+  /// Whether a contextual menu given last would be another one now. Never while they are held. Asks no file.
   bool isOutdated() const;
   /// Forgets such menus. True when there was one.
   bool dropOutdated();
@@ -77,7 +80,8 @@ class SelectionMenus {
   FileManager& files_;
   MenuPlanner& planner_;
   std::uint64_t age_ = 0;
-  std::array<std::optional<Given>, 2> given_;  // by contextual menu kind
+  bool isHeld_ = false;
+  std::deque<Given> given_;  // the last first
 };
 
 }  // namespace platform::native

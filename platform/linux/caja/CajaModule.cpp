@@ -12,6 +12,7 @@
 #include "platform/linux/browsers/NativeItems.h"
 #include "platform/linux/caja/PopupMenu.h"
 #include "platform/linux/gtk3/LocationWidget.h"
+#include "platform/linux/gtk3/OpenMenu.h"
 
 using platform::URL;
 using platform::native::BoundMenuRef;
@@ -82,33 +83,9 @@ GList* getBackgroundItems(CajaMenuProvider*, GtkWidget*, CajaFileInfo* folder) {
   return guarded([&] { return caja->folderItems.list(caja->module.menus().menuForFolder(urlOf(folder))); });
 }
 
-// ---- A menu that is up keeps its place: new contents come once it is closed
-
-GtkWidget* openMenu() {
-  GtkWidget* menu = gtk_grab_get_current();
-  if (!menu || !GTK_IS_MENU(menu)) return nullptr;
-  for (GtkWidget* item = gtk_menu_get_attach_widget(GTK_MENU(menu)); item && GTK_IS_MENU_ITEM(item);
-       item = gtk_menu_get_attach_widget(GTK_MENU(menu))) {
-    GtkWidget* const parent = gtk_widget_get_parent(item);
-    if (!parent || !GTK_IS_MENU(parent)) break;
-    menu = parent;
-  }
-  return menu;
-}
-
+// Caja puts the new items into a menu that is up.
 void updateItems() {
   if (caja->provider) caja_menu_provider_emit_items_updated_signal(caja->provider);
-}
-
-void disconnectMenu(GtkWidget* menu, gpointer handlers) {
-  g_signal_handlers_disconnect_matched(menu, G_SIGNAL_MATCH_DATA, 0, 0, nullptr, nullptr, handlers);
-}
-
-void updateItemsOnceClosed() {
-  GtkWidget* const menu = openMenu();
-  if (!menu) return updateItems();
-  g_signal_connect_data(menu, "selection-done", G_CALLBACK(disconnectMenu), &caja,
-                        [](gpointer, GClosure*) { updateItems(); }, GConnectFlags(0));
 }
 
 // ---- The toolbar button
@@ -189,7 +166,7 @@ void dovetail_caja_class_finalize(DovetailCajaClass*) {}
 void start() {
   static Caja once;
   caja = &once;
-  caja->module.setOnOutdatedMenus(updateItemsOnceClosed);
+  platform::native::updateClosedMenus(caja->module, updateItems);
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 
 #include "platform/linux/browsers/NativeItems.h"
 #include "platform/linux/gtk3/LocationWidget.h"
+#include "platform/linux/gtk3/OpenMenu.h"
 
 using platform::URL;
 using platform::native::BrowserModule;
@@ -129,7 +130,7 @@ void dovetail_nemo_class_finalize(DovetailNemoClass*) {}
 void start() {
   static Nemo once;
   nemo = &once;
-  nemo->module.setOnOutdatedMenus(updateItems);
+  platform::native::updateClosedMenus(nemo->module, updateItems);
 }
 
 }  // namespace
