@@ -23,6 +23,7 @@
 #include "platform/linux/FileManager.h"
 #include "platform/linux/MessagePorts.h"
 #include "platform/linux/SessionBus.h"
+#include "platform/linux/SettingsWriter.h"
 #include "platform/linux/UserDefaults.h"
 #include "platform/linux/Workspace.h"
 #include "tests/platform/PeerProcess.h"
@@ -64,6 +65,12 @@ bool permitPropertiesOnly() {
 
 class MenuSystemCalls : public testing::Test {
  protected:
+  // The icon theme is a setting of the desktop's, read over the process's shared connection, whose end would be this process's.
+  static void SetUpTestSuite() {
+    static const auto holdingTheConnection = native::SettingsWriter::forGroup("G");
+    ASSERT_TRUE(holdingTheConnection);
+  }
+
   void SetUp() override {
     forbiddenCall = static_cast<int*>(
         ::mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
