@@ -39,7 +39,7 @@ def mount(*arguments):
 def offer_module(browser, module_folder, private):
     """Makes the browser find the module, and no other, in its own extension folder: seen in this namespace alone."""
     folder = extension_folder(browser)
-    offered = os.path.join(private, "extensions")
+    offered = os.path.join(private, "extensions-" + browser)
     os.makedirs(offered)
     if module_folder:
         name = "libdovetail-%s.so" % browser
@@ -78,9 +78,8 @@ class GraphicalSession(Session):
         self.browser_name = browser
         self.pictures = os.environ.get("DOVETAIL_PICTURES") or self.path("pictures")
         os.makedirs(self.pictures, exist_ok=True)
-        modules = os.environ.get("DOVETAIL_MODULES") or os.path.join(ROOT, "build")
+        self.offer(browser, with_module)
         self.environment.update(
-            offer_module(browser, os.path.join(modules, "module-" + browser) if with_module else None, self.folder),
             LANG="C.UTF-8", GDK_BACKEND="x11", GSETTINGS_BACKEND="keyfile", GSK_RENDERER="cairo", LIBGL_ALWAYS_SOFTWARE="1",
             GIO_USE_VFS="local", GVFS_DISABLE_FUSE="1", GTK_USE_PORTAL="0")
         self.write(".config/gtk-3.0/settings.ini", "[Settings]\ngtk-menu-images=1\n")
@@ -88,6 +87,12 @@ class GraphicalSession(Session):
         os.environ.clear()
         os.environ.update(self.environment)
         self.start_display(size)
+
+    def offer(self, browser, with_module=True):
+        """Makes another browser find its module, or none."""
+        modules = os.environ.get("DOVETAIL_MODULES") or os.path.join(ROOT, "build")
+        module = os.path.join(modules, "module-" + browser) if with_module else None
+        self.environment.update(offer_module(browser, module, self.folder))
 
     def write(self, name, text):
         """A file in the home."""
