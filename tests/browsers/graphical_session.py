@@ -36,13 +36,11 @@ def mount(*arguments):
     subprocess.run(["mount", *arguments], check=True)
 
 
-def offer_module(browser, module_folder, private):
+def offer_module(browser, module_folder, offered):
     """Makes the browser find the module, and no other, in its own extension folder: seen in this namespace alone."""
     folder = extension_folder(browser)
-    offered = os.path.join(private, "extensions-" + browser)
     os.makedirs(offered)
-    if module_folder:
-        name = "libdovetail-%s.so" % browser
+    for name in os.listdir(module_folder) if module_folder else []:
         os.symlink(os.path.join(module_folder, name), os.path.join(offered, name))
     if browser == "caja":  # its package brings no folder, but a variable
         return {"CAJA_EXTENSION_DIRS": offered}
@@ -92,7 +90,7 @@ class GraphicalSession(Session):
         """Makes another browser find its module, or none."""
         modules = os.environ.get("DOVETAIL_MODULES") or os.path.join(ROOT, "build")
         module = os.path.join(modules, "module-" + browser) if with_module else None
-        self.environment.update(offer_module(browser, module, self.folder))
+        self.environment.update(offer_module(browser, module, self.path("extensions-" + browser)))
 
     def write(self, name, text):
         """A file in the home."""
