@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "archive/LeafShapes.h"
 #include "platform/KeyedArchiver.h"
 #include "platform/KeyedUnarchiver.h"
 
@@ -120,13 +121,19 @@ bool DTTreeNode::readRepresentedObject(KeyedArchiveReader& reader, std::uint64_t
   return reader.object(uid, object);
 }
 
-bool DTTreeNode::readFrom(platform::ByteView archive, const KeyedArchiveReader& parent, Blobs& blobs) {
+bool DTTreeNode::readFrom(platform::ByteView archive, const KeyedArchiveReader& parent, LeafShapes& leaves, Blobs& blobs) {
+  if (leaves.read(archive, parent, entry_.emplace())) return true;
+  entry_.reset();
   auto reader = KeyedArchiveReader::open(archive, parent.classes(), parent.budget());
   KeyedValues values;
   PropertyListItem root;
-  return reader && reader->root() != 0 && reader->readSlot(reader->root(), root) &&
-         root.kind == PropertyListKind::Dictionary && reader->lookUp(root, keys, values) &&
-         reader->isOfClass(values.back(), nodeClass) && readFrom(*reader, values, blobs);
+  const bool isRead = reader && reader->root() != 0 && reader->readSlot(reader->root(), root) &&
+                      root.kind == PropertyListKind::Dictionary && reader->lookUp(root, keys, values) &&
+                      reader->isOfClass(values.back(), nodeClass) && readFrom(*reader, values, blobs);
+  std::uint32_t entry = 0;
+  const bool isLeaf = isRead && entry_ && (!blobs || blobs->empty());
+  if (isLeaf && reader->readUID(values[0], entry)) leaves.learn(*reader, entry, *entry_);
+  return isRead;
 }
 
 // Depth first, with the parents that still have archives to read on a list of their own. A parent leaves the list before
@@ -141,6 +148,7 @@ bool DTTreeNode::readDescendants(const KeyedArchiveReader& reader, Blobs blobs) 
   platform::DecodeBudget& budget = reader.budget();
   const unsigned depthHere = budget.archiveDepth();
   std::vector<Parent> parents;
+  LeafShapes leaves;
   const auto enter = [&](DTTreeNode& node, Blobs& archives, unsigned depth) {
     if (!archives || archives->empty()) return true;
     if (depth > platform::maximumArchiveDepth || !budget.spend(archives->size(), sizeof(DTTreeNode))) return false;
@@ -161,7 +169,7 @@ bool DTTreeNode::readDescendants(const KeyedArchiveReader& reader, Blobs blobs) 
     child.position_ = position;
     Blobs archives;
     budget.setArchiveDepth(depth);
-    if (!child.readFrom(archive, reader, archives)) {
+    if (!child.readFrom(archive, reader, leaves, archives)) {
       if (budget.isExhausted()) return false;
       node.children_.pop_back();
     } else if (!enter(child, archives, depth + 1)) {

@@ -17,6 +17,8 @@
 #include "platform/IndexPath.h"
 #include "platform/KeyedArchiveReader.h"
 
+class LeafShapes;
+
 class DTTreeNode final : public platform::Coding {
  public:
   static constexpr std::string_view className = "DTTreeNode";
@@ -58,7 +60,7 @@ class DTTreeNode final : public platform::Coding {
 
   /// Reads the node's own keyed values; its children's archives are left in `blobs`.
   bool readFrom(platform::KeyedArchiveReader& reader, const KeyedValues& values, Blobs& blobs);
-  bool readFrom(platform::ByteView archive, const platform::KeyedArchiveReader& parent, Blobs& blobs);
+  bool readFrom(platform::ByteView archive, const platform::KeyedArchiveReader& parent, LeafShapes& leaves, Blobs& blobs);
   bool readRepresentedObject(platform::KeyedArchiveReader& reader, std::uint64_t value);
   bool readDescendants(const platform::KeyedArchiveReader& reader, Blobs blobs);
   void adoptChildren();

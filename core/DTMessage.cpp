@@ -34,9 +34,17 @@ void DTMessage::encodeWithCoder(platform::KeyedArchiver& coder) const {
 }
 
 std::shared_ptr<const platform::Coding> DTMessage::initWithCoder(platform::KeyedUnarchiver& coder) {
+  static constexpr std::array<platform::PropertyListKey, 3> keys{"selector", "argument", "portName"};
+  std::array<std::uint64_t, keys.size()> values;
+  platform::KeyedArchiveReader& reader = coder.reader();
+  platform::Object selector, portName;
   auto message = std::make_shared<DTMessage>();
-  message->selector_ = textOf(coder.decodeObjectForKey("selector"));
-  message->argument_ = coder.decodeObjectForKey("argument");
-  message->portName_ = textOf(coder.decodeObjectForKey("portName"));
+  if (!reader.lookUp(coder.dictionary(), keys, values)) return nullptr;
+  if (!reader.objectAt(values[0], selector) || !reader.objectAt(values[1], message->argument_) ||
+      !reader.objectAt(values[2], portName)) {
+    return nullptr;
+  }
+  message->selector_ = textOf(selector);
+  message->portName_ = textOf(portName);
   return message;
 }

@@ -3,11 +3,11 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <vector>
 
 #include "platform/FileIdentity.h"
 #include "platform/FileManager.h"
+#include "platform/HashIndex.h"
 #include "platform/URL.h"
 
 class URLSet {
@@ -18,11 +18,7 @@ class URLSet {
   const std::vector<platform::URL>& urls() const { return urls_; }
 
  private:
-  std::size_t slotFor(std::size_t hash, const platform::URL& url, const platform::FileIdentity& identity,
-                      platform::FileManager& fileManager) const;
-  void grow();
-
   std::vector<platform::URL> urls_;
-  std::vector<std::size_t> hashes_;    // of each member
-  std::vector<std::uint32_t> slots_;   // open addressing; a member's number plus one, 0 for a free slot
+  std::vector<std::size_t> hashes_;  // of each member
+  platform::HashIndex index_;
 };

@@ -63,8 +63,7 @@ void DTDovetailSync::requestBadgeIdentifierForURL(const URL& url) {
 // is known already is, whatever its kind; a new one only when it is regular.
 bool DTDovetailSync::see(const URL& url, const FileIdentity& identity) {
   if (archives_.objectForKey(identity)) return true;
-  platform::FileManager& fileManager = platform_.fileManager;
-  if (!DTExtension::isRegularFile(fileManager, url) || DTExtension::isAliasFile(fileManager, url)) {
+  if (!platform_.fileManager.isRegularFileAndNoAlias(url)) {
     archives_.setObject(nullptr, identity);
     return false;
   }

@@ -53,8 +53,8 @@ bool ArchivedValue::uidForKey(std::string_view key, std::uint32_t& uid) const {
 }
 
 bool ArchivedValue::objectForKey(std::string_view key, Object& object) {
-  std::uint32_t uid = 0;
-  return uidForKey(key, uid) && reader_.object(uid, object);
+  std::uint64_t value = 0;
+  return find(key, value) && reader_.objectAt(value, object);
 }
 
 bool ArchivedValue::integerForKey(std::string_view key, std::uint64_t& bits, bool& isNegative) const {
@@ -171,8 +171,11 @@ bool ArchivedValue::decodeUUID(Object& object) {
 }
 
 bool ArchivedValue::decodeURL(Object& object) {
+  static constexpr std::array<PropertyListKey, 2> keys{"NS.base", "NS.relative"};
+  std::array<std::uint64_t, 2> values;
   Object base, relative;
-  if (!objectForKey("NS.base", base) || !objectForKey("NS.relative", relative)) return false;
+  if (!reader_.lookUp(dictionary_, keys, values)) return false;
+  if (!reader_.objectAt(values[0], base) || !reader_.objectAt(values[1], relative)) return false;
   const auto* text = relative.get<std::string>();
   const auto* baseURL = base.get<URL>();
   if (!text || (!baseURL && !base.isNil())) return false;

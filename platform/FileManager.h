@@ -53,6 +53,8 @@ class FileManager {
   virtual Object resourceValueForKey(const URL& url, std::string_view key, Error* error) = 0;
   /// The same as the data of `fileResourceIdentifier`, for the one property that everything leans on.
   virtual std::optional<FileIdentity> fileResourceIdentifier(const URL& url) = 0;
+  /// Whether `isRegularFile` holds and `isAliasFile` does not: the two in one question, as every new file is asked them.
+  virtual bool isRegularFileAndNoAlias(const URL& url) = 0;
   /// The icon that the desktop would show for the file; null when the file is gone.
   virtual ImageRef effectiveIcon(const URL& url) = 0;
 

@@ -29,6 +29,9 @@ class KeyedArchiveReader {
   ClassTable classes() const { return classes_; }
   DecodeBudget& budget() const { return *budget_; }
 
+  /// The archive as a property list, and the number there of the object at a reference other than 0; `absent` past the end.
+  const PropertyListReader& list() const { return list_; }
+  std::uint64_t objectNumber(std::uint32_t uid) const { return uid < objects_.count ? list_.reference(objects_, uid) : absent; }
   /// What stands at a reference other than 0. False past the end.
   bool readSlot(std::uint32_t uid, PropertyListItem& item) const;
   /// The reference that stands at a value of a dictionary; 0 for `absent` and for a value that is no reference.
@@ -49,6 +52,11 @@ class KeyedArchiveReader {
 
   /// The object at a reference, made whole. nil for 0.
   bool object(std::uint32_t uid, Object& object);
+  /// The object whose reference stands at a value of a dictionary; nil for `absent`.
+  bool objectAt(std::uint64_t value, Object& object) {
+    std::uint32_t uid = 0;
+    return readUID(value, uid) && this->object(uid, object);
+  }
   /// The text of a plain string.
   bool text(const PropertyListItem& string, std::string& text) const;
   /// The elements of an array of data as views into the archive, an empty one for an element that is no data. Nothing

@@ -25,6 +25,16 @@ constexpr std::array<std::string_view, 3> mutableDataNames{"NSMutableData", "NSD
 
 }  // namespace
 
+KeyedArchiveWriter::KeyedArchiveWriter() {
+  constexpr std::size_t slots = 32, fields = 16;
+  slots_.reserve(slots);
+  fields_.reserve(fields);
+  finishedFields_.reserve(fields);
+  slotOfScalar_.reserve(2 * slots);
+  classes_.reserve(4);
+  classTexts_.reserve(slots);
+}
+
 void KeyedArchiveWriter::clear() {
   list_.clear();
   slots_.clear();
@@ -71,11 +81,11 @@ std::uint32_t KeyedArchiveWriter::scalarSlot(Scalar scalar) {
 }
 
 std::uint32_t KeyedArchiveWriter::classSlot(ClassNames names) {
-  for (const auto& [known, uid] : classes_) {
-    if (known.front() == names.front()) return uid;
+  for (const Class& known : classes_) {
+    if (known.names.front() == names.front()) return known.uid;
   }
   const std::uint32_t uid = newSlot(SlotKind::ClassRecord, classes_.size());
-  classes_.emplace_back(names, uid);
+  classes_.push_back({names, uid});
   return uid;
 }
 
@@ -210,9 +220,11 @@ void KeyedArchiveWriter::place(std::span<const ArchivedBlob> blobs) {
   const std::array<Scalar, 4> keys{scalar("$version"), scalar("$archiver"), scalar("$top"), scalar("$objects")};
   const Scalar version = list_.integer(Integer::ofSigned(ArchiveVersion));
   const Scalar archiver = scalar("NSKeyedArchiver"), root = scalar("root");
-  for (const auto& [names, uid] : classes_) {
-    for (const std::string_view text : {std::string_view("$classname"), std::string_view("$classes")}) scalar(text);
-    for (const std::string_view name : names) scalar(name);
+  classKeys_ = {scalar("$classname"), scalar("$classes")};
+  classTexts_.clear();
+  for (auto& known : classes_) {
+    known.firstText = classTexts_.size();
+    for (const std::string_view name : known.names) classTexts_.push_back(scalar(name));
   }
   list_.clearPlaces();
   placeOfBlob_.assign(blobs.size(), 0);
@@ -233,7 +245,7 @@ PropertyListWriter::Reference KeyedArchiveWriter::placeSlot(const Slot& slot, st
   switch (slot.kind) {
     case SlotKind::Scalar: return list_.place(static_cast<Scalar>(slot.first));
     case SlotKind::Object: return placeFields({finishedFields_.data() + slot.first, slot.count});
-    case SlotKind::ClassRecord: return placeClassRecord(classes_[slot.first].first);
+    case SlotKind::ClassRecord: return placeClassRecord(classes_[slot.first]);
     case SlotKind::Blob: return placeBlob(slot.first, blobs);
   }
   return 0;
@@ -256,14 +268,15 @@ PropertyListWriter::Reference KeyedArchiveWriter::placeField(const Field& field)
   return array;
 }
 
-PropertyListWriter::Reference KeyedArchiveWriter::placeClassRecord(ClassNames names) {
+PropertyListWriter::Reference KeyedArchiveWriter::placeClassRecord(const Class& known) {
+  const std::span<const Scalar> names(classTexts_.data() + known.firstText, known.names.size());
   const Reference record = list_.placeDictionary(2);
-  list_.setReference(record, 0, list_.place(scalar("$classname")));
-  list_.setReference(record, 1, list_.place(scalar("$classes")));
-  list_.setReference(record, 2, list_.place(scalar(names.front())));
+  list_.setReference(record, 0, list_.place(classKeys_[0]));
+  list_.setReference(record, 1, list_.place(classKeys_[1]));
+  list_.setReference(record, 2, list_.place(names.front()));
   const Reference chain = list_.placeArray(names.size());
   list_.setReference(record, 3, chain);
-  for (std::size_t i = 0; i < names.size(); ++i) list_.setReference(chain, i, list_.place(scalar(names[i])));
+  for (std::size_t i = 0; i < names.size(); ++i) list_.setReference(chain, i, list_.place(names[i]));
   return record;
 }
 

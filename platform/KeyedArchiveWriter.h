@@ -2,6 +2,7 @@
 // a class record when the first instance of the class is finished.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -25,6 +26,9 @@ struct ArchivedBlob {
 
 class KeyedArchiveWriter {
  public:
+  /// Has room for a record of an ordinary size.
+  KeyedArchiveWriter();
+
   /// Gathers everything that the archive of the root holds. False when it cannot be archived.
   bool gather(const Object& root);
   bool gather(const Coding& root);
@@ -55,8 +59,13 @@ class KeyedArchiveWriter {
     std::size_t count = 0;
   };
 
+  struct Class {
+    ClassNames names;
+    std::uint32_t uid = 0;
+    std::size_t firstText = 0;  ///< Of its names in `classTexts_`.
+  };
+
   void clear();
-  bool finish(std::uint32_t root);
   void fail() { hasFailed_ = true; }
 
   // Each answers the slot that holds the object.
@@ -101,7 +110,7 @@ class KeyedArchiveWriter {
   Reference placeSlot(const Slot& slot, std::span<const ArchivedBlob> blobs);
   Reference placeFields(std::span<const Field> fields);
   Reference placeField(const Field& field);
-  Reference placeClassRecord(ClassNames names);
+  Reference placeClassRecord(const Class& known);
   Reference placeBlob(std::size_t blob, std::span<const ArchivedBlob> blobs);
 
   PropertyListWriter list_;
@@ -110,7 +119,9 @@ class KeyedArchiveWriter {
   std::vector<Field> finishedFields_;  ///< Of all others, each instance's side by side.
   std::vector<std::uint32_t> uids_;
   std::vector<std::uint32_t> slotOfScalar_;
-  std::vector<std::pair<ClassNames, std::uint32_t>> classes_;
+  std::vector<Class> classes_;
+  std::array<Scalar, 2> classKeys_{};
+  std::vector<Scalar> classTexts_;
   std::unordered_map<std::shared_ptr<const Coding>, std::uint32_t> instances_;
   std::vector<const Coding*> blobRoots_;
   std::vector<Reference> placeOfBlob_;

@@ -52,7 +52,7 @@ class ArchiveNest {
       if (depth > maximumArchiveDepth || !gather(i, writer_)) return false;
       writer_.place({});
       archives_[i].size = writer_.list().size();
-      archives_[i].hash = writer_.list().hash();
+      if (i > 0) archives_[i].hash = writer_.list().hash();
       archives_[i].firstChild = archives_.size();
       archives_[i].childCount = writer_.blobRoots().size();
       for (const Coding* root : writer_.blobRoots()) {
@@ -93,16 +93,17 @@ class ArchiveNest {
   }
 
   bool isSame(std::size_t one, std::size_t other) {
+    if (!otherWriter_) otherWriter_.emplace();
     std::vector<std::pair<std::size_t, std::size_t>> pairs{{one, other}};
     for (std::size_t at = 0; at < pairs.size(); ++at) {
       const Archive& left = archives_[pairs[at].first];
       const Archive& right = archives_[pairs[at].second];
       if (left.childCount != right.childCount) return false;
       gather(pairs[at].first, writer_);
-      gather(pairs[at].second, otherWriter_);
+      gather(pairs[at].second, *otherWriter_);
       writer_.place({});
-      otherWriter_.place({});
-      if (!writer_.list().isSameAs(otherWriter_.list())) return false;
+      otherWriter_->place({});
+      if (!writer_.list().isSameAs(otherWriter_->list())) return false;
       for (std::size_t i = 0; i < left.childCount; ++i) pairs.emplace_back(left.firstChild + i, right.firstChild + i);
     }
     return true;
@@ -132,7 +133,8 @@ class ArchiveNest {
   std::vector<std::pair<std::uint64_t, std::size_t>> order_;
   std::vector<ArchivedBlob> blobs_;
   std::vector<std::uint8_t*> places_;
-  KeyedArchiveWriter writer_, otherWriter_;
+  KeyedArchiveWriter writer_;
+  std::optional<KeyedArchiveWriter> otherWriter_;  // when two archives inside look alike
 };
 
 }  // namespace

@@ -5,8 +5,6 @@
 namespace platform {
 namespace {
 
-constexpr std::size_t TrailerLength = 32;
-
 bool fits(std::uint64_t value, unsigned size) { return size == 8 || value >> (8 * size) == 0; }
 
 }  // namespace
@@ -22,7 +20,7 @@ bool PropertyListItem::equals(std::string_view text) const {
 
 std::optional<PropertyListReader> PropertyListReader::open(ByteView bytes) {
   PropertyListReader reader;
-  if (bytes.size() < headerLength + 1 + TrailerLength) return std::nullopt;
+  if (bytes.size() < smallestLength) return std::nullopt;
   // The eighth byte is a minor version that every reader of the format leaves alone.
   if (std::memcmp(bytes.data(), "bplist0", 7) != 0) return std::nullopt;
   reader.bytes_ = bytes.data();
@@ -31,7 +29,7 @@ std::optional<PropertyListReader> PropertyListReader::open(ByteView bytes) {
 }
 
 bool PropertyListReader::readTrailer(std::size_t length) {
-  const std::size_t limit = length - TrailerLength;
+  const std::size_t limit = length - trailerLength;
   const std::uint8_t* trailer = bytes_ + limit;
   offsetSize_ = trailer[6];
   referenceSize_ = trailer[7];
@@ -77,7 +75,10 @@ bool PropertyListReader::hasValidReferences(const PropertyListItem& container) c
 
 bool PropertyListReader::read(std::uint64_t object, PropertyListItem& item) const {
   const std::uint8_t* at = position(object);
-  if (!at) return false;
+  return at && readAt(at, item);
+}
+
+bool PropertyListReader::readAt(const std::uint8_t* at, PropertyListItem& item) const {
   const unsigned low = *at & 0x0f;
   const unsigned marker = *at++ >> 4;
   switch (marker) {
@@ -94,6 +95,24 @@ bool PropertyListReader::read(std::uint64_t object, PropertyListItem& item) cons
     case 0xd: return readCounted(PropertyListKind::Dictionary, low, at, 2 * std::size_t{referenceSize_}, item);
     default: return false;
   }
+}
+
+const std::uint8_t* PropertyListReader::end(const std::uint8_t* at, const PropertyListItem& item) const {
+  const std::size_t low = *at & 0x0f;
+  switch (item.kind) {
+    case PropertyListKind::Boolean: return at + 1;
+    case PropertyListKind::Integer:
+    case PropertyListKind::Real:
+    case PropertyListKind::Date: return at + 1 + (std::size_t{1} << low);
+    case PropertyListKind::UID: return at + 2 + low;
+    case PropertyListKind::Data:
+    case PropertyListKind::ASCIIString: return item.bytes + item.count;
+    case PropertyListKind::UTF16String: return item.bytes + 2 * item.count;
+    case PropertyListKind::Array:
+    case PropertyListKind::Set: return item.bytes + referenceSize_ * item.count;
+    case PropertyListKind::Dictionary: return item.bytes + 2 * referenceSize_ * item.count;
+  }
+  return at;
 }
 
 bool PropertyListReader::readSimple(unsigned low, PropertyListItem& item) const {

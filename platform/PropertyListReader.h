@@ -105,7 +105,10 @@ class PropertyListReader {
               std::span<std::uint64_t> values) const;
 
  private:
+  friend class PropertyListShape;
   static constexpr std::size_t headerLength = 8;
+  static constexpr std::size_t trailerLength = 32;
+  static constexpr std::size_t smallestLength = headerLength + 1 + trailerLength;
 
   PropertyListReader() = default;
 
@@ -126,6 +129,10 @@ class PropertyListReader {
     return key.standsAt(at) && key.length() <= static_cast<std::size_t>(table_ - at);
   }
   bool readTrailer(std::size_t length);
+  /// `read` for an object that starts at `at`, a place ahead of the offset table.
+  bool readAt(const std::uint8_t* at, PropertyListItem& item) const;
+  /// Where the object ends that starts at `at` and was read.
+  const std::uint8_t* end(const std::uint8_t* at, const PropertyListItem& item) const;
   static std::uint64_t largest(const std::uint8_t* at, std::size_t count, unsigned size);
   bool hasValidOffsets() const;
   bool lookUpOne(std::uint64_t key, std::uint64_t value, std::span<const PropertyListKey> keys,

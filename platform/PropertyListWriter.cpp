@@ -16,26 +16,45 @@ constexpr std::size_t TrailerLength = 32;
 unsigned width(std::uint64_t value) { return value >> 8 == 0 ? 1 : value >> 16 == 0 ? 2 : value >> 32 == 0 ? 4 : 8; }
 
 std::uint8_t* putNumber(std::uint8_t* out, std::uint64_t value, unsigned size) {
+  if (size == 1) {
+    *out = static_cast<std::uint8_t>(value);
+    return out + 1;
+  }
   for (unsigned i = size; i-- > 0;) *out++ = static_cast<std::uint8_t>(value >> (8 * i));
   return out;
 }
 
-std::uint64_t hashOf(ByteView bytes) {
-  std::uint64_t hash = 0x9e3779b97f4a7c15u ^ bytes.size();
-  const auto mix = [&](std::uint64_t word) {
-    hash = (hash ^ word) * 0xff51afd7ed558ccdu;
-    hash ^= hash >> 32;
-  };
-  for (; bytes.size() >= 8; bytes = bytes.subspan(8)) {
-    std::uint64_t word;
-    std::memcpy(&word, bytes.data(), 8);
-    mix(word);
-  }
-  std::uint64_t rest = 0;
-  if (!bytes.empty()) std::memcpy(&rest, bytes.data(), bytes.size());
-  mix(rest);
-  return hash;
+std::uint64_t wordAt(const std::uint8_t* at) {
+  std::uint64_t word;
+  std::memcpy(&word, at, sizeof word);
+  return word;
 }
+
+class Hash {
+ public:
+  void mix(std::uint64_t word) {
+    hash_ = (hash_ ^ word) * 0xff51afd7ed558ccdu;
+    hash_ ^= hash_ >> 32;
+  }
+  void mix(ByteView bytes) {
+    mix(bytes.size());
+    if (bytes.size() < 8) return mix(shortWord(bytes));
+    for (std::size_t at = 0; at + 8 < bytes.size(); at += 8) mix(wordAt(bytes.data() + at));
+    mix(wordAt(bytes.data() + bytes.size() - 8));
+  }
+  std::uint64_t value() const { return hash_; }
+
+ private:
+  static std::uint64_t shortWord(ByteView bytes) {
+    std::uint64_t word = 0;
+    for (const std::uint8_t byte : bytes) word = word << 8 | byte;
+    return word;
+  }
+
+  std::uint64_t hash_ = 0x9e3779b97f4a7c15u;
+};
+
+ByteView bytesOfText(std::string_view text) { return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}; }
 
 }  // namespace
 
@@ -52,9 +71,20 @@ std::size_t PropertyListSize::length() const {
   return tablePosition() + objects * width(tablePosition()) + TrailerLength;
 }
 
+PropertyListWriter::PropertyListWriter() {
+  constexpr std::size_t scalars = 64, places = 128, bytes = 1024;
+  encoded_.reserve(bytes);
+  scalars_.reserve(scalars);
+  placeOfScalar_.reserve(scalars);
+  table_.assign(2 * scalars, none);
+  places_.reserve(places);
+  references_.reserve(places);
+}
+
 void PropertyListWriter::clear() {
   encoded_.clear();
   scalars_.clear();
+  heads_.clear();
   placeOfScalar_.clear();
   std::fill(table_.begin(), table_.end(), none);
   scalarBytes_ = 0;
@@ -69,102 +99,103 @@ void PropertyListWriter::clearPlaces() {
   size_ = {};
 }
 
-void PropertyListWriter::putNumber(std::uint64_t value, unsigned size) {
-  const std::size_t end = encoded_.size();
-  encoded_.resize(end + size);
-  platform::putNumber(encoded_.data() + end, value, size);
-}
-
-void PropertyListWriter::putInteger(std::uint64_t value) {
-  const unsigned size = width(value);
-  encoded_.push_back(static_cast<std::uint8_t>(0x10 | std::countr_zero(size)));
-  putNumber(value, size);
-}
-
-void PropertyListWriter::putMarker(unsigned kind, std::size_t count) {
-  encoded_.push_back(static_cast<std::uint8_t>(kind << 4 | std::min<std::size_t>(count, 15)));
+PropertyListWriter::Head::Head(unsigned kind, std::size_t count) {
+  put(kind << 4 | static_cast<unsigned>(std::min<std::size_t>(count, 15)));
   if (count >= 15) putInteger(count);
 }
 
+void PropertyListWriter::Head::putNumber(std::uint64_t value, unsigned size) {
+  platform::putNumber(bytes_.data() + length_, value, size);
+  length_ += size;
+}
+
+void PropertyListWriter::Head::putInteger(std::uint64_t value) {
+  const unsigned size = width(value);
+  put(0x10u | static_cast<unsigned>(std::countr_zero(size)));
+  putNumber(value, size);
+}
+
 std::optional<PropertyListWriter::Scalar> PropertyListWriter::string(std::string_view text) {
-  const std::size_t start = encoded_.size();
-  if (isASCII(text)) {
-    putMarker(0x5, text.size());
-    encoded_.insert(encoded_.end(), text.begin(), text.end());
-    return intern(start);
-  }
+  if (isASCII(text)) return intern(Head(0x5, text.size()), bytesOfText(text));
   Data units;
   if (!appendUTF16(text, units)) return std::nullopt;
-  putMarker(0x6, units.size() / 2);
-  encoded_.insert(encoded_.end(), units.begin(), units.end());
-  return intern(start);
+  return intern(Head(0x6, units.size() / 2), units);
 }
 
 PropertyListWriter::Scalar PropertyListWriter::integer(Integer value) {
-  const std::size_t start = encoded_.size();
+  Head head;
   if (value.isNegative) {
-    encoded_.push_back(0x13);
-    putNumber(value.bits, 8);
+    head.put(0x13);
+    head.putNumber(value.bits, 8);
   } else if (value.bits >> 63 != 0) {
     // Eight bytes would be read as a negative number.
-    encoded_.push_back(0x14);
-    putNumber(0, 8);
-    putNumber(value.bits, 8);
+    head.put(0x14);
+    head.putNumber(0, 8);
+    head.putNumber(value.bits, 8);
   } else {
-    putInteger(value.bits);
+    head.putInteger(value.bits);
   }
-  return intern(start);
+  return intern(head, {});
 }
 
 PropertyListWriter::Scalar PropertyListWriter::real(double value) {
-  const std::size_t start = encoded_.size();
-  encoded_.push_back(0x23);
-  putNumber(std::bit_cast<std::uint64_t>(value), 8);
-  return intern(start);
+  Head head;
+  head.put(0x23);
+  head.putNumber(std::bit_cast<std::uint64_t>(value), 8);
+  return intern(head, {});
 }
 
 PropertyListWriter::Scalar PropertyListWriter::boolean(bool value) {
-  const std::size_t start = encoded_.size();
-  encoded_.push_back(value ? 0x09 : 0x08);
-  return intern(start);
+  Head head;
+  head.put(value ? 0x09 : 0x08);
+  return intern(head, {});
 }
 
-PropertyListWriter::Scalar PropertyListWriter::data(ByteView bytes) {
-  const std::size_t start = encoded_.size();
-  putMarker(0x4, bytes.size());
-  encoded_.insert(encoded_.end(), bytes.begin(), bytes.end());
-  return intern(start);
-}
+PropertyListWriter::Scalar PropertyListWriter::data(ByteView bytes) { return intern(Head(0x4, bytes.size()), bytes); }
 
-PropertyListWriter::Scalar PropertyListWriter::intern(std::size_t start) {
-  if (2 * (scalars_.size() + 1) > table_.size()) growTable();
-  const Span span{start, encoded_.size() - start};
-  const auto bytes = bytesOf(span);
-  std::size_t at = hashOf(bytes) & (table_.size() - 1);
+// Where the scalar of that form is noted in the table, or the free place for it.
+std::size_t PropertyListWriter::slotOf(ByteView head, ByteView content) const {
+  Hash hash;
+  hash.mix(head.front());
+  hash.mix(content.empty() ? head : content);
+  std::size_t at = hash.value() & (table_.size() - 1);
   for (; table_[at] != none; at = (at + 1) & (table_.size() - 1)) {
-    const auto known = bytesOf(scalars_[table_[at]]);
-    if (!std::equal(known.begin(), known.end(), bytes.begin(), bytes.end())) continue;
-    encoded_.resize(start);
-    return table_[at];
+    const ByteView known = bytesOf(scalars_[table_[at]]);
+    if (known.size() != head.size() + content.size() || !std::equal(head.begin(), head.end(), known.begin())) continue;
+    if (content.empty() || std::memcmp(known.data() + head.size(), content.data(), content.size()) == 0) break;
   }
-  table_[at] = static_cast<std::uint32_t>(scalars_.size());
-  scalars_.push_back(span);
+  return at;
+}
+
+PropertyListWriter::Scalar PropertyListWriter::intern(const Head& head, ByteView content) {
+  if (2 * (scalars_.size() + 1) > table_.size()) growTable();
+  Scalar& scalar = table_[slotOf(head.bytes(), content)];
+  if (scalar != none) return scalar;
+  scalar = static_cast<Scalar>(scalars_.size());
+  heads_.push_back(static_cast<std::uint8_t>(head.bytes().size()));
+  scalars_.push_back({encoded_.size(), head.bytes().size() + content.size()});
   placeOfScalar_.push_back(none);
+  append(head.bytes());
+  append(content);
   scalarBytes_ = encoded_.size();
-  return table_[at];
+  return scalar;
 }
 
 void PropertyListWriter::growTable() {
-  table_.assign(std::max<std::size_t>(128, 2 * table_.size()), none);
-  for (std::uint32_t scalar = 0; scalar < scalars_.size(); ++scalar) {
-    std::size_t at = hashOf(bytesOf(scalars_[scalar])) & (table_.size() - 1);
-    while (table_[at] != none) at = (at + 1) & (table_.size() - 1);
-    table_[at] = scalar;
+  table_.assign(2 * table_.size(), none);
+  for (Scalar scalar = 0; scalar < scalars_.size(); ++scalar) {
+    const ByteView bytes = bytesOf(scalars_[scalar]);
+    table_[slotOf(bytes.first(heads_[scalar]), bytes.subspan(heads_[scalar]))] = scalar;
   }
 }
 
-PropertyListWriter::Reference PropertyListWriter::addPlace(std::size_t start, std::size_t referenceCount) {
-  const Span encoded{start, encoded_.size() - start};
+PropertyListWriter::Reference PropertyListWriter::addPlace(const Head& head, std::size_t referenceCount) {
+  const Span encoded{encoded_.size(), head.bytes().size()};
+  append(head.bytes());
+  return addPlace(encoded, referenceCount);
+}
+
+PropertyListWriter::Reference PropertyListWriter::addPlace(Span encoded, std::size_t referenceCount) {
   places_.push_back({encoded, references_.size(), referenceCount, 0});
   references_.resize(references_.size() + referenceCount);
   size_.objects += 1;
@@ -174,38 +205,27 @@ PropertyListWriter::Reference PropertyListWriter::addPlace(std::size_t start, st
 }
 
 PropertyListWriter::Reference PropertyListWriter::place(Scalar scalar) {
-  if (placeOfScalar_[scalar] != none) return placeOfScalar_[scalar];
-  const Span encoded = scalars_[scalar];
-  const Reference placed = addPlace(encoded_.size(), 0);
-  places_[placed].encoded = encoded;
-  size_.bytes += encoded.length;
-  return placeOfScalar_[scalar] = placed;
+  Reference& placed = placeOfScalar_[scalar];
+  if (placed == none) placed = addPlace(scalars_[scalar], 0);
+  return placed;
 }
 
 PropertyListWriter::Reference PropertyListWriter::placeUID(std::uint32_t uid) {
-  const std::size_t start = encoded_.size();
   const unsigned size = width(uid);
-  encoded_.push_back(static_cast<std::uint8_t>(0x80 | (size - 1)));
-  putNumber(uid, size);
-  return addPlace(start, 0);
+  Head head;
+  head.put(0x80 | (size - 1));
+  head.putNumber(uid, size);
+  return addPlace(head, 0);
 }
 
-PropertyListWriter::Reference PropertyListWriter::placeArray(std::size_t count) {
-  const std::size_t start = encoded_.size();
-  putMarker(0xa, count);
-  return addPlace(start, count);
-}
+PropertyListWriter::Reference PropertyListWriter::placeArray(std::size_t count) { return addPlace(Head(0xa, count), count); }
 
 PropertyListWriter::Reference PropertyListWriter::placeDictionary(std::size_t count) {
-  const std::size_t start = encoded_.size();
-  putMarker(0xd, count);
-  return addPlace(start, 2 * count);
+  return addPlace(Head(0xd, count), 2 * count);
 }
 
 PropertyListWriter::Reference PropertyListWriter::placeBlob(std::size_t length) {
-  const std::size_t start = encoded_.size();
-  putMarker(0x4, length);
-  const Reference placed = addPlace(start, 0);
+  const Reference placed = addPlace(Head(0x4, length), 0);
   places_[placed].blobLength = length;
   size_.bytes += length;
   return placed;
@@ -224,9 +244,8 @@ void PropertyListWriter::write(std::uint8_t* out, std::vector<std::uint8_t*>& bl
     table = platform::putNumber(table, static_cast<std::uint64_t>(out - start), offsetSize);
     std::memcpy(out, encoded_.data() + place.encoded.start, place.encoded.length);
     out += place.encoded.length;
-    for (std::size_t i = 0; i < place.referenceCount; ++i) {
-      out = platform::putNumber(out, references_[place.firstReference + i], referenceSize);
-    }
+    const Reference* references = references_.data() + place.firstReference;
+    for (std::size_t i = 0; i < place.referenceCount; ++i) out = putNumber(out, references[i], referenceSize);
     if (place.blobLength > 0) blobs.push_back(out);
     out += place.blobLength;
   }
@@ -237,7 +256,11 @@ void PropertyListWriter::write(std::uint8_t* out, std::vector<std::uint8_t*>& bl
   platform::putNumber(table + 24, tablePosition, 8);
 }
 
-std::uint64_t PropertyListWriter::hash() const { return hashOf({encoded_.data(), scalarBytes_}); }
+std::uint64_t PropertyListWriter::hash() const {
+  Hash hash;
+  hash.mix(bytesOf({0, scalarBytes_}));
+  return hash.value();
+}
 
 bool PropertyListWriter::isSameAs(const PropertyListWriter& other) const {
   return encoded_ == other.encoded_ && places_ == other.places_ && references_ == other.references_;

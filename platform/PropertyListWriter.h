@@ -4,10 +4,12 @@
 // placed before its parts and refers to them once they are placed. Then write.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -31,6 +33,9 @@ struct PropertyListSize {
 
 class PropertyListWriter {
  public:
+  /// Has room for a record of an ordinary size.
+  PropertyListWriter();
+
   using Scalar = std::uint32_t;     ///< An interned scalar: equal ones, by kind and bits, are the same.
   using Reference = std::uint32_t;  ///< A placed object's number.
 
@@ -82,17 +87,34 @@ class PropertyListWriter {
   };
   static constexpr std::uint32_t none = ~std::uint32_t{0};
 
-  void putNumber(std::uint64_t value, unsigned size);
-  void putInteger(std::uint64_t value);
-  void putMarker(unsigned kind, std::size_t count);
-  /// The scalar whose encoded form stands at the end of `encoded_`, from `start`.
-  Scalar intern(std::size_t start);
-  void growTable();
-  std::span<const std::uint8_t> bytesOf(Span span) const { return {encoded_.data() + span.start, span.length}; }
-  Reference addPlace(std::size_t start, std::size_t referenceCount);
+  /// The bytes of an object ahead of its content: marker and count, or the whole of a number.
+  class Head {
+   public:
+    Head() = default;
+    Head(unsigned kind, std::size_t count);
+    void put(unsigned byte) { bytes_[length_++] = static_cast<std::uint8_t>(byte); }
+    void putNumber(std::uint64_t value, unsigned size);
+    void putInteger(std::uint64_t value);
+    ByteView bytes() const { return {bytes_.data(), length_}; }
 
-  Data encoded_;
+   private:
+    std::array<std::uint8_t, 24> bytes_;
+    std::size_t length_ = 0;
+  };
+
+  Scalar intern(const Head& head, ByteView content);
+  void append(ByteView bytes) { encoded_.append(reinterpret_cast<const char*>(bytes.data()), bytes.size()); }
+  void growTable();
+  std::size_t slotOf(ByteView head, ByteView content) const;
+  ByteView bytesOf(Span span) const {
+    return {reinterpret_cast<const std::uint8_t*>(encoded_.data()) + span.start, span.length};
+  }
+  Reference addPlace(const Head& head, std::size_t referenceCount);
+  Reference addPlace(Span encoded, std::size_t referenceCount);
+
+  std::string encoded_;  // bytes; a string grows without being filled first
   std::vector<Span> scalars_;
+  std::vector<std::uint8_t> heads_;  ///< How many bytes of each scalar are its head.
   std::vector<std::uint32_t> placeOfScalar_;
   std::vector<std::uint32_t> table_;  ///< Open addressing over `scalars_`; its size is a power of two.
   std::size_t scalarBytes_ = 0;       ///< Where `encoded_` ended before the first object was placed.

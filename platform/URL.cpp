@@ -198,7 +198,7 @@ URL URL::URLWithString(std::string_view relativeString, std::optional<URL> baseU
   storage->rest = std::make_unique<Storage::Rest>();
   storage->rest->text = relativeString;
   storage->rest->base = std::move(baseURL);
-  storage->path = pathOfText(URL(storage).absoluteString());
+  storage->path = storage->rest->base ? pathOfText(URL(storage).absoluteString()) : pathOfText(relativeString);
   return URL(std::move(storage));
 }
 

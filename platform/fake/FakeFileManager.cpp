@@ -116,6 +116,14 @@ std::optional<FileIdentity> FakeFileManager::fileResourceIdentifier(const URL& u
   return bytes ? FileIdentity::withBytes(*bytes) : std::nullopt;
 }
 
+bool FakeFileManager::isRegularFileAndNoAlias(const URL& url) {
+  const auto flag = [&](std::string_view key) {
+    const Object value = resourceValueForKey(url, key, nullptr);
+    return value.get<bool>() && *value.get<bool>();
+  };
+  return flag(ResourceKey::isRegularFile) && !flag(ResourceKey::isAliasFile);
+}
+
 ImageRef FakeFileManager::effectiveIcon(const URL& url) {
   if (!find(url.path())) return nullptr;
   auto icon = std::make_shared<Image>();

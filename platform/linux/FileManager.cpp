@@ -4,6 +4,7 @@
 
 #include <cerrno>
 
+#include "platform/linux/AliasFile.h"
 #include "platform/linux/Bookmark.h"
 #include "platform/linux/DirectoryEntries.h"
 #include "platform/linux/FileProperties.h"
@@ -51,6 +52,13 @@ Object LinuxFileManager::resourceValueForKey(const URL& url, std::string_view ke
 std::optional<FileIdentity> LinuxFileManager::fileResourceIdentifier(const URL& url) {
   const auto status = FileStatus::ofPath(Path(url).bytes(), FileStatus::identityFields);
   return status ? std::optional(status->identity()) : std::nullopt;
+}
+
+bool LinuxFileManager::isRegularFileAndNoAlias(const URL& url) {
+  if (!url.isFileURL()) return false;
+  const Path path(url);
+  const auto status = FileStatus::ofPath(path.bytes());
+  return status && status->isRegularFile() && !isAliasRegularFile(path.bytes());
 }
 
 ImageRef LinuxFileManager::effectiveIcon(const URL& url) {

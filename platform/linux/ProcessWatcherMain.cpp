@@ -109,9 +109,10 @@ void passEventStop(pid_t thread, int signal) {
     ::ptrace(PTRACE_CONT, thread, nullptr, nullptr);
 }
 
-void passStop(pid_t thread, int status) {
-  const int event = status >> 16;
-  const int signal = WSTOPSIG(status);
+// `code` is the signal, and above it the event of the tracer's own (ptrace(2)).
+void passStop(pid_t thread, int code) {
+  const int event = code >> 8;
+  const int signal = code & 0x7f;
   if (event == PTRACE_EVENT_STOP) return passEventStop(thread, signal);
   if (event != 0) {
     ::ptrace(PTRACE_CONT, thread, nullptr, nullptr);
@@ -122,13 +123,21 @@ void passStop(pid_t thread, int status) {
   if (isNews) report(WatcherNews::signalDelivered, signal);
 }
 
+// A stop is looked at and left unread: the kernel takes one that was read for settled, and would drop its signal
+// if we were killed before we pass it on.
 void passAllStops() {
-  int status = 0;
-  pid_t thread;
-  while ((thread = ::waitpid(-1, &status, __WALL | WNOHANG)) > 0) {
-    if (WIFSTOPPED(status)) passStop(thread, status);
+  for (;;) {
+    siginfo_t facts = {};
+    if (::waitid(P_ALL, 0, &facts, WEXITED | WSTOPPED | WNOHANG | WNOWAIT | __WALL) != 0) {
+      if (errno == ECHILD) end(WatcherNews::processHasEnded, 0);
+      return;
+    }
+    if (facts.si_pid == 0) return;
+    if (facts.si_code == CLD_TRAPPED || facts.si_code == CLD_STOPPED)
+      passStop(facts.si_pid, facts.si_status);
+    else
+      ::waitpid(facts.si_pid, nullptr, __WALL | WNOHANG);
   }
-  if (thread < 0 && errno == ECHILD) end(WatcherNews::processHasEnded, 0);
 }
 
 bool isAttached(pid_t thread) {

@@ -24,6 +24,10 @@ class ConsoleTest : public ExtensionTest {
     browser.setDirectoryURLs({fileURL("/watched")});
     takeMessages();
   }
+  ~ConsoleTest() override {  // the extension leaves its browser, which is no part of the fakes
+    console.reset();
+    extension.reset();
+  }
 
   std::string perform(std::string_view line) {
     std::string text = "no reply";

@@ -129,6 +129,17 @@ TYPED_TEST(FileManagerContract, aFileIsOfOneKind) {
   EXPECT_FALSE(this->flag(this->url("link"), ResourceKey::isRegularFile));
 }
 
+TYPED_TEST(FileManagerContract, aRegularFileAndNoAliasIsNeitherAFolderNorALinkNorMissing) {
+  this->files.makeFile("file");
+  this->files.makeFolder("folder");
+  this->files.makeLink("link");
+  EXPECT_TRUE(this->manager().isRegularFileAndNoAlias(this->url("file")));
+  EXPECT_FALSE(this->manager().isRegularFileAndNoAlias(this->url("folder")));
+  EXPECT_FALSE(this->manager().isRegularFileAndNoAlias(this->url("link")));
+  EXPECT_FALSE(this->manager().isRegularFileAndNoAlias(this->url("missing")));
+  EXPECT_FALSE(this->manager().isRegularFileAndNoAlias(URL::URLWithString("http://example.org/file")));
+}
+
 TYPED_TEST(FileManagerContract, theParentIsTheFolderAboveAndTheRootFolderHasNone) {
   this->files.makeFile("a");
   const Object parent =

@@ -21,6 +21,7 @@
 #include "platform/linux/FileManager.h"
 #include "platform/linux/FileStatus.h"
 #include "platform/linux/Volume.h"
+#include "tests/MainLoopPump.h"
 #include "tests/platform/PeerProcess.h"
 #include "tests/platform/TemporaryFolder.h"
 
@@ -105,21 +106,23 @@ TEST_F(LinuxFiles, anIdentityIsTheSameThroughDotsDoubledSlashesAndALinkedParent)
   }
 }
 
-// Birth times are of the kernel's coarse clock, which moves on a few hundred times a second.
-void waitForTheNextBirthTime() {
-  timespec start, now;
-  clock_gettime(CLOCK_REALTIME_COARSE, &start);
-  do {
-    clock_gettime(CLOCK_REALTIME_COARSE, &now);
-  } while (now.tv_sec == start.tv_sec && now.tv_nsec == start.tv_nsec);
+statx_timestamp birthTimeOf(const std::string& path) {
+  struct statx status {};
+  EXPECT_EQ(statx(AT_FDCWD, path.c_str(), 0, STATX_BTIME, &status), 0);
+  return status.stx_btime;
 }
 
 TEST_F(LinuxFiles, anotherFileUnderTheSamePathHasAnotherIdentityEvenWithTheInodeNumberUsedAgain) {
   const URL file = write("a");
   const auto first = files.fileResourceIdentifier(file);
-  std::filesystem::remove(path("a"));
-  waitForTheNextBirthTime();
-  write("a");
+  const statx_timestamp birth = birthTimeOf(path("a"));
+  // The clock of birth times moves on a few hundred times a second, so a file made at once may be born at the same time.
+  EXPECT_TRUE(tests::pumpUntil([&] {
+    std::filesystem::remove(path("a"));
+    write("a");
+    const statx_timestamp later = birthTimeOf(path("a"));
+    return later.tv_sec != birth.tv_sec || later.tv_nsec != birth.tv_nsec;
+  }));
   EXPECT_NE(files.fileResourceIdentifier(file), first);
 }
 
@@ -148,6 +151,7 @@ TEST_F(LinuxFiles, pipesSocketsAndDevicesAreNoneOfTheKinds) {
   expectOnlyKind(URL::fileURLWithPath("/dev/null"), "");
   for (const URL& odd : {url("pipe"), url("socket"), URL::fileURLWithPath("/dev/null")}) {
     EXPECT_FALSE(flag(odd, ResourceKey::isAliasFile));
+    EXPECT_FALSE(files.isRegularFileAndNoAlias(odd));
   }
 }
 
@@ -315,9 +319,11 @@ TEST_F(LinuxFiles, theFindersAliasFlagInTheExtendedAttributesMakesAnAlias) {
   info[8] = '\x40';
   ASSERT_EQ(set(info), 0) << "the folder for temporary files must keep extended attributes";
   EXPECT_FALSE(flag(file, ResourceKey::isAliasFile));
+  EXPECT_TRUE(files.isRegularFileAndNoAlias(file));
   info[8] = '\x80';
   ASSERT_EQ(set(info), 0);
   EXPECT_TRUE(flag(file, ResourceKey::isAliasFile));
+  EXPECT_FALSE(files.isRegularFileAndNoAlias(file));
   ASSERT_EQ(set(info.substr(0, 9)), 0);
   EXPECT_FALSE(flag(file, ResourceKey::isAliasFile));
   ASSERT_EQ(set(info + "more"), 0);
