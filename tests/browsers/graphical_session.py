@@ -80,7 +80,8 @@ class GraphicalSession(Session):
         self.environment.update(
             LANG="C.UTF-8", GDK_BACKEND="x11", GSETTINGS_BACKEND="keyfile", GSK_RENDERER="cairo", LIBGL_ALWAYS_SOFTWARE="1",
             GIO_USE_VFS="local", GVFS_DISABLE_FUSE="1", GTK_USE_PORTAL="0")
-        self.write(".config/gtk-3.0/settings.ini", "[Settings]\ngtk-menu-images=1\n")
+        self.write(".config/gtk-3.0/settings.ini", "[Settings]\ngtk-menu-images=1\ngtk-enable-animations=0\n")
+        self.write(".config/gtk-4.0/settings.ini", "[Settings]\ngtk-enable-animations=0\n")
         self.write(".config/user-dirs.dirs", "")
         os.environ.clear()
         os.environ.update(self.environment)
