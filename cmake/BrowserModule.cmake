@@ -18,12 +18,17 @@ function(dovetail_browser_module name)
   # Below our own prefix as it stands below the browser's.
   file(RELATIVE_PATH folder "${prefix}" "${folder}")
 
+  string(FIND "${CMAKE_CXX_FLAGS}" "-fsanitize" sanitizer)
+  set(undefined_symbols)
+  if(sanitizer EQUAL -1)  # its own symbols come with the program
+    set(undefined_symbols -Wl,-z,defs)
+  endif()
   set(target dovetail-${name})
   add_library(${target} MODULE ${ARG_SOURCES})
   target_link_libraries(${target} PRIVATE dovetail_browsers PkgConfig::BROWSER_${name})
   # Nothing in it but the entry points; never unloaded, as its sources run on the main loop.
   target_link_options(${target} PRIVATE
-    -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/BrowserModule.map -Wl,-z,nodelete -Wl,-z,defs -Wl,--as-needed)
+    -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/BrowserModule.map -Wl,-z,nodelete -Wl,--as-needed ${undefined_symbols})
   set(place ${PROJECT_BINARY_DIR}/module-${name})
   set_target_properties(${target} PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${place})
   file(MAKE_DIRECTORY ${place})

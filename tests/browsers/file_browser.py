@@ -51,14 +51,21 @@ class FileBrowser:
 
     def activate(self, window):
         title = window.get_name()
-        run("xdotool", "search", "--onlyvisible", "--name", "^%s" % title, "windowactivate", "--sync")
+        run("xdotool", "search", "--onlyvisible", "--all", "--pid", str(self.process.pid), "--name", "^%s" % title,
+            "windowactivate", "--sync")
         wait_for("%r in front" % title, lambda: is_in(window, "ACTIVE"))
 
     def close_window(self, window):
         self.activate(window)
         title = window.get_name()
         press("ctrl+w")
-        wait_for("no window %r" % title, lambda: not self.find_window(title))
+        wait_for("no window %r" % title, lambda: self.is_closed(title))
+
+    def is_closed(self, title):
+        try:
+            return not self.find_window(title)
+        except Late:
+            return self.process.poll() is not None  # that was its last window
 
     # ---- Files
 
@@ -77,7 +84,7 @@ class FileBrowser:
     def point_at(self, node):
         area = area_of(node)
         # In a list the free part of a cell is background.
-        across = area.width // 2 if node.get_role_name() != "table cell" else min(area.width // 2, 30)
+        across = area.width // 2 if node.get_role_name() != "table cell" else min(area.width // 2, 16)
         return area.x + across, area.y + area.height // 2
 
     def click(self, node, button=1, *keys):
@@ -105,7 +112,10 @@ class FileBrowser:
         """Right-clicks a file, or the last of several that it selects first; answers the menu."""
         if len(names) > 1:
             self.select(window, *names)
-        self.click(self.file(window, names[-1]), 3)
+        return self.open_menu_at(self.point_at(self.file(window, names[-1])))
+
+    def open_menu_at(self, point):
+        self.click_at(*point, 3)
         return self.open_menu()
 
     def free_point(self, window):
@@ -116,9 +126,12 @@ class FileBrowser:
     def select_nothing(self, window):
         self.click_at(*self.free_point(window), 1)
 
+    def middle_of(self, window):
+        area = area_of(window)
+        return area.x + area.width // 2, area.y + area.height // 2
+
     def open_background_menu(self, window):
-        self.click_at(*self.free_point(window), 3)
-        return self.open_menu()
+        return self.open_menu_at(self.free_point(window))
 
     def shown_menu(self):
         for node in children(self.application()):
@@ -183,8 +196,9 @@ class FileBrowser:
 
     def quit(self):
         """Closes all windows; answers the exit status."""
-        while self.process.poll() is None and self.frames():
-            self.close_window(self.frames()[0])
+        titles = [frame.get_name() for frame in self.frames()]
+        for title in titles:
+            self.close_window(self.window(title))
         return self.process.wait(DEADLINE)
 
 
@@ -261,8 +275,17 @@ class Nautilus(FileBrowser):
                 found.setdefault(node.get_name(), node)
         return found
 
-    def select_nothing(self, window):
+    def open_menu_at(self, point):
         # A popover that has just closed may take a click for itself.
+        for _ in range(5):
+            try:
+                self.click_at(*point, 3)
+                return wait_for("a menu", self.shown_menu, DEADLINE / 10)
+            except Late:
+                continue
+        return self.open_menu()
+
+    def select_nothing(self, window):
         self.click_at(*self.free_point(window), 1)
         wait_for("no selection", lambda: not self.selection(window) or self.click_at(*self.free_point(window), 1))
 
@@ -283,6 +306,10 @@ class Nautilus(FileBrowser):
         origin = self.window_origin()
         # Above the words on the selection that cover the corner.
         return origin["X"] + origin["WIDTH"] - 60, origin["Y"] + origin["HEIGHT"] * 2 // 3
+
+    def middle_of(self, window):
+        origin = self.window_origin()
+        return origin["X"] + origin["WIDTH"] // 2, origin["Y"] + origin["HEIGHT"] // 2
 
     def shown_menu(self):
         for frame in self.frames():

@@ -36,13 +36,11 @@ def mount(*arguments):
     subprocess.run(["mount", *arguments], check=True)
 
 
-def offer_module(browser, module_folder, private):
+def offer_module(browser, module_folder, offered):
     """Makes the browser find the module, and no other, in its own extension folder: seen in this namespace alone."""
     folder = extension_folder(browser)
-    offered = os.path.join(private, "extensions")
     os.makedirs(offered)
-    if module_folder:
-        name = "libdovetail-%s.so" % browser
+    for name in os.listdir(module_folder) if module_folder else []:
         os.symlink(os.path.join(module_folder, name), os.path.join(offered, name))
     if browser == "caja":  # its package brings no folder, but a variable
         return {"CAJA_EXTENSION_DIRS": offered}
@@ -78,16 +76,22 @@ class GraphicalSession(Session):
         self.browser_name = browser
         self.pictures = os.environ.get("DOVETAIL_PICTURES") or self.path("pictures")
         os.makedirs(self.pictures, exist_ok=True)
-        modules = os.environ.get("DOVETAIL_MODULES") or os.path.join(ROOT, "build")
+        self.offer(browser, with_module)
         self.environment.update(
-            offer_module(browser, os.path.join(modules, "module-" + browser) if with_module else None, self.folder),
             LANG="C.UTF-8", GDK_BACKEND="x11", GSETTINGS_BACKEND="keyfile", GSK_RENDERER="cairo", LIBGL_ALWAYS_SOFTWARE="1",
             GIO_USE_VFS="local", GVFS_DISABLE_FUSE="1", GTK_USE_PORTAL="0")
-        self.write(".config/gtk-3.0/settings.ini", "[Settings]\ngtk-menu-images=1\n")
+        self.write(".config/gtk-3.0/settings.ini", "[Settings]\ngtk-menu-images=1\ngtk-enable-animations=0\n")
+        self.write(".config/gtk-4.0/settings.ini", "[Settings]\ngtk-enable-animations=0\n")
         self.write(".config/user-dirs.dirs", "")
         os.environ.clear()
         os.environ.update(self.environment)
         self.start_display(size)
+
+    def offer(self, browser, with_module=True):
+        """Makes another browser find its module, or none."""
+        modules = os.environ.get("DOVETAIL_MODULES") or os.path.join(ROOT, "build")
+        module = os.path.join(modules, "module-" + browser) if with_module else None
+        self.environment.update(offer_module(browser, module, self.path("extensions-" + browser)))
 
     def write(self, name, text):
         """A file in the home."""

@@ -34,7 +34,7 @@ BrowserModule::BrowserModule(Traits traits)
     : extension_(DTDovetailSync::init(platform_.references(), onceOnly_)),
       planner_(traits.style, traits.areIconsDrawn ? &icons_ : nullptr),
       menus_(platform_.finderSyncBrowser(), *extension_, platform_.fileManager(), planner_) {
-  browser().setOnDirectoryURLs([this] { menus_.forget(); });
+  platform_.finderSyncBrowser().setOnDirectoryURLs([this] { menus_.forget(); });
   UserDefaults* const defaults = extension_->sharedApplicationGroupDefaults();
   for (const std::string_view key : menuSettings) {
     if (defaults) defaults->addObserver(*this, key);
@@ -49,7 +49,7 @@ BrowserModule::~BrowserModule() {
   for (const std::string_view key : menuSettings) {
     if (defaults) defaults->removeObserver(*this, key);
   }
-  browser().setOnDirectoryURLs(nullptr);
+  platform_.finderSyncBrowser().setOnDirectoryURLs(nullptr);
 }
 
 void BrowserModule::watchChanges() {

@@ -9,8 +9,10 @@
 
 #include "core/DTDovetailSync.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/browsers/Guarded.h"
 #include "platform/linux/browsers/IconFiles.h"
 #include "platform/linux/browsers/SelectionMenus.h"
+#include "platform/linux/browsers/ShownFolders.h"
 
 namespace platform::native {
 
@@ -24,7 +26,7 @@ class BrowserModule final : KeyValueObserver {
   explicit BrowserModule(Traits traits);
   ~BrowserModule() override;
 
-  FinderSyncBrowser& browser() { return platform_.finderSyncBrowser(); }
+  ShownFolders& shownFolders() { return shownFolders_; }
   SelectionMenus& menus() { return menus_; }
   const DTDovetailSync& extension() const { return *extension_; }
   IconFiles& icons() { return icons_; }
@@ -48,18 +50,9 @@ class BrowserModule final : KeyValueObserver {
   IconFiles icons_{IconFiles::usualFolder()};
   MenuPlanner planner_;
   SelectionMenus menus_;
+  ShownFolders shownFolders_{platform_.finderSyncBrowser()};
   std::function<void()> onOutdatedMenus_;
   GSource* changes_ = nullptr;
 };
-
-/// Runs what a browser calls and lets nothing out of it: whatever is thrown ends the call with an empty result.
-template <typename Call>
-auto guarded(Call call) noexcept -> decltype(call()) {
-  try {
-    return call();
-  } catch (...) {
-    return decltype(call())();
-  }
-}
 
 }  // namespace platform::native

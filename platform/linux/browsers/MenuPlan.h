@@ -32,7 +32,7 @@ struct MenuStyle {
   /// The items of an archive's contents in one menu. The nearest levels come first, in their order; a folder whose contents have no
   /// room is an item that is chosen itself, and a level that has room for a part only ends with an item that is chosen for the
   /// whole folder.
-  std::size_t archiveItems = 500;
+  std::size_t archiveItems = 200;
   /// For a toolkit that confuses submenus of the same label: labels of items with submenus are made to differ invisibly.
   bool areSubmenuLabelsDistinct = false;
 };

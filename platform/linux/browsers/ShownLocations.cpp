@@ -62,9 +62,9 @@ void ShownLocations::show(GObject* part, std::optional<URL> folder) {
   const auto known = objects_.find(part);
   if (known == objects_.end()) return;
   const std::optional<URL> left = known->second;
-  const bool isOpen = folder && folder->isFileURL() && module_.browser().folderOpened(*folder);
+  const bool isOpen = folder && folder->isFileURL() && module_.shownFolders().opened(*folder);
   known->second = isOpen ? folder : std::nullopt;
-  if (left) module_.browser().folderClosed(*left);
+  if (left) module_.shownFolders().closed(*left);
 }
 
 void ShownLocations::windowAdded(GObject*, GObject* window, gpointer self) {

@@ -3,7 +3,6 @@
 #include <gtk/gtk.h>
 #include <libcaja-extension/caja-extension-types.h>
 #include <libcaja-extension/caja-file-info.h>
-#include <libcaja-extension/caja-info-provider.h>
 #include <libcaja-extension/caja-location-widget-provider.h>
 #include <libcaja-extension/caja-menu-provider.h>
 
@@ -39,7 +38,7 @@ struct CajaToolkit {
 };
 
 // Caja waits 100 ms and longer after each change of the selection, and pays for every item then.
-constexpr BrowserModule::Traits traits{.style = {.archiveItems = 500, .areSubmenuLabelsDistinct = false}, .areIconsDrawn = true};
+constexpr BrowserModule::Traits traits{.style = {.archiveItems = 200, .areSubmenuLabelsDistinct = false}, .areIconsDrawn = true};
 
 /// One for the process.
 struct Caja {
@@ -122,11 +121,6 @@ GtkWidget* getWidget(CajaLocationWidgetProvider*, const char* uri, GtkWidget*) {
   return guarded([&] { return platform::native::locationWidget(caja->module, uri); });
 }
 
-CajaOperationResult updateFileInfo(CajaInfoProvider*, CajaFileInfo* file, GClosure*, CajaOperationHandle**) {
-  guarded([&] { caja->module.browser().fileShown(urlOf(file)); });
-  return CAJA_OPERATION_COMPLETE;
-}
-
 // ---- The object that Caja makes
 
 struct DovetailCaja {
@@ -145,15 +139,11 @@ void implementMenus(gpointer interface, gpointer) {
 void implementLocations(gpointer interface, gpointer) {
   static_cast<CajaLocationWidgetProviderIface*>(interface)->get_widget = getWidget;
 }
-void implementInfo(gpointer interface, gpointer) {
-  static_cast<CajaInfoProviderIface*>(interface)->update_file_info = updateFileInfo;
-}
 
 GType dovetail_caja_get_type();
 G_DEFINE_DYNAMIC_TYPE_EXTENDED(DovetailCaja, dovetail_caja, G_TYPE_OBJECT, 0,
                                G_IMPLEMENT_INTERFACE_DYNAMIC(CAJA_TYPE_MENU_PROVIDER, implementMenus)
-                                   G_IMPLEMENT_INTERFACE_DYNAMIC(CAJA_TYPE_LOCATION_WIDGET_PROVIDER, implementLocations)
-                                       G_IMPLEMENT_INTERFACE_DYNAMIC(CAJA_TYPE_INFO_PROVIDER, implementInfo))
+                                   G_IMPLEMENT_INTERFACE_DYNAMIC(CAJA_TYPE_LOCATION_WIDGET_PROVIDER, implementLocations))
 
 void dovetail_caja_init(DovetailCaja* object) { caja->provider = CAJA_MENU_PROVIDER(object); }
 void dovetail_caja_finalize(GObject* object) {

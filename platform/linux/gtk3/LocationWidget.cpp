@@ -12,7 +12,7 @@ struct ShownLocation {
   static void left(GtkWidget*, gpointer data) {
     guarded([&] {
       const auto& location = *static_cast<ShownLocation*>(data);
-      location.module.browser().folderClosed(location.folder);
+      location.module.shownFolders().closed(location.folder);
     });
   }
   static void release(gpointer data, GClosure*) { delete static_cast<ShownLocation*>(data); }
@@ -41,7 +41,7 @@ void hideBoxSoon(GtkWidget* widget, GtkWidget*, gpointer) {
 
 GtkWidget* locationWidget(BrowserModule& module, const char* uri) {
   const URL folder = folderURL(uri);
-  if (!folder.isFileURL() || !module.browser().folderOpened(folder)) return nullptr;
+  if (!folder.isFileURL() || !module.shownFolders().opened(folder)) return nullptr;
   GtkWidget* const widget = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
   gtk_widget_set_no_show_all(widget, TRUE);
   g_signal_connect(widget, "parent-set", G_CALLBACK(hideBoxSoon), nullptr);

@@ -74,13 +74,6 @@ void updateItems() {
   if (nautilus->provider) nautilus_menu_provider_emit_items_updated_signal(nautilus->provider);
 }
 
-// ---- What the windows show
-
-NautilusOperationResult updateFileInfo(NautilusInfoProvider*, NautilusFileInfo* file, GClosure*, NautilusOperationHandle**) {
-  guarded([&] { nautilus->module.browser().fileShown(urlOf(file)); });
-  return NAUTILUS_OPERATION_COMPLETE;
-}
-
 // ---- The object that Nautilus makes
 
 struct DovetailNautilus {
@@ -95,14 +88,10 @@ void implementMenus(gpointer interface, gpointer) {
   menus.get_file_items = getFileItems;
   menus.get_background_items = getBackgroundItems;
 }
-void implementInfo(gpointer interface, gpointer) {
-  static_cast<NautilusInfoProviderInterface*>(interface)->update_file_info = updateFileInfo;
-}
 
 GType dovetail_nautilus_get_type();
 G_DEFINE_DYNAMIC_TYPE_EXTENDED(DovetailNautilus, dovetail_nautilus, G_TYPE_OBJECT, 0,
-                               G_IMPLEMENT_INTERFACE_DYNAMIC(NAUTILUS_TYPE_MENU_PROVIDER, implementMenus)
-                                   G_IMPLEMENT_INTERFACE_DYNAMIC(NAUTILUS_TYPE_INFO_PROVIDER, implementInfo))
+                               G_IMPLEMENT_INTERFACE_DYNAMIC(NAUTILUS_TYPE_MENU_PROVIDER, implementMenus))
 
 void dovetail_nautilus_init(DovetailNautilus* object) { nautilus->provider = NAUTILUS_MENU_PROVIDER(object); }
 void dovetail_nautilus_finalize(GObject* object) {

@@ -3,7 +3,6 @@
 #include <gtk/gtk.h>
 #include <libnemo-extension/nemo-extension-types.h>
 #include <libnemo-extension/nemo-file-info.h>
-#include <libnemo-extension/nemo-info-provider.h>
 #include <libnemo-extension/nemo-location-widget-provider.h>
 #include <libnemo-extension/nemo-menu-provider.h>
 #include <libnemo-extension/nemo-name-and-desc-provider.h>
@@ -36,7 +35,7 @@ struct NemoToolkit {
 };
 
 // Nemo asks at each popup, and pays for every item then.
-constexpr BrowserModule::Traits traits{.style = {.archiveItems = 500, .areSubmenuLabelsDistinct = false}, .areIconsDrawn = true};
+constexpr BrowserModule::Traits traits{.style = {.archiveItems = 200, .areSubmenuLabelsDistinct = false}, .areIconsDrawn = true};
 
 /// One for the process.
 struct Nemo {
@@ -81,11 +80,6 @@ GtkWidget* getWidget(NemoLocationWidgetProvider*, const char* uri, GtkWidget*) {
   return guarded([&] { return platform::native::locationWidget(nemo->module, uri); });
 }
 
-NemoOperationResult updateFileInfo(NemoInfoProvider*, NemoFileInfo* file, GClosure*, NemoOperationHandle**) {
-  guarded([&] { nemo->module.browser().fileShown(urlOf(file)); });
-  return NEMO_OPERATION_COMPLETE;
-}
-
 // ---- The object that Nemo makes
 
 struct DovetailNemo {
@@ -108,16 +102,12 @@ void implementName(gpointer interface, gpointer) {
     return g_list_prepend(nullptr, g_strdup("Dovetail:::Commands of the Dovetail file manager, and the contents of archives"));
   };
 }
-void implementInfo(gpointer interface, gpointer) {
-  static_cast<NemoInfoProviderIface*>(interface)->update_file_info = updateFileInfo;
-}
 
 GType dovetail_nemo_get_type();
 G_DEFINE_DYNAMIC_TYPE_EXTENDED(DovetailNemo, dovetail_nemo, G_TYPE_OBJECT, 0,
                                G_IMPLEMENT_INTERFACE_DYNAMIC(NEMO_TYPE_MENU_PROVIDER, implementMenus)
                                    G_IMPLEMENT_INTERFACE_DYNAMIC(NEMO_TYPE_LOCATION_WIDGET_PROVIDER, implementLocations)
-                                       G_IMPLEMENT_INTERFACE_DYNAMIC(NEMO_TYPE_NAME_AND_DESC_PROVIDER, implementName)
-                                           G_IMPLEMENT_INTERFACE_DYNAMIC(NEMO_TYPE_INFO_PROVIDER, implementInfo))
+                                       G_IMPLEMENT_INTERFACE_DYNAMIC(NEMO_TYPE_NAME_AND_DESC_PROVIDER, implementName))
 
 void dovetail_nemo_init(DovetailNemo* object) { nemo->provider = NEMO_MENU_PROVIDER(object); }
 void dovetail_nemo_finalize(GObject* object) {
