@@ -59,7 +59,13 @@ class FileBrowser:
         self.activate(window)
         title = window.get_name()
         press("ctrl+w")
-        wait_for("no window %r" % title, lambda: not self.find_window(title))
+        wait_for("no window %r" % title, lambda: self.is_closed(title))
+
+    def is_closed(self, title):
+        try:
+            return not self.find_window(title)
+        except Late:
+            return self.process.poll() is not None  # that was its last window
 
     # ---- Files
 
@@ -190,8 +196,9 @@ class FileBrowser:
 
     def quit(self):
         """Closes all windows; answers the exit status."""
-        while self.process.poll() is None and self.frames():
-            self.close_window(self.frames()[0])
+        titles = [frame.get_name() for frame in self.frames()]
+        for title in titles:
+            self.close_window(self.window(title))
         return self.process.wait(DEADLINE)
 
 

@@ -8,7 +8,7 @@ import dovetail_archives
 from browser_fixture import BROWSER, BrowserTest
 
 ENTRIES = 100_000
-BUDGET = 500
+BUDGET = 200
 
 
 class LargeArchiveTest(BrowserTest):

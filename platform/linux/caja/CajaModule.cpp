@@ -39,7 +39,7 @@ struct CajaToolkit {
 };
 
 // Caja waits 100 ms and longer after each change of the selection, and pays for every item then.
-constexpr BrowserModule::Traits traits{.style = {.archiveItems = 500, .areSubmenuLabelsDistinct = false}, .areIconsDrawn = true};
+constexpr BrowserModule::Traits traits{.style = {.archiveItems = 200, .areSubmenuLabelsDistinct = false}, .areIconsDrawn = true};
 
 /// One for the process.
 struct Caja {

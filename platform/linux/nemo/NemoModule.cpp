@@ -36,7 +36,7 @@ struct NemoToolkit {
 };
 
 // Nemo asks at each popup, and pays for every item then.
-constexpr BrowserModule::Traits traits{.style = {.archiveItems = 500, .areSubmenuLabelsDistinct = false}, .areIconsDrawn = true};
+constexpr BrowserModule::Traits traits{.style = {.archiveItems = 200, .areSubmenuLabelsDistinct = false}, .areIconsDrawn = true};
 
 /// One for the process.
 struct Nemo {

@@ -35,7 +35,7 @@ struct ThunarToolkit {
 };
 
 // Thunar pays for every item when the menu pops up.
-constexpr BrowserModule::Traits traits{.style = {.archiveItems = 500, .areSubmenuLabelsDistinct = false}, .areIconsDrawn = true};
+constexpr BrowserModule::Traits traits{.style = {.archiveItems = 200, .areSubmenuLabelsDistinct = false}, .areIconsDrawn = true};
 
 URL urlOf(ThunarxFileInfo* file) {
   const OwnedObject<GFile> location(thunarx_file_info_get_location(file));
