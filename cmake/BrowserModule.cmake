@@ -15,6 +15,7 @@ function(dovetail_browser_module name)
   list(GET ARG_FOLDER_OF 1 variable)
   pkg_get_variable(folder ${package} ${variable})
   pkg_get_variable(prefix ${package} prefix)
+  set_property(GLOBAL APPEND PROPERTY DOVETAIL_BROWSER_FOLDERS "${name}=${folder}")
   # Below our own prefix as it stands below the browser's.
   file(RELATIVE_PATH folder "${prefix}" "${folder}")
 

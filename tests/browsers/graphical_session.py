@@ -15,41 +15,8 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.dirname(os.path.dirname(HERE))
 sys.path.insert(0, os.path.join(ROOT, "scripts"))
 
+from browser_modules import mount, offer_module  # noqa: E402
 from dovetail_session import DEADLINE, Late, Session  # noqa: E402
-
-# The pkg-config package and its variable that name a browser's extension folder.
-EXTENSION_FOLDERS = {
-    "caja": ("libcaja-extension", "extensiondir"),
-    "nemo": ("libnemo-extension", "extensiondir"),
-    "nautilus": ("libnautilus-extension-4", "extensiondir"),
-    "thunar": ("thunarx-3", "extensionsdir"),
-}
-
-
-def extension_folder(browser):
-    package, variable = EXTENSION_FOLDERS[browser]
-    return subprocess.run(["pkg-config", "--variable=" + variable, package], check=True, text=True,
-                          stdout=subprocess.PIPE).stdout.strip()
-
-
-def mount(*arguments):
-    subprocess.run(["mount", *arguments], check=True)
-
-
-def offer_module(browser, module_folder, offered):
-    """Makes the browser find the module, and no other, in its own extension folder: seen in this namespace alone."""
-    folder = extension_folder(browser)
-    os.makedirs(offered)
-    for name in os.listdir(module_folder) if module_folder else []:
-        os.symlink(os.path.join(module_folder, name), os.path.join(offered, name))
-    if browser == "caja":  # its package brings no folder, but a variable
-        return {"CAJA_EXTENSION_DIRS": offered}
-    if not os.path.isdir(folder):
-        mount("-t", "tmpfs", "none", os.path.dirname(folder))
-        os.makedirs(folder)
-    mount("--bind", offered, folder)
-    return {}
-
 
 def namespaces():
     """Of its own: mounts for the modules, processes so that none stays behind, and the network for the display's abstract socket."""
