@@ -7,6 +7,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "archive/ArchivedClasses.h"
 #include "bench/GNUstepDecoding.h"
@@ -53,13 +54,18 @@ double extraMemory(const Data& bytes) {
   return static_cast<double>(heapMost - before) / static_cast<double>(bytes.size());
 }
 
-// The time an entry of the one shape over that of the other, many decodes of the smaller against one of the larger.
+// The time an entry of the one shape over that of the other: one tree against as many small ones, all different bytes and all kept,
+// so that both sides come upon as much that is in no cache and as much fresh memory.
 double scaling(const Data& large, std::size_t largeEntries, const Data& small, std::size_t smallEntries) {
   const std::size_t times = largeEntries / smallEntries;
-  const auto medians = mediansOf({[&] { decode(large); },
-                                  [&] {
-                                    for (std::size_t i = 0; i < times; ++i) decode(small);
-                                  }});
+  const std::vector<Data> copies(times, small);
+  std::vector<platform::Object> trees;
+  trees.reserve(times);
+  const auto decodeOne = [&] { trees.push_back(KeyedUnarchiver::unarchiveObjectWithData(large, archivedClasses())); };
+  const auto decodeAll = [&] {
+    for (const Data& copy : copies) trees.push_back(KeyedUnarchiver::unarchiveObjectWithData(copy, archivedClasses()));
+  };
+  const auto medians = mediansOf({[&] { decodeOne(), trees.clear(); }, [&] { decodeAll(), trees.clear(); }});
   return medians[0] / medians[1] * static_cast<double>(times * smallEntries) / static_cast<double>(largeEntries);
 }
 

@@ -30,9 +30,9 @@ std::optional<platform::Data> received(platform::LocalMessagePort&, std::int32_t
 
 }  // namespace
 
-void check(bool holds, std::source_location place) {
+void check(bool holds, const char* file, int line) {
   if (holds) return;
-  std::fprintf(stderr, "%s:%u: %m\n", place.file_name(), static_cast<unsigned>(place.line()));
+  std::fprintf(stderr, "%s:%d: %m\n", file, line);
   std::abort();
 }
 

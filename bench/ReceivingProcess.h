@@ -6,7 +6,6 @@
 #include <array>
 #include <cstdint>
 #include <functional>
-#include <source_location>
 #include <string>
 #include <string_view>
 
@@ -14,7 +13,7 @@
 #include "platform/linux/Descriptor.h"
 
 /// Ends the bench unless the condition holds, and names the line.
-void check(bool holds, std::source_location place = std::source_location::current());
+void check(bool holds, const char* file = __builtin_FILE(), int line = __builtin_LINE());
 
 /// Both ends of a connected pair of sockets of this type.
 std::array<platform::native::Descriptor, 2> socketPair(int type);

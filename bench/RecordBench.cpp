@@ -23,6 +23,7 @@ namespace {
 
 using platform::ByteView;
 using platform::Data;
+using platform::native::Descriptor;
 
 constexpr std::string_view portName = "bench.Sync.1";
 
@@ -72,7 +73,8 @@ void touchPages(ByteView bytes) {
 
 void compareSmallRecords(const std::string& folder) {
   constexpr int times = 1'000;
-  const auto [out, in] = socketPair(SOCK_SEQPACKET);
+  const auto ends = socketPair(SOCK_SEQPACKET);
+  const Descriptor &out = ends[0], &in = ends[1];
   ReceivingProcess reader(listener(folder, decodeRecord));
   ReceivingProcess bareReader([&](const auto& done) {
     Data packet(64 * 1024);
@@ -133,7 +135,8 @@ void receiveStreams(int socket, const std::function<void()>& done) {
 
 void compareTrees(const std::string& folder) {
   const Data tree = archiveOf(realisticTree(20'000));
-  const auto [out, in] = socketPair(SOCK_STREAM);
+  const auto ends = socketPair(SOCK_STREAM);
+  const Descriptor &out = ends[0], &in = ends[1];
   ReceivingProcess reader(listener(folder, touchPages));
   ReceivingProcess bareReader([&](const auto& done) { receiveStreams(in.get(), done); });
   platform::native::LinuxLog log;

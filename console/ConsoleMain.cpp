@@ -3,6 +3,7 @@
 #include <glib.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
@@ -12,6 +13,7 @@
 #include "console/Console.h"
 #include "console/ConsoleOptions.h"
 #include "console/Conversation.h"
+#include "console/Diagnosis.h"
 #include "console/ImageSheet.h"
 #include "console/JSONLanguage.h"
 #include "console/PlainLanguage.h"
@@ -21,6 +23,7 @@
 
 using platform::JSON;
 using platform::native::LinuxPlatform;
+using platform::native::OwnedText;
 
 namespace {
 
@@ -96,6 +99,20 @@ int drawImages(const std::string& folder) {
   return writeImages(folder, workspace, workspace, graphics);
 }
 
+int diagnose(LinuxPlatform& platform) {
+  platform::native::SessionBus bus(platform.log());
+  const bool hasBus = bus.connection(platform::native::SessionBus::deadline()) != nullptr;
+  std::vector<Finding> findings = findingsOfServices(platform.references(), hasBus);
+  for (const BrowserPlace& browser : builtBrowsers()) {
+    const OwnedText program(g_find_program_in_path(browser.name.c_str()));
+    if (!program) continue;
+    const auto ofBrowser = findingsOfBrowser(browser, "/proc");
+    findings.insert(findings.end(), ofBrowser.begin(), ofBrowser.end());
+  }
+  std::fputs(textOfFindings(findings).c_str(), stdout);
+  return std::any_of(findings.begin(), findings.end(), [](const Finding& finding) { return finding.isFault; }) ? 1 : 0;
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -115,5 +132,5 @@ int main(int count, char** arguments) {
     }
   }
   LinuxPlatform platform(std::move(choices));
-  return run(options, platform);
+  return options.isDiagnosisWanted ? diagnose(platform) : run(options, platform);
 }

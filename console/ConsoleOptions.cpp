@@ -6,6 +6,7 @@ namespace {
 
 constexpr std::string_view usage =
     "usage: dovetail-console [--json] [--entitlements FILE] [--bundle-version TEXT]\n"
+    "       dovetail-console diagnose\n"
     "       dovetail-console images FOLDER\n"
     "\n"
     "A file browser without a screen: loads the extension as a browser does and takes commands in\n"
@@ -15,6 +16,7 @@ constexpr std::string_view usage =
     "  --entitlements FILE    the extension's entitlements, in place of those built in\n"
     "  --bundle-version TEXT  the extension's version, in place of the one built in\n"
     "  --help                 this text\n"
+    "  diagnose               tells why a menu may be missing; the status is 1 when it finds a fault\n"
     "  images FOLDER          draws all images of the menus into the folder, for people to look at\n";
 
 void endWith(ConsoleOptions& options, int status, std::string_view text) {
@@ -37,6 +39,8 @@ ConsoleOptions consoleOptions(int count, char** arguments) {
       options.entitlementsFile = arguments[++i];
     } else if (name == "--bundle-version" && hasValue) {
       options.bundleVersion = arguments[++i];
+    } else if (name == "diagnose" && i + 1 == count) {
+      options.isDiagnosisWanted = true;
     } else if (name == "images" && i == 1 && count == 3) {
       options.imagesFolder = arguments[++i];
     } else {

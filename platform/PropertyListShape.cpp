@@ -80,16 +80,21 @@ bool PropertyListShape::hasSameForm(const PropertyListReader& list) const {
 }
 
 bool PropertyListShape::hasSameOffsets(const PropertyListReader& list, const Shifts& shifts) const {
-  const std::size_t* learned = offsets_.data();
-  const std::uint8_t* at = list.table_;
-  std::uint64_t difference = 0;
-  for (const Run& run : runs_) {
-    const auto shift = static_cast<std::uint64_t>(shifts[run.gapsBefore]);
-    for (std::size_t i = 0; i < run.count; ++i, at += offsetSize_) {
-      difference |= PropertyListReader::number(at, offsetSize_) ^ (*learned++ + shift);
+  const auto areSame = [&](auto numberAt) {
+    const std::size_t* learned = offsets_.data();
+    const std::uint8_t* at = list.table_;
+    std::uint64_t difference = 0;
+    for (const Run& run : runs_) {
+      const auto shift = static_cast<std::uint64_t>(shifts[run.gapsBefore]);
+      for (std::size_t i = 0; i < run.count; ++i) difference |= numberAt(at + i * offsetSize_) ^ (learned[i] + shift);
+      learned += run.count;
+      at += run.count * offsetSize_;
     }
-  }
-  return difference == 0;
+    return difference == 0;
+  };
+  // The usual size has a loop of its own.
+  if (offsetSize_ == 2) return areSame([](const std::uint8_t* at) { return std::uint64_t{at[0]} << 8 | at[1]; });
+  return areSame([&](const std::uint8_t* at) { return PropertyListReader::number(at, offsetSize_); });
 }
 
 bool PropertyListShape::matches(ByteView bytes, std::span<PropertyListItem> items) const {

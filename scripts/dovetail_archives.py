@@ -32,6 +32,11 @@ def make_zip(path, entries=ENTRIES):
             archive.writestr(name, data or b"")
 
 
+def make_large_zip(path, count):
+    """`count` entries: a folder with all of them but two, and two files."""
+    make_zip(path, [("many/", None), ("last.txt", b"")] + [("many/%06d.txt" % number, b"") for number in range(count - 2)])
+
+
 def make_7z(path, folder):
     subprocess.run(["bsdtar", "--format=7zip", "-cf", path, "-C", folder, "."], check=True)
 

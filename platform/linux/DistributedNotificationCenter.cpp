@@ -11,6 +11,7 @@ constexpr const char* interfaceName = "org.dovetail.DistributedNotificationCente
 }  // namespace
 
 struct LinuxDistributedNotificationCenter::Subscription {
+  LinuxDistributedNotificationCenter& center;
   const void* observer;
   std::string name;
   std::function<void(const std::string& object)> handler;
@@ -18,14 +19,18 @@ struct LinuxDistributedNotificationCenter::Subscription {
   guint identifier = 0;
   bool isActive = true;
 
+  void deliver(const std::string& object) {
+    if (isActive && center.beforeDelivery_) center.beforeDelivery_();
+    if (isActive) handler(object);
+  }
   static void onSignal(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* body,
                        gpointer data) {
     // The handler may end its own subscription.
     const auto subscription = *static_cast<std::shared_ptr<Subscription>*>(data);
-    if (!subscription->isActive || !g_variant_is_of_type(body, G_VARIANT_TYPE("(s)"))) return;
+    if (!g_variant_is_of_type(body, G_VARIANT_TYPE("(s)"))) return;
     const char* object = nullptr;
     g_variant_get(body, "(&s)", &object);
-    subscription->handler(object);
+    subscription->deliver(object);
   }
 };
 
@@ -50,7 +55,7 @@ void LinuxDistributedNotificationCenter::addObserver(const void* observer, std::
   // Before the list grows, as a connection made now would subscribe all of the list.
   GDBusConnection* connection = bus_.connection(SessionBus::deadline());
   subscriptions_.push_back(
-      std::make_shared<Subscription>(Subscription{observer, std::move(member), std::move(handler)}));
+      std::make_shared<Subscription>(Subscription{*this, observer, std::move(member), std::move(handler)}));
   if (connection != nullptr) subscribe(subscriptions_.back(), connection);
 }
 
@@ -66,9 +71,7 @@ void LinuxDistributedNotificationCenter::removeObserver(const void* observer) {
 
 // What was posted before the subscriptions stood went by unheard, as the start of a host on the new bus.
 void LinuxDistributedNotificationCenter::tellOfReturn(const Subscriptions& subscriptions) {
-  for (const auto& subscription : subscriptions) {
-    if (subscription->isActive) subscription->handler("");
-  }
+  for (const auto& subscription : subscriptions) subscription->deliver("");
 }
 
 void LinuxDistributedNotificationCenter::postNotificationName(std::string_view name, std::string_view object, bool) {

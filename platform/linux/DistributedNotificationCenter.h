@@ -23,6 +23,9 @@ class LinuxDistributedNotificationCenter final : public DistributedNotificationC
   LinuxDistributedNotificationCenter(SessionBus& bus, Log& log);
   ~LinuxDistributedNotificationCenter() override;
 
+  /// Runs before each delivery to an observer.
+  void setBeforeDelivery(std::function<void()> handler) { beforeDelivery_ = std::move(handler); }
+
   void addObserver(const void* observer, std::string_view name,
                    std::function<void(const std::string& object)> handler) override;
   void removeObserver(const void* observer) override;
@@ -38,6 +41,7 @@ class LinuxDistributedNotificationCenter final : public DistributedNotificationC
 
   SessionBus& bus_;
   Log& log_;
+  std::function<void()> beforeDelivery_;
   Subscriptions subscriptions_;
   MainLoopSource afterReturn_;
 };

@@ -4,7 +4,11 @@ namespace platform::native {
 
 LinuxPlatform::LinuxPlatform(Options options)
     : entitlements_(options.entitlements.value_or(std::string(BuildSettings::entitlements))),
-      mainBundle_(options.bundleVersion.value_or(std::string(BuildSettings::bundleVersion))) {}
+      mainBundle_(options.bundleVersion.value_or(std::string(BuildSettings::bundleVersion))) {
+  // What the host has stored before it notifies is there for whoever hears it: the settings' own notices come on another connection,
+  // sooner or later.
+  distributedNotificationCenter_.setBeforeDelivery([this] { userDefaultsSuites_.synchronize(); });
+}
 
 Platform LinuxPlatform::references() {
   return {

@@ -65,6 +65,9 @@ class DConfStore final : public UserDefaults {
   void addObserver(KeyValueObserver& observer, std::string_view key) override;
   void removeObserver(KeyValueObserver& observer, std::string_view key) override;
 
+  void synchronize() {
+    readAgain([](const std::string&) { return true; });
+  }
   void listen(GDBusConnection* bus);
   void stopListening();
 
@@ -162,7 +165,7 @@ void DConfStore::onListening(GObject* bus, GAsyncResult* result, gpointer data) 
   const std::unique_ptr<std::weak_ptr<DConfStore*>> self(static_cast<std::weak_ptr<DConfStore*>*>(data));
   const OwnedVariant reply(g_dbus_connection_call_finish(G_DBUS_CONNECTION(bus), result, nullptr));
   const auto store = self->lock();
-  if (store) (*store)->readAgain([](const std::string&) { return true; });
+  if (store) (*store)->synchronize();
 }
 
 void DConfStore::onNotify(GDBusConnection*, const char*, const char*, const char*, const char*,
@@ -224,6 +227,13 @@ std::unique_ptr<UserDefaults> LinuxUserDefaultsSuites::initWithSuiteName(std::st
   auto store = std::make_unique<DConfStore>(*std::move(path), stores_);
   if (connection) store->listen(connection);
   return store;
+}
+
+void LinuxUserDefaultsSuites::synchronize() {
+  const std::shared_ptr<DConfStore::OpenStores> open = stores_;
+  for (DConfStore* store : DConfStore::OpenStores(*open)) {
+    if (std::ranges::find(*open, store) != open->end()) store->synchronize();  // those told may close stores
+  }
 }
 
 }  // namespace platform::native

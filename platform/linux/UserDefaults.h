@@ -26,6 +26,9 @@ class LinuxUserDefaultsSuites : public UserDefaultsSuites {
   /// outlive the suites and is then told of no change.
   std::unique_ptr<UserDefaults> initWithSuiteName(std::string_view suiteName) override;
 
+  /// Takes over what others have stored by now, ahead of the notices of it, and tells the observers.
+  void synchronize();
+
  private:
   SessionBus& bus_;
   std::shared_ptr<std::vector<DConfStore*>> stores_;  // all that are open

@@ -82,6 +82,21 @@ TEST_F(SessionBus, aSignalOfAnotherFormIsNotHeard) {
   EXPECT_EQ(heard, std::vector<std::string>{"last"});
 }
 
+TEST_F(SessionBus, whatIsToRunBeforeADeliveryRunsBeforeEachAndMayEndTheObservation) {
+  observe("N");
+  center.setBeforeDelivery([this] { heard.emplace_back("before"); });
+  center.postNotificationName("N", "text", true);
+  ASSERT_TRUE(runUntilHeard(2));
+  EXPECT_EQ(heard, (std::vector<std::string>{"before", "text"}));
+  center.setBeforeDelivery([this] {
+    heard.emplace_back("end");
+    center.removeObserver(this);
+  });
+  center.postNotificationName("N", "unheard", true);
+  ASSERT_TRUE(runUntilHeard(3));
+  EXPECT_EQ(heard.back(), "end");
+}
+
 TEST_F(SessionBus, aNameThatIsNoLegalMemberIsDroppedWithOneLineInTheLog) {
   const std::vector<std::string> names = {"", "a.b", "a b", "1a", "ä", std::string(256, 'n'), std::string("a\0b", 3)};
   for (const std::string& name : names) center.postNotificationName(name, "text", true);

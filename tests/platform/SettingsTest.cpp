@@ -134,6 +134,28 @@ TEST_F(Settings, anotherProgramsChangeReplacesWhatWasReadAndIsTold) {
   store->removeObserver(observer, "key");
 }
 
+TEST_F(Settings, whatIsStoredAlreadyCanBeHadAheadOfItsNoticeAndIsToldOnce) {
+  Observer observer;
+  store->addObserver(observer, "key");
+  write("key", "'new'");
+  EXPECT_EQ(text("key"), "no text");
+  suites->synchronize();
+  EXPECT_EQ(text("key"), "new");
+  waitUntilTold();
+  EXPECT_THAT(observer.told, ElementsAre("key=new"));
+}
+
+TEST_F(Settings, anObserverMayCloseTheStoreWhileAllIsSynchronized) {
+  Observer observer;
+  auto other = suites->initWithSuiteName(group);
+  other->addObserver(observer, "key");
+  observer.whenTold = [&] { store.reset(); };
+  write("key", "'new'");
+  suites->synchronize();
+  EXPECT_FALSE(store);
+  EXPECT_THAT(observer.told, ElementsAre("key=new"));
+}
+
 TEST_F(Settings, aRemovedKeyIsToldAndReadsAsRegisteredAgain) {
   Dictionary defaults;
   defaults.add("key", "registered");

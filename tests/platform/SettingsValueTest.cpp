@@ -135,7 +135,7 @@ TEST(SettingsValues, valuesAreWrittenInTheirNarrowestForm) {
   EXPECT_EQ(written(Array{"a", "b"}), "['a', 'b']");
   EXPECT_EQ(written(Array{true}), "[true]");
   EXPECT_EQ(written(Array{true, "a"}), "[<true>, <'a'>]");
-  EXPECT_EQ(written(Array{Array{}}), "[<@av []>]");
+  EXPECT_EQ(written(Array{Object(Array{})}), "[<@av []>]");
   Dictionary dictionary;
   dictionary.add("a", Array{Integer::ofSigned(7)});
   EXPECT_EQ(written(dictionary), "{'a': <[7]>}");

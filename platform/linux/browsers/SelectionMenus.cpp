@@ -1,0 +1,81 @@
+#include "platform/linux/browsers/SelectionMenus.h"
+
+#include <algorithm>
+
+namespace platform::native {
+
+namespace {
+
+constexpr std::size_t rememberedMenus = 8;  // a selection and a background for each of some windows
+
+}  // namespace
+
+BoundMenuRef SelectionMenus::menuForItems(std::vector<URL> selection) {
+  if (selection.empty()) return nullptr;
+  return give({MenuKind::contextualMenuForItems, std::move(selection), std::nullopt});
+}
+
+BoundMenuRef SelectionMenus::menuForFolder(URL folder) {
+  return give({MenuKind::contextualMenuForContainer, {}, std::move(folder)});
+}
+
+BoundMenuRef SelectionMenus::menuForToolbar(std::vector<URL> selection, std::optional<URL> folder) {
+  return build({MenuKind::toolbarItemMenu, std::move(selection), std::move(folder)});
+}
+
+void SelectionMenus::choose(const BoundMenu& menu, const PlannedItem& item) {
+  if (item.items || !item.isEnabled) return;
+  extension_.setTargetUrls(menu.targets);
+  browser_.itemChosen(item.choice);
+}
+
+bool SelectionMenus::isOutdated() const {
+  return !isHeld_ && std::ranges::any_of(given_, [this](const Given& given) { return isOutdated(given); });
+}
+
+bool SelectionMenus::dropOutdated() {
+  return std::erase_if(given_, [this](const Given& given) { return isOutdated(given); }) > 0;
+}
+
+BoundMenuRef SelectionMenus::give(Request request) {
+  const auto given = std::ranges::find_if(given_, [&](const Given& other) { return isSame(other.request, request); });
+  if (given != given_.end() && isHeld_) return given->menu;
+  const Facts facts = factsOf(fileOf(request));
+  if (given != given_.end() && given->facts == facts) return given->menu;
+  if (given != given_.end()) given_.erase(given);
+  BoundMenuRef menu = build(request);
+  given_.push_front({std::move(request), facts, menu});
+  if (given_.size() > rememberedMenus) given_.pop_back();
+  return menu;
+}
+
+// The extension records what the menu acts on while it builds it.
+BoundMenuRef SelectionMenus::build(const Request& request) {
+  browser_.setSelectedItemURLs(request.selection);
+  browser_.setTargetedURL(request.folder);
+  // Not every browser tells of a file that came after its folder was entered, and none of those that a new host has to be asked about.
+  if (request.kind == MenuKind::contextualMenuForItems && request.selection.size() == 1) browser_.fileShown(request.selection.front());
+  const auto menu = browser_.menuForMenuKind(request.kind);
+  if (!menu || menu->items.empty()) return nullptr;
+  const std::string name = "DTDovetailSync" + std::to_string(static_cast<int>(request.kind));
+  return std::make_shared<BoundMenu>(BoundMenu{planner_.itemsOf(*menu, name), extension_.targetUrls()});
+}
+
+SelectionMenus::Facts SelectionMenus::factsOf(std::optional<FileIdentity> file) const {
+  const auto* archive = file ? extension_.archives().objectForKey(*file) : nullptr;
+  return {extension_.applicationPid(), age_, file, archive ? *archive : nullptr};
+}
+
+std::optional<FileIdentity> SelectionMenus::fileOf(const Request& request) {
+  const bool isAnyWatched = !browser_.directoryURLs().empty();
+  return isAnyWatched && request.selection.size() == 1 ? files_.fileResourceIdentifier(request.selection.front()) : std::nullopt;
+}
+
+bool SelectionMenus::isSame(const Request& a, const Request& b) {
+  const auto isSameText = [](const URL& one, const URL& other) { return one.isSameText(other); };
+  if (a.kind != b.kind) return false;
+  if (a.folder.has_value() != b.folder.has_value() || (a.folder && !a.folder->isSameText(*b.folder))) return false;
+  return std::ranges::equal(a.selection, b.selection, isSameText);
+}
+
+}  // namespace platform::native

@@ -1,0 +1,53 @@
+#include "platform/linux/gtk3/LocationWidget.h"
+
+#include "platform/linux/browsers/NativeItems.h"
+
+namespace platform::native {
+namespace {
+
+struct ShownLocation {
+  BrowserModule& module;
+  URL folder;
+
+  static void left(GtkWidget*, gpointer data) {
+    guarded([&] {
+      const auto& location = *static_cast<ShownLocation*>(data);
+      location.module.shownFolders().closed(location.folder);
+    });
+  }
+  static void release(gpointer data, GClosure*) { delete static_cast<ShownLocation*>(data); }
+};
+
+bool isEmpty(GtkContainer* box) {
+  bool isEmpty = true;
+  GList* const children = gtk_container_get_children(box);
+  for (GList* child = children; child; child = child->next) isEmpty &= !gtk_widget_get_visible(GTK_WIDGET(child->data));
+  g_list_free(children);
+  return isEmpty;
+}
+
+gboolean hideIfEmpty(gpointer box) {
+  if (isEmpty(GTK_CONTAINER(box))) gtk_widget_hide(GTK_WIDGET(box));
+  return G_SOURCE_REMOVE;
+}
+
+// The browser shows a box with a border for such widgets, empty but for ours in most windows, as soon as it has put them in.
+void hideBoxSoon(GtkWidget* widget, GtkWidget*, gpointer) {
+  GtkWidget* const box = gtk_widget_get_parent(widget);
+  if (box) g_idle_add_full(G_PRIORITY_HIGH_IDLE, hideIfEmpty, g_object_ref(box), g_object_unref);
+}
+
+}  // namespace
+
+GtkWidget* locationWidget(BrowserModule& module, const char* uri) {
+  const URL folder = folderURL(uri);
+  if (!folder.isFileURL() || !module.shownFolders().opened(folder)) return nullptr;
+  GtkWidget* const widget = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
+  gtk_widget_set_no_show_all(widget, TRUE);
+  g_signal_connect(widget, "parent-set", G_CALLBACK(hideBoxSoon), nullptr);
+  g_signal_connect_data(widget, "destroy", G_CALLBACK(ShownLocation::left), new ShownLocation{module, folder},
+                        ShownLocation::release, GConnectFlags(0));
+  return widget;
+}
+
+}  // namespace platform::native
