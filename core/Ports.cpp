@@ -1,4 +1,6 @@
 // The two named ports between the extension and its host, and how a failure of the link reaches the host.
+#include <new>
+
 #include "core/ApplicationGroup.h"
 #include "core/DTDovetailSync.h"
 #include "platform/JSON.h"
@@ -18,9 +20,14 @@ constexpr double sendTimeoutInSeconds = 1.0;
 constexpr double receiveTimeoutInSeconds = 1.0;
 constexpr std::string_view sendFailureNotification = "DTDovetailAppMessage";
 
-// The record is handed on as a copy: it may name an operation that reaches the port again.
+// The record is handed on as a copy: it may name an operation that reaches the port again. One that finds no memory is handed on
+// empty, and so reported as one that cannot be read.
 std::optional<Data> receiveMessage(LocalMessagePort&, std::int32_t, ByteView data, void* info) {
-  const Data copy(data.begin(), data.end());
+  Data copy;
+  try {
+    copy.assign(data.begin(), data.end());
+  } catch (const std::bad_alloc&) {
+  }
   static_cast<DTDovetailSync*>(info)->handleMessage(copy);
   return std::nullopt;
 }

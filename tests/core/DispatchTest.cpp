@@ -1,3 +1,5 @@
+#include <set>
+
 #include "tests/ExtensionFixture.h"
 
 using platform::Data;
@@ -38,6 +40,23 @@ std::vector<Object> oneObjectOfEachKind() {
           coded(DTArchiveEntry()),
           coded(DTTreeNode()),
           coded(DTMessage("noSuchMethod:", Object()))};
+}
+
+// Whether an operation takes an argument of that kind, whatever it then makes of it.
+bool isTaken(const std::string& selector, const Object& argument) {
+  static const std::set<std::string> forNilAlone{"compress:", "delete:", "expand:", "rename:", "setArchiveMenus:", "setArchives:",
+                                                 "setObservedFiles:", "setPortMonitor:", "setSenderObjects:", "showAcl:",
+                                                 "showChecksum:", "showPermissions:", "showSizeBrowser:"};
+  static const std::set<std::string> forURLs{"beginObservingDirectoryAtURL:", "endObservingDirectoryAtURL:",
+                                             "requestBadgeIdentifierForURL:"};
+  if (forNilAlone.contains(selector)) return argument.isNil();
+  if (forURLs.contains(selector)) return argument.get<platform::URL>();
+  if (selector == "handleMessage:") return argument.get<Data>();
+  if (selector == "iconForFileType:") return argument.get<std::string>();
+  if (selector == "setPortName:") return argument.isNil() || argument.get<std::string>();
+  if (selector == "setTargetUrls:") return argument.isNil();  // an array of a text is none of URLs
+  if (selector == "sendMessage:") return argument.instance<DTMessage>() != nullptr;
+  return selector == "updateApplicationRunning:";  // any object: it tells only that something happened
 }
 
 }  // namespace
@@ -138,13 +157,20 @@ TEST_F(Dispatch, anArgumentOfAWrongKindIsIgnored) {
   takeMessages();
   fakes.calls.take();
   for (const char* selector : selectors) {
-    if (std::string(selector) == "updateApplicationRunning:") continue;  // takes any object
-    receive(DTMessage(selector, Object(1.5)));
+    for (const Object& argument : oneObjectOfEachKind()) {
+      if (isTaken(selector, argument)) continue;
+      receive(DTMessage(selector, argument));
+      const std::string what = std::string(selector) + " with kind " + std::to_string(argument.value().index());
+      EXPECT_THAT(takeMessages(), IsEmpty()) << what;
+      EXPECT_THAT(fakes.calls.take(), IsEmpty()) << what;
+      EXPECT_THAT(fakes.distributedNotificationCenter.posted, IsEmpty()) << what;
+    }
   }
-  EXPECT_THAT(takeMessages(), IsEmpty());
-  EXPECT_THAT(fakes.calls.take(), IsEmpty());
   EXPECT_EQ(extension->portName(), "G.Sync.4711");
   EXPECT_EQ(extension->targetUrls()->size(), 1u);
+  EXPECT_NE(extension->portMonitor(), nullptr);
+  EXPECT_EQ(extension->archives().count(), 1u);
+  EXPECT_EQ(extension->archiveMenus().count(), 0u);
   EXPECT_THAT(observedIn("/w"), ElementsAre("/w/a.txt"));
 }
 
