@@ -12,8 +12,7 @@
 #include "bench/Ratios.h"
 #include "bench/ReceivingProcess.h"
 #include "bench/TreeShapes.h"
-#include "core/DTMessage.h"
-#include "platform/KeyedArchiver.h"
+#include "core/MessageWriter.h"
 #include "platform/KeyedUnarchiver.h"
 #include "platform/linux/Log.h"
 #include "platform/linux/MessagePorts.h"
@@ -52,11 +51,11 @@ void send(platform::RemoteMessagePort& port, ByteView record) {
   check(port.sendRequest(0, record, 1.0, 1.0) == platform::MessagePortStatus::success);
 }
 
-/// What the extension asks the host for each file of a watched folder.
-Data encodedRecord(const platform::URL& file) {
-  const auto message = std::make_shared<DTMessage>("openArchive:portName:", file);
-  message->setPortName("org.dovetail.group.Sync.4711");
-  return *platform::KeyedArchiver::archivedDataWithRootObject(platform::Object(std::shared_ptr<const platform::Coding>(message)));
+/// What the extension asks the host for each file of a watched folder, encoded as it does.
+ByteView encodedRecord(MessageWriter& writer, const platform::URL& file) {
+  DTMessage message("openArchive:portName:", file);
+  message.setPortName("org.dovetail.group.Sync.4711");
+  return *writer.archive(message);
 }
 
 void decodeRecord(ByteView record) {
@@ -89,8 +88,10 @@ void compareSmallRecords(const std::string& folder) {
   const auto port = ports.createRemote(portName);
   check(port != nullptr);
   const platform::URL file = platform::URL::fileURLWithPath("/home/user/Downloads/holiday pictures.tar.gz");
-  const Data record = encodedRecord(file);
-  const auto ours = [&] { return secondsOf(reader, times, [&] { send(*port, encodedRecord(file)); }); };
+  MessageWriter writer;
+  const ByteView encoded = encodedRecord(writer, file);
+  const Data record(encoded.begin(), encoded.end());
+  const auto ours = [&] { return secondsOf(reader, times, [&] { send(*port, encodedRecord(writer, file)); }); };
   const auto bare = [&] {
     return secondsOf(bareReader, times, [&] {
       check(::send(out.get(), record.data(), record.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(record.size()));
@@ -98,7 +99,7 @@ void compareSmallRecords(const std::string& folder) {
   };
   const auto codec = [&] {
     const std::int64_t start = now();
-    for (int i = 0; i < times; ++i) decodeRecord(encodedRecord(file));
+    for (int i = 0; i < times; ++i) decodeRecord(encodedRecord(writer, file));
     return static_cast<double>(now() - start) / times * 1e-9;
   };
   const auto medians = mediansOfMeasures({ours, bare, codec}, 31);

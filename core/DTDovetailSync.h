@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "core/DTMessage.h"
+#include "core/MessageWriter.h"
 #include "core/OnceOnly.h"
 #include "core/URLSet.h"
 #include "platform/Cache.h"
@@ -181,6 +182,7 @@ class DTDovetailSync final : public platform::FinderSync,
   OnceOnly& onceOnly_;
   bool isStarted_ = false;
   int dispatchDepth_ = 0;
+  MessageWriter messageWriter_;
 
   // Released in the reverse of this order.
   std::int32_t applicationPid_ = 0;

@@ -4,7 +4,6 @@
 #include "core/ApplicationGroup.h"
 #include "core/DTDovetailSync.h"
 #include "platform/JSON.h"
-#include "platform/KeyedArchiver.h"
 
 using platform::ByteView;
 using platform::Data;
@@ -66,8 +65,7 @@ std::optional<std::string> DTDovetailSync::openOutboundPort() {
 
 std::optional<std::string> DTDovetailSync::deliver(DTMessage& message) {
   message.setPortName(portName_);
-  const auto archive = platform::KeyedArchiver::archivedDataWithRootObject(
-      std::shared_ptr<const platform::Coding>(std::shared_ptr<void>(), &message));
+  const auto archive = messageWriter_.archive(message);
   if (!archive) return "There was an error archiving message for sending.";
   const MessagePortStatus status = port_->sendRequest(0, *archive, sendTimeoutInSeconds, receiveTimeoutInSeconds);
   if (status == MessagePortStatus::success) return std::nullopt;

@@ -105,6 +105,7 @@ class PropertyListReader {
               std::span<std::uint64_t> values) const;
 
  private:
+  friend class ArchiveForm;
   friend class PropertyListShape;
   static constexpr std::size_t headerLength = 8;
   static constexpr std::size_t trailerLength = 32;

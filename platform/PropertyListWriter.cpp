@@ -15,15 +15,6 @@ constexpr std::size_t TrailerLength = 32;
 // The smallest width of the format that holds a value: 1, 2, 4 or 8 bytes.
 unsigned width(std::uint64_t value) { return value >> 8 == 0 ? 1 : value >> 16 == 0 ? 2 : value >> 32 == 0 ? 4 : 8; }
 
-std::uint8_t* putNumber(std::uint8_t* out, std::uint64_t value, unsigned size) {
-  if (size == 1) {
-    *out = static_cast<std::uint8_t>(value);
-    return out + 1;
-  }
-  for (unsigned i = size; i-- > 0;) *out++ = static_cast<std::uint8_t>(value >> (8 * i));
-  return out;
-}
-
 std::uint64_t wordAt(const std::uint8_t* at) {
   std::uint64_t word;
   std::memcpy(&word, at, sizeof word);

@@ -31,6 +31,16 @@ struct PropertyListSize {
   std::size_t length() const;
 };
 
+/// Writes a number of so many bytes, the highest first, and answers where it ends.
+inline std::uint8_t* putNumber(std::uint8_t* out, std::uint64_t value, unsigned size) {
+  if (size == 1) {
+    *out = static_cast<std::uint8_t>(value);
+    return out + 1;
+  }
+  for (unsigned i = size; i-- > 0;) *out++ = static_cast<std::uint8_t>(value >> (8 * i));
+  return out;
+}
+
 class PropertyListWriter {
  public:
   /// Has room for a record of an ordinary size.
@@ -73,6 +83,7 @@ class PropertyListWriter {
   bool isSameAs(const PropertyListWriter& other) const;
 
  private:
+  friend class ArchiveForm;
   struct Span {
     std::size_t start = 0;
     std::size_t length = 0;

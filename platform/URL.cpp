@@ -1,5 +1,6 @@
 #include "platform/URL.h"
 
+#include <array>
 #include <functional>
 
 namespace platform {
@@ -126,20 +127,24 @@ std::optional<std::string> percentDecoded(std::string_view text) {
 }
 
 // The characters that RFC 3986 allows in a path, but for ";", which old readers take for a parameter.
-bool standsInPath(char c) {
-  return isAlpha(c) || isDigit(c) || std::string_view("-._~!$&'()*+,=:@/").find(c) != std::string_view::npos;
-}
+constexpr auto standsInPath = [] {
+  std::array<bool, 256> table{};
+  for (const char c : std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~!$&'()*+,=:@/")) {
+    table[static_cast<unsigned char>(c)] = true;
+  }
+  return table;
+}();
 
 std::string fileURLText(std::string_view path, bool isDirectory) {
   static constexpr char digits[] = "0123456789ABCDEF";
   std::string text = "file://";
   text.reserve(text.size() + path.size() + 8);
   for (const char c : path) {
-    if (standsInPath(c)) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (standsInPath[byte]) {
       text += c;
       continue;
     }
-    const auto byte = static_cast<unsigned char>(c);
     ((text += '%') += digits[byte >> 4]) += digits[byte & 15];
   }
   if (isDirectory && path != "/") text += '/';

@@ -99,6 +99,17 @@ TEST(WhenMemoryRunsOut, nothingIsWrittenAndNothingIsThrownOrLeaked) {
   EXPECT_GT(failuresOf(encodes), 20u);
 }
 
+TEST(WhenMemoryRunsOut, aQuestionIsNotWrittenAndNothingIsThrownOrLeaked) {
+  const auto question = [](const char* path) { return DTMessage("openArchive:portName:", platform::URL::fileURLWithPath(path)); };
+  const DTMessage first = question("/a"), second = question("/a file with a name that is longer");
+  const auto writes = [&] {
+    MessageWriter writer;
+    return writer.archive(first) && writer.archive(second);
+  };
+  EXPECT_TRUE(writes());
+  EXPECT_GT(failuresOf(writes), 20u);
+}
+
 class WhenMemoryIsShort : public ExtensionTest {};
 
 TEST_F(WhenMemoryIsShort, aRecordThatFindsNoneIsReportedAsOneThatCannotBeRead) {
