@@ -176,7 +176,8 @@ class DTDovetailSync final : public platform::FinderSync,
   void sendTargets(std::string_view selector);
 
   // folders/ObservedFolders.cpp
-  bool see(const platform::URL& url, const platform::FileIdentity& identity);
+  bool see(const platform::URL& url, const platform::FileSighting& file, std::vector<platform::URL>& questions);
+  void ask(std::vector<platform::URL>& questions);
 
   const platform::Platform platform_;
   OnceOnly& onceOnly_;

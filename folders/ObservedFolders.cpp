@@ -10,6 +10,10 @@ using platform::URL;
 
 namespace {
 
+// A host that sleeps between two questions has to be woken for each, which costs more than all the rest; while it works on one, the
+// next come for free. That many fit into its socket.
+constexpr std::size_t questionsAtOnce = 64;
+
 std::string description(const platform::Error& error) {
   const std::string* text = error.textForKey(platform::LocalizedDescriptionKey);
   return error.domain + " " + std::to_string(error.code) + (text ? ": " + *text : "");
@@ -45,34 +49,42 @@ void DTDovetailSync::beginObservingDirectoryAtURL(const URL& url) {
   URLSet& files = observedFiles_[*folder];
   const auto entries = platform_.fileManager.contentsOfDirectoryAtURL(url);
   if (!entries) return;
+  std::vector<URL> questions;
   for (const URL& entry : *entries) {
-    const auto identity = DTExtension::identifier(platform_.fileManager, entry);
-    if (identity && see(entry, *identity)) files.insert(entry, *identity, platform_.fileManager);
+    const auto file = platform_.fileManager.sightingOfFile(entry);
+    if (file && see(entry, *file, questions)) files.insert(entry, file->identity, platform_.fileManager);
+    if (questions.size() == questionsAtOnce) ask(questions);
   }
+  ask(questions);
 }
 
 void DTDovetailSync::requestBadgeIdentifierForURL(const URL& url) {
-  const auto identity = DTExtension::identifier(platform_.fileManager, url);
-  if (!identity || !see(url, *identity)) return;
+  const auto file = platform_.fileManager.sightingOfFile(url);
+  std::vector<URL> questions;
+  if (!file || !see(url, *file, questions)) return;
+  ask(questions);
   const auto parent = DTExtension::parentUrl(platform_.fileManager, url);
   const auto folder = parent ? DTExtension::identifier(platform_.fileManager, *parent) : std::nullopt;
-  if (folder) observedFiles_[*folder].insert(url, *identity, platform_.fileManager);
+  if (folder) observedFiles_[*folder].insert(url, file->identity, platform_.fileManager);
 }
 
-// Asks the host about a regular file that is new, and marks it as asked first. Whether the file is one to record: a file that
-// is known already is, whatever its kind; a new one only when it is regular.
-bool DTDovetailSync::see(const URL& url, const FileIdentity& identity) {
-  if (archives_.objectForKey(identity)) return true;
-  if (!platform_.fileManager.isRegularFileAndNoAlias(url)) {
-    archives_.setObject(nullptr, identity);
-    return false;
-  }
-  if (applicationPid_ > 0) {
-    archives_.setObject(nullptr, identity);
+// Whether the file is one to record: a file that is known already is, whatever its kind; a new one only when it is regular. A new
+// one that the host is to be asked about is marked as asked, and added to the questions.
+bool DTDovetailSync::see(const URL& url, const platform::FileSighting& file, std::vector<URL>& questions) {
+  if (archives_.objectForKey(file.identity)) return true;
+  const bool isToRecord = file.isRegularFile && !platform_.fileManager.isAliasRegularFile(url);
+  const bool isToAsk = isToRecord && applicationPid_ > 0;
+  if (isToAsk) questions.push_back(url);
+  if (isToAsk || !isToRecord) archives_.setObject(nullptr, file.identity);
+  return isToRecord;
+}
+
+void DTDovetailSync::ask(std::vector<URL>& questions) {
+  for (const URL& url : questions) {
     DTMessage request("openArchive:portName:", url);
     sendMessage(request);
   }
-  return true;
+  questions.clear();
 }
 
 // The record of a folder stays when the browser stops showing it: only the host's start clears it. For a folder whose identity

@@ -43,6 +43,12 @@ inline constexpr std::string_view MetadataItemLastUsedDate = "kMDItemLastUsedDat
 /// The bookmark resolution option that forbids any interaction with the user (mounting, asking for a password).
 inline constexpr std::uint32_t BookmarkResolutionWithoutUI = 256;
 
+/// What one look at a file tells: `fileResourceIdentifier` and `isRegularFile`.
+struct FileSighting {
+  FileIdentity identity;
+  bool isRegularFile = false;
+};
+
 class FileManager {
  public:
   virtual ~FileManager() = default;
@@ -53,8 +59,10 @@ class FileManager {
   virtual Object resourceValueForKey(const URL& url, std::string_view key, Error* error) = 0;
   /// The same as the data of `fileResourceIdentifier`, for the one property that everything leans on.
   virtual std::optional<FileIdentity> fileResourceIdentifier(const URL& url) = 0;
-  /// Whether `isRegularFile` holds and `isAliasFile` does not: the two in one question, as every new file is asked them.
-  virtual bool isRegularFileAndNoAlias(const URL& url) = 0;
+  /// The two properties that every file of a watched folder is asked for, in one question; nothing without an identity.
+  virtual std::optional<FileSighting> sightingOfFile(const URL& url) = 0;
+  /// `isAliasFile` for a file that is known to be a regular one.
+  virtual bool isAliasRegularFile(const URL& url) = 0;
   /// The icon that the desktop would show for the file; null when the file is gone.
   virtual ImageRef effectiveIcon(const URL& url) = 0;
 

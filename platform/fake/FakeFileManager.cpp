@@ -14,6 +14,8 @@ Error missingFile() {
   return error;
 }
 
+bool isTrue(const Object& flag) { return flag.get<bool>() && *flag.get<bool>(); }
+
 std::string parentPath(std::string_view path) {
   const std::size_t slash = path.rfind('/');
   return slash == 0 ? "/" : std::string(path.substr(0, slash));
@@ -116,12 +118,14 @@ std::optional<FileIdentity> FakeFileManager::fileResourceIdentifier(const URL& u
   return bytes ? FileIdentity::withBytes(*bytes) : std::nullopt;
 }
 
-bool FakeFileManager::isRegularFileAndNoAlias(const URL& url) {
-  const auto flag = [&](std::string_view key) {
-    const Object value = resourceValueForKey(url, key, nullptr);
-    return value.get<bool>() && *value.get<bool>();
-  };
-  return flag(ResourceKey::isRegularFile) && !flag(ResourceKey::isAliasFile);
+std::optional<FileSighting> FakeFileManager::sightingOfFile(const URL& url) {
+  const auto identity = fileResourceIdentifier(url);
+  if (!identity) return std::nullopt;
+  return FileSighting{*identity, isTrue(resourceValueForKey(url, ResourceKey::isRegularFile, nullptr))};
+}
+
+bool FakeFileManager::isAliasRegularFile(const URL& url) {
+  return isTrue(resourceValueForKey(url, ResourceKey::isAliasFile, nullptr));
 }
 
 ImageRef FakeFileManager::effectiveIcon(const URL& url) {

@@ -37,7 +37,8 @@ class FakeFileManager final : public FileManager {
 
   Object resourceValueForKey(const URL& url, std::string_view key, Error* error) override;
   std::optional<FileIdentity> fileResourceIdentifier(const URL& url) override;
-  bool isRegularFileAndNoAlias(const URL& url) override;
+  std::optional<FileSighting> sightingOfFile(const URL& url) override;
+  bool isAliasRegularFile(const URL& url) override;
   ImageRef effectiveIcon(const URL& url) override;
   std::optional<std::vector<URL>> contentsOfDirectoryAtURL(const URL& url) override;
   std::optional<URL> URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t options, bool* isStale,

@@ -54,11 +54,13 @@ std::optional<FileIdentity> LinuxFileManager::fileResourceIdentifier(const URL& 
   return status ? std::optional(status->identity()) : std::nullopt;
 }
 
-bool LinuxFileManager::isRegularFileAndNoAlias(const URL& url) {
-  if (!url.isFileURL()) return false;
-  const Path path(url);
-  const auto status = FileStatus::ofPath(path.bytes());
-  return status && status->isRegularFile() && !isAliasRegularFile(path.bytes());
+std::optional<FileSighting> LinuxFileManager::sightingOfFile(const URL& url) {
+  const auto status = FileStatus::ofPath(Path(url).bytes(), FileStatus::identityFields | STATX_TYPE);
+  return status ? std::optional(FileSighting{status->identity(), status->isRegularFile()}) : std::nullopt;
+}
+
+bool LinuxFileManager::isAliasRegularFile(const URL& url) {
+  return native::isAliasRegularFile(Path(url).bytes());
 }
 
 ImageRef LinuxFileManager::effectiveIcon(const URL& url) {

@@ -129,15 +129,22 @@ TYPED_TEST(FileManagerContract, aFileIsOfOneKind) {
   EXPECT_FALSE(this->flag(this->url("link"), ResourceKey::isRegularFile));
 }
 
-TYPED_TEST(FileManagerContract, aRegularFileAndNoAliasIsNeitherAFolderNorALinkNorMissing) {
+TYPED_TEST(FileManagerContract, aSightingIsTheIdentityAndWhetherTheFileIsRegular) {
   this->files.makeFile("file");
   this->files.makeFolder("folder");
   this->files.makeLink("link");
-  EXPECT_TRUE(this->manager().isRegularFileAndNoAlias(this->url("file")));
-  EXPECT_FALSE(this->manager().isRegularFileAndNoAlias(this->url("folder")));
-  EXPECT_FALSE(this->manager().isRegularFileAndNoAlias(this->url("link")));
-  EXPECT_FALSE(this->manager().isRegularFileAndNoAlias(this->url("missing")));
-  EXPECT_FALSE(this->manager().isRegularFileAndNoAlias(URL::URLWithString("http://example.org/file")));
+  for (const char* name : {"file", "folder", "link"}) {
+    const auto sighting = this->manager().sightingOfFile(this->url(name));
+    ASSERT_TRUE(sighting) << name;
+    EXPECT_EQ(sighting->identity, this->manager().fileResourceIdentifier(this->url(name))) << name;
+    EXPECT_EQ(sighting->isRegularFile, std::string_view(name) == "file") << name;
+  }
+  EXPECT_FALSE(this->manager().isAliasRegularFile(this->url("file")));
+}
+
+TYPED_TEST(FileManagerContract, whatIsMissingOrNoFileURLCannotBeSighted) {
+  EXPECT_FALSE(this->manager().sightingOfFile(this->url("missing")));
+  EXPECT_FALSE(this->manager().sightingOfFile(URL::URLWithString("http://example.org/file")));
 }
 
 TYPED_TEST(FileManagerContract, theParentIsTheFolderAboveAndTheRootFolderHasNone) {

@@ -151,7 +151,7 @@ TEST_F(LinuxFiles, pipesSocketsAndDevicesAreNoneOfTheKinds) {
   expectOnlyKind(URL::fileURLWithPath("/dev/null"), "");
   for (const URL& odd : {url("pipe"), url("socket"), URL::fileURLWithPath("/dev/null")}) {
     EXPECT_FALSE(flag(odd, ResourceKey::isAliasFile));
-    EXPECT_FALSE(files.isRegularFileAndNoAlias(odd));
+    EXPECT_FALSE(files.sightingOfFile(odd)->isRegularFile);
   }
 }
 
@@ -319,11 +319,11 @@ TEST_F(LinuxFiles, theFindersAliasFlagInTheExtendedAttributesMakesAnAlias) {
   info[8] = '\x40';
   ASSERT_EQ(set(info), 0) << "the folder for temporary files must keep extended attributes";
   EXPECT_FALSE(flag(file, ResourceKey::isAliasFile));
-  EXPECT_TRUE(files.isRegularFileAndNoAlias(file));
+  EXPECT_FALSE(files.isAliasRegularFile(file));
   info[8] = '\x80';
   ASSERT_EQ(set(info), 0);
   EXPECT_TRUE(flag(file, ResourceKey::isAliasFile));
-  EXPECT_FALSE(files.isRegularFileAndNoAlias(file));
+  EXPECT_TRUE(files.isAliasRegularFile(file));
   ASSERT_EQ(set(info.substr(0, 9)), 0);
   EXPECT_FALSE(flag(file, ResourceKey::isAliasFile));
   ASSERT_EQ(set(info + "more"), 0);
