@@ -177,7 +177,7 @@ class DTDovetailSync final : public platform::FinderSync,
 
   // folders/ObservedFolders.cpp
   bool see(const platform::URL& url, const platform::FileSighting& file, std::vector<platform::URL>& questions);
-  void ask(std::vector<platform::URL>& questions);
+  void ask(const std::vector<platform::URL>& questions);
 
   const platform::Platform platform_;
   OnceOnly& onceOnly_;

@@ -10,10 +10,6 @@ using platform::URL;
 
 namespace {
 
-// A host that sleeps between two questions has to be woken for each, which costs more than all the rest; while it works on one, the
-// next come for free. That many fit into its socket.
-constexpr std::size_t questionsAtOnce = 64;
-
 std::string description(const platform::Error& error) {
   const std::string* text = error.textForKey(platform::LocalizedDescriptionKey);
   return error.domain + " " + std::to_string(error.code) + (text ? ": " + *text : "");
@@ -49,11 +45,11 @@ void DTDovetailSync::beginObservingDirectoryAtURL(const URL& url) {
   URLSet& files = observedFiles_[*folder];
   const auto entries = platform_.fileManager.contentsOfDirectoryAtURL(url);
   if (!entries) return;
+  // Asked in one go: a host that falls asleep between two questions has to be woken for each, which costs more than all the rest.
   std::vector<URL> questions;
   for (const URL& entry : *entries) {
     const auto file = platform_.fileManager.sightingOfFile(entry);
     if (file && see(entry, *file, questions)) files.insert(entry, file->identity, platform_.fileManager);
-    if (questions.size() == questionsAtOnce) ask(questions);
   }
   ask(questions);
 }
@@ -79,12 +75,11 @@ bool DTDovetailSync::see(const URL& url, const platform::FileSighting& file, std
   return isToRecord;
 }
 
-void DTDovetailSync::ask(std::vector<URL>& questions) {
+void DTDovetailSync::ask(const std::vector<URL>& questions) {
   for (const URL& url : questions) {
     DTMessage request("openArchive:portName:", url);
     sendMessage(request);
   }
-  questions.clear();
 }
 
 // The record of a folder stays when the browser stops showing it: only the host's start clears it. For a folder whose identity
