@@ -11,6 +11,9 @@
 #include <string>
 #include <vector>
 
+/// Nanoseconds on the clock that all processes share.
+inline std::int64_t now() { return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1); }
+
 /// The median of each side's own measure, in seconds. A round runs every side once; each round starts with another side. What a
 /// side left in the allocator's free lists is given back before the next, which would pay for it.
 inline std::vector<double> mediansOfMeasures(const std::vector<std::function<double()>>& sides, int rounds = 15) {

@@ -8,11 +8,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
 
+#include "bench/Ratios.h"
 #include "platform/linux/Log.h"
 #include "platform/linux/MessagePorts.h"
 
@@ -41,8 +41,6 @@ std::array<Descriptor, 2> socketPair(int type) {
   check(::socketpair(AF_UNIX, type | SOCK_CLOEXEC, 0, ends) == 0);
   return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
-
-std::int64_t now() { return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1); }
 
 ReceivingProcess::ReceivingProcess(const Run& run) : ends_(socketPair(SOCK_SEQPACKET)) {
   void* shared = ::mmap(nullptr, sizeof *done_, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);

@@ -18,9 +18,6 @@ void check(bool holds, const char* file = __builtin_FILE(), int line = __builtin
 /// Both ends of a connected pair of sockets of this type.
 std::array<platform::native::Descriptor, 2> socketPair(int type);
 
-/// Nanoseconds on the clock that all processes share.
-std::int64_t now();
-
 class ReceivingProcess {
  public:
   using Run = std::function<void(const std::function<void()>& done)>;
