@@ -149,6 +149,16 @@ std::optional<std::vector<URL>> FakeFileManager::contentsOfDirectoryAtURL(const 
   return entries;
 }
 
+std::optional<std::vector<SightedEntry>> FakeFileManager::sightingsInDirectoryAtURL(const URL& url) {
+  const auto urls = contentsOfDirectoryAtURL(url);
+  if (!urls) return std::nullopt;
+  std::vector<SightedEntry> entries;
+  for (const URL& entry : *urls) {
+    if (const auto sighting = sightingOfFile(entry)) entries.push_back({entry, *sighting});
+  }
+  return entries;
+}
+
 std::optional<URL> FakeFileManager::URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t options, bool* isStale,
                                                               Error* error) {
   const std::string text(bookmark.begin(), bookmark.end());

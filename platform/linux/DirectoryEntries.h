@@ -29,6 +29,9 @@ class DirectoryEntries {
   std::optional<Entry> next();
   bool hasFailed() const { return hasFailed_; }
 
+  /// The folder itself.
+  int descriptor() const { return folder_.get(); }
+
  private:
   explicit DirectoryEntries(Descriptor folder);
   bool fill();

@@ -27,6 +27,23 @@ class Path {
   std::string asked_;
 };
 
+constexpr unsigned sightingFields = FileStatus::identityFields | STATX_TYPE;
+
+FileSighting sighting(const FileStatus& status) { return {status.identity(), status.isRegularFile()}; }
+
+// Calls `atEntry` with the open folder, the entry's name and its URL. False when the folder cannot be listed to the end.
+template <typename AtEntry>
+bool listFolder(const URL& url, AtEntry atEntry) {
+  const Path path(url);
+  auto entries = DirectoryEntries::ofFolder(path.bytes());
+  if (!entries) return false;
+  const URL folder = URL::fileURLWithPath(path.text(), true);
+  while (const auto entry = entries->next()) {
+    atEntry(entries->descriptor(), entry->name.data(), folder.URLByAppendingPathComponent(entry->name, entry->isDirectory));
+  }
+  return !entries->hasFailed();
+}
+
 std::string extension(std::string_view name) {
   const std::size_t dot = name.rfind('.');
   return dot == std::string_view::npos || dot == 0 ? std::string() : std::string(name.substr(dot + 1));
@@ -55,8 +72,8 @@ std::optional<FileIdentity> LinuxFileManager::fileResourceIdentifier(const URL& 
 }
 
 std::optional<FileSighting> LinuxFileManager::sightingOfFile(const URL& url) {
-  const auto status = FileStatus::ofPath(Path(url).bytes(), FileStatus::identityFields | STATX_TYPE);
-  return status ? std::optional(FileSighting{status->identity(), status->isRegularFile()}) : std::nullopt;
+  const auto status = FileStatus::ofPath(Path(url).bytes(), sightingFields);
+  return status ? std::optional(sighting(*status)) : std::nullopt;
 }
 
 bool LinuxFileManager::isAliasRegularFile(const URL& url) {
@@ -73,16 +90,19 @@ ImageRef LinuxFileManager::effectiveIcon(const URL& url) {
 }
 
 std::optional<std::vector<URL>> LinuxFileManager::contentsOfDirectoryAtURL(const URL& url) {
-  const Path path(url);
-  auto entries = DirectoryEntries::ofFolder(path.bytes());
-  if (!entries) return std::nullopt;
-  const URL folder = URL::fileURLWithPath(path.text(), true);
   std::vector<URL> contents;
-  while (const auto entry = entries->next()) {
-    contents.push_back(folder.URLByAppendingPathComponent(entry->name, entry->isDirectory));
-  }
-  if (entries->hasFailed()) return std::nullopt;
-  return contents;
+  const bool isListed = listFolder(url, [&](int, const char*, URL entry) { contents.push_back(std::move(entry)); });
+  return isListed ? std::optional(std::move(contents)) : std::nullopt;
+}
+
+// Asked from the folder, so that the way to it is walked once.
+std::optional<std::vector<SightedEntry>> LinuxFileManager::sightingsInDirectoryAtURL(const URL& url) {
+  std::vector<SightedEntry> entries;
+  const bool isListed = listFolder(url, [&](int folder, const char* name, URL entry) {
+    const auto status = FileStatus::ofEntry(folder, name, sightingFields);
+    if (status) entries.push_back({std::move(entry), sighting(*status)});
+  });
+  return isListed ? std::optional(std::move(entries)) : std::nullopt;
 }
 
 std::optional<URL> LinuxFileManager::URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t,

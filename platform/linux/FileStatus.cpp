@@ -23,9 +23,12 @@ Error posixError(int code) {
 }
 
 std::optional<FileStatus> FileStatus::ofPath(const char* path, unsigned fields) {
+  return ofEntry(AT_FDCWD, path, fields);
+}
+
+std::optional<FileStatus> FileStatus::ofEntry(int folder, const char* name, unsigned fields) {
   FileStatus file;
-  if (statx(AT_FDCWD, path, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, fields, &file.status_) != 0)
-    return std::nullopt;
+  if (statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, fields, &file.status_) != 0) return std::nullopt;
   return file;
 }
 

@@ -35,6 +35,8 @@ class FileStatus {
 
   /// Nothing on failure, with `errno` set.
   static std::optional<FileStatus> ofPath(const char* path, unsigned fields = allFields);
+  /// Of an entry of an open folder.
+  static std::optional<FileStatus> ofEntry(int folder, const char* name, unsigned fields = allFields);
   /// Of an open file, an `O_PATH` descriptor too.
   static std::optional<FileStatus> ofDescriptor(int descriptor, unsigned fields = allFields);
 

@@ -172,8 +172,28 @@ TYPED_TEST(FileManagerContract, aListingHoldsEachDirectEntryHiddenOnesIncluded) 
                                           this->files.path("folder")));
 }
 
+TYPED_TEST(FileManagerContract, aFoldersSightingsAreThoseOfTheEntriesListed) {
+  this->files.makeFile("a");
+  this->files.makeFolder("folder");
+  this->files.makeLink("link");
+  const auto urls = this->manager().contentsOfDirectoryAtURL(this->url(""));
+  const auto entries = this->manager().sightingsInDirectoryAtURL(this->url(""));
+  ASSERT_TRUE(urls && entries);
+  ASSERT_EQ(entries->size(), 3u);
+  ASSERT_EQ(urls->size(), 3u);
+  for (std::size_t i = 0; i < urls->size(); ++i) {
+    const auto sighting = this->manager().sightingOfFile((*urls)[i]);
+    ASSERT_TRUE(sighting);
+    EXPECT_EQ((*entries)[i].url.absoluteString(), (*urls)[i].absoluteString());
+    EXPECT_EQ((*entries)[i].sighting.identity, sighting->identity);
+    EXPECT_EQ((*entries)[i].sighting.isRegularFile, sighting->isRegularFile);
+  }
+}
+
 TYPED_TEST(FileManagerContract, neitherAFileNorAMissingFolderCanBeListed) {
   this->files.makeFile("a");
+  EXPECT_FALSE(this->manager().sightingsInDirectoryAtURL(this->url("a")));
+  EXPECT_FALSE(this->manager().sightingsInDirectoryAtURL(this->url("missing")));
   EXPECT_FALSE(this->manager().contentsOfDirectoryAtURL(this->url("a")));
   EXPECT_FALSE(this->manager().contentsOfDirectoryAtURL(this->url("missing")));
 }
