@@ -5,10 +5,15 @@ import os
 MEBIBYTE = 1 << 20
 
 
-def private_memory(pid):
-    """The bytes of a process that no file stands for (RssAnon of proc(5))."""
+def memory_of(pid, line_begins):
+    """Bytes."""
     with open("/proc/%d/status" % pid) as file:
-        return next(int(line.split()[1]) * 1024 for line in file if line.startswith("RssAnon:"))
+        return next(int(line.split()[1]) * 1024 for line in file if line.startswith(line_begins))
+
+
+def private_memory(pid):
+    """The bytes of a process that no file stands for."""
+    return memory_of(pid, "RssAnon:")
 
 
 def descriptors(pid):
@@ -34,3 +39,17 @@ def wake_ups(pid):
         with open("/proc/%d/task/%s/status" % (pid, thread)) as file:
             counts[thread] = [line for line in file if "ctxt_switches" in line]
     return counts
+
+
+def resident_memory(pid):
+    return memory_of(pid, "VmRSS:")
+
+
+def peak_memory(pid):
+    """The most that was resident since the peak was reset."""
+    return memory_of(pid, "VmHWM:")
+
+
+def reset_peak_memory(pid):
+    with open("/proc/%d/clear_refs" % pid, "w") as file:
+        file.write("5")
