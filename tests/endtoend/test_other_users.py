@@ -52,7 +52,7 @@ def stranger():
     by_sudo = ["sudo", "-n", "-u", "#%d" % NOBODY]
     try:
         return by_sudo if subprocess.run([*by_sudo, "true"], stderr=subprocess.DEVNULL).returncode == 0 else None
-    except FileNotFoundError:
+    except OSError:
         return None
 
 
