@@ -10,8 +10,6 @@ using platform::Object;
 namespace {
 
 constexpr double sendTimeout = 1.0;
-/// Extensions that come and go leave their closed connections behind; beyond this many all are opened anew.
-constexpr std::size_t mostOpenPorts = 32;
 
 platform::Data dataOf(const platform::FileIdentity& identity) {
   return platform::Data(identity.bytes().begin(), identity.bytes().end());
@@ -64,23 +62,14 @@ void ArchiveAnswers::sendTree(const Request& request, const EntryTree& tree) {
 }
 
 MessagePortStatus ArchiveAnswers::send(const std::string& portName, platform::ByteView record) {
-  MessagePortStatus status = MessagePortStatus::isInvalid;
-  // A port that was open may be a dead one's, under whose name another listens by now.
-  for (int attempt = 0; attempt < 2; ++attempt) {
-    const bool wasOpen = openPorts_.contains(portName);
-    platform::RemoteMessagePort* open = port(portName);
-    if (!open) return MessagePortStatus::isInvalid;
-    status = open->sendRequest(0, record, sendTimeout, sendTimeout);
-    const bool isGone = status == MessagePortStatus::isInvalid || status == MessagePortStatus::becameInvalid;
-    if (isGone) openPorts_.erase(portName);
-    if (!isGone || !wasOpen) break;
-  }
-  return status;
+  platform::RemoteMessagePort* open = port(portName);
+  return open ? open->sendRequest(0, record, sendTimeout, sendTimeout) : MessagePortStatus::isInvalid;
 }
 
 platform::RemoteMessagePort* ArchiveAnswers::port(const std::string& name) {
+  // Also of the same name, as another extension may listen under a dead one's by now.
+  std::erase_if(openPorts_, [](const auto& open) { return !open.second->isValid(); });
   if (const auto open = openPorts_.find(name); open != openPorts_.end()) return open->second.get();
-  if (openPorts_.size() >= mostOpenPorts) openPorts_.clear();
   auto opened = ports_.createRemote(name);
   return opened ? (openPorts_[name] = std::move(opened)).get() : nullptr;
 }

@@ -57,6 +57,8 @@ class RemoteMessagePort {
   /// `isInvalid`. On failure the record is lost and nothing of it arrives.
   virtual MessagePortStatus sendRequest(std::int32_t messageId, ByteView data, double sendTimeout,
                                         double receiveTimeout) = 0;
+  /// Whether the peer still listens, as far as the system knows by now. Never waits.
+  virtual bool isValid() const = 0;
   /// Cuts the connection. Any later send answers `isInvalid`.
   virtual void invalidate() = 0;
 };

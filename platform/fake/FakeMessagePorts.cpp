@@ -45,6 +45,10 @@ class FakeRemotePort final : public RemoteMessagePort {
     return status;
   }
 
+  bool isValid() const override {
+    return !isInvalid_ && (ports_.localPorts_.contains(name_) || ports_.received_.contains(name_));
+  }
+
   void invalidate() override {
     ports_.log_.add("invalidate port " + name_);
     isInvalid_ = true;

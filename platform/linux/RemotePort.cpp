@@ -52,6 +52,11 @@ MessagePortStatus RemotePort::sendRequest(std::int32_t, ByteView data, double se
   return statusOf(error);
 }
 
+bool RemotePort::isValid() const {
+  pollfd watched{socket_.get(), POLLRDHUP, 0};
+  return socket_ && ::poll(&watched, 1, 0) >= 0 && watched.revents == 0;
+}
+
 MessagePortStatus RemotePort::statusOf(int error) {
   switch (error) {
     case 0:

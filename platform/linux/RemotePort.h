@@ -17,6 +17,7 @@ class RemotePort final : public RemoteMessagePort {
   /// as one is for which the system has no memory or descriptor left; the port stays usable.
   MessagePortStatus sendRequest(std::int32_t messageId, ByteView data, double sendTimeout,
                                 double receiveTimeout) override;
+  bool isValid() const override;
   void invalidate() override { socket_.reset(); }
 
  private:

@@ -43,14 +43,18 @@ class BrowserTest(unittest.TestCase):
     def setUpClass(cls):
         cls.session = GraphicalSession(BROWSER)
         cls.addClassCleanup(cls.session.close)
-        from file_browser import BROWSERS
         cls.watched = cls.session.make_folder("home", "papers")
         cls.session.settings("folders", "add", cls.watched)
         cls.make_files()
         cls.host = cls.session.start_host()
+        cls.start_browser()
+        cls.wait_for_archives()
+
+    @classmethod
+    def start_browser(cls):
+        from file_browser import BROWSERS
         cls.browser = BROWSERS[BROWSER](cls.session, cls.watched)
         cls.window = cls.browser.window("papers")
-        cls.wait_for_archives()
 
     @classmethod
     def make_files(cls):

@@ -51,8 +51,10 @@ class FileBrowser:
 
     def activate(self, window):
         title = window.get_name()
-        run("xdotool", "search", "--onlyvisible", "--all", "--pid", str(self.process.pid), "--name", "^%s" % title,
-            "windowactivate", "--sync")
+        command = ["xdotool", "search", "--onlyvisible", "--all", "--pid", str(self.process.pid), "--name", "^%s" % title,
+                   "windowactivate", "--sync"]
+        # AT-SPI tells of a window before the X server shows it.
+        wait_for("%r on the screen" % title, lambda: subprocess.run(command).returncode == 0)
         wait_for("%r in front" % title, lambda: is_in(window, "ACTIVE"))
 
     def close_window(self, window):

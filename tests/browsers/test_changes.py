@@ -147,6 +147,14 @@ class FilesTest(BrowserTest):
         self.choose("my_file & <b>.txt", "Access Control List…")
         self.assert_sent("showAcl:", [self.marked])
 
+    def test_a_file_whose_name_is_not_utf8_is_acted_on_truly(self):
+        path = os.fsencode(self.watched) + b"/caf\xe9.txt"
+        with open(path, "wb") as file:
+            file.write(b"remember the milk\n")
+        shown = self.wait_for("the file", lambda: next((name for name in self.browser.files(self.window) if name.startswith("caf")), None))
+        self.choose(shown, "Access Control List…")
+        self.assert_sent("showAcl:", [os.fsdecode(path)])
+
     def test_entries_of_odd_names_are_shown_harmlessly_and_chosen_truly(self):
         names = ["under_score & <b>", "a\nb", "x" * 300, "same", "\u202efdp.exe"]
         odd = self.make_archive("odd_names.tar.gz", [(name, b"x") for name in names])

@@ -70,7 +70,8 @@ class QuitTest(BrowserTest):
     """A browser of its own for each test."""
 
     def setUp(self):
-        pass
+        if self.browser.process.poll() is not None:
+            self.start_browser()
 
     def processes(self):
         """The programs of the session that still run, by name."""
@@ -100,6 +101,18 @@ class QuitTest(BrowserTest):
         self.wait_for("no port", lambda: not self.sync_ports())
         self.wait_for("no watcher", lambda: "dovetail-proces" not in self.processes())
         self.assertIsNone(self.host.process.poll())
+
+    def test_browsers_that_come_and_go_do_not_add_up_in_the_host(self):
+        def descriptors():
+            return len(os.listdir("/proc/%d/fd" % self.host.pid))
+        self.browser.quit()
+        self.wait_for("no port", lambda: not self.sync_ports())
+        before = descriptors()
+        self.start_browser()
+        self.open_menu_with("letters.tar.gz", "letters.tar.gz")
+        self.browser.close_menu()
+        self.browser.quit()
+        self.wait_for("the descriptors of before", lambda: descriptors() == before)
 
 
 class TwoBrowsersTest(BrowserTest):

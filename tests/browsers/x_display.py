@@ -49,6 +49,14 @@ class Display:
             self.test.XTestFakeKeyEvent(self.display, code, 0, ctypes.c_ulong(0))
         self.x.XFlush(self.display)
 
+    def click(self, x, y, button, times=1):
+        """Where the root window has that point."""
+        self.test.XTestFakeMotionEvent(self.display, -1, x, y, ctypes.c_ulong(0))
+        for _ in range(times):
+            for is_press in (1, 0):
+                self.test.XTestFakeButtonEvent(self.display, button, is_press, ctypes.c_ulong(0))
+        self.x.XFlush(self.display)
+
     def events(self, seconds):
         end = time.monotonic() + seconds
         while time.monotonic() < end:

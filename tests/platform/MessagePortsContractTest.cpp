@@ -151,7 +151,10 @@ TYPED_TEST(MessagePortsContract, anInvalidatedPortSendsNothingMore) {
   this->read(this->open("G.App"));
   const auto remote = this->backend.ports.createRemote("G.App");
   const auto other = this->backend.ports.createRemote("G.App");
+  EXPECT_TRUE(remote->isValid());
   remote->invalidate();
+  EXPECT_FALSE(remote->isValid());
+  EXPECT_TRUE(other->isValid());
   EXPECT_EQ(this->send(*remote, bytes("a")), MessagePortStatus::isInvalid);
   remote->invalidate();
   EXPECT_EQ(this->send(*remote, bytes("b")), MessagePortStatus::isInvalid);

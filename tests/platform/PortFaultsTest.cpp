@@ -133,7 +133,9 @@ TEST_F(PortFaults, aHostThatEndedMakesThePortInvalidOnceAndForAll) {
   const auto remote = ports->createRemote("G.App");
   EXPECT_EQ(send(*remote, bytes("a")), MessagePortStatus::success);
   EXPECT_EQ(host->hear(), 'r');
+  EXPECT_TRUE(remote->isValid());
   host->kill();
+  EXPECT_FALSE(remote->isValid());
   EXPECT_EQ(send(*remote, bytes("b")), MessagePortStatus::becameInvalid);
   EXPECT_EQ(send(*remote, bytes("c")), MessagePortStatus::isInvalid);
   host = startHost();

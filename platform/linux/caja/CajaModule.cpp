@@ -65,15 +65,15 @@ std::vector<URL> urlsOf(GList* files) {
 
 void forgetWindow(gpointer, GObject* window) { caja->selections.erase(reinterpret_cast<GtkWidget*>(window)); }
 
-void rememberSelection(GtkWidget* window, const std::vector<URL>& selection) {
-  const auto [known, isNew] = caja->selections.insert_or_assign(window, selection);
-  if (isNew) g_object_weak_ref(G_OBJECT(known->first), forgetWindow, nullptr);
+std::vector<URL>& selectionOf(GtkWidget* window) {
+  const auto [known, isNew] = caja->selections.try_emplace(window);
+  if (isNew) g_object_weak_ref(G_OBJECT(window), forgetWindow, nullptr);
+  return known->second;
 }
 
 GList* getFileItems(CajaMenuProvider*, GtkWidget* window, GList* files) {
   return guarded([&] {
-    const std::vector<URL> selection = urlsOf(files);
-    rememberSelection(window, selection);
+    const std::vector<URL>& selection = selectionOf(window) = urlsOf(files);
     return caja->fileItems.list(caja->module.menus().menuForItems(selection));
   });
 }
@@ -97,7 +97,7 @@ struct Button {
 void buttonClicked(CajaMenuItem*, gpointer data) {
   guarded([&] {
     const Button& button = *static_cast<Button*>(data);
-    const BoundMenuRef menu = caja->module.menus().menuForToolbar(caja->selections[button.window], button.folder);
+    const BoundMenuRef menu = caja->module.menus().menuForToolbar(selectionOf(button.window), button.folder);
     if (menu) showPopupMenu(caja->module, menu, GTK_WINDOW(button.window));
   });
 }
@@ -105,7 +105,6 @@ void buttonClicked(CajaMenuItem*, gpointer data) {
 GList* getToolbarItems(CajaMenuProvider*, GtkWidget* window, CajaFileInfo* folder) {
   return guarded([&] {
     const DTDovetailSync& extension = caja->module.extension();
-    rememberSelection(window, caja->selections[window]);
     CajaMenuItem* const item =
         caja_menu_item_new("DTDovetailSync3", extension.toolbarItemName().c_str(), extension.toolbarItemToolTip().c_str(),
                            caja->module.icons().fileOf(extension.toolbarItemImage(), 24).c_str());
