@@ -35,6 +35,25 @@ class Faults(EndToEndTest):
         console.do("open", folder=self.folder)
         console.wait_until("archive", file=path)
 
+    def test_all_works_again_after_the_whole_runtime_folder_was_removed_and_the_bus_with_it(self):
+        path = self.make_archive()
+        host, console = self.start_both()
+        runtime = self.session.environment["XDG_RUNTIME_DIR"]
+        shutil.rmtree(runtime)
+        console.menu_of(path)
+        console.do("choose", titles=["Rename…"])
+        host.message("rename:")  # over the connection that stands
+        os.mkdir(runtime, 0o700)
+        self.session.stop_bus()
+        self.assertEqual(host.wait(), 1)
+        console.wait_until("noHost")
+        self.session.start_bus()
+        self.session.start_host()
+        console.wait_until("host")
+        console.do("open", folder=self.folder)
+        console.wait_until("archive", file=path)
+        self.assertIn("letters.zip", titles(console.menu_of(path)))
+
     def test_a_host_that_is_killed_after_any_record_harms_nothing(self):
         for number in range(6):
             self.make_archive("letters %d.zip" % number)
@@ -63,7 +82,7 @@ class Faults(EndToEndTest):
         self.assertFalse(self.is_killed_at("bind", 100, console))  # the first line of a log opens it for good
         console.wait_until("noHost")
         self.until(console, lambda: children(console.pid) == [])
-        files = descriptors(console.pid)
+        memory, files = private_memory(console.pid), descriptors(console.pid)
         deaths = 0
         for call in STEPS:
             number = 1
@@ -73,6 +92,7 @@ class Faults(EndToEndTest):
             deaths += number - 1
         self.assertGreater(deaths, 80)
         self.until(console, lambda: descriptors(console.pid) == files and children(console.pid) == [])
+        self.assertLess(private_memory(console.pid) - memory, MEBIBYTE)
         console.do("open", folder=self.folder)
         host = self.session.start_host()
         console.wait_until("archive", file=path)
