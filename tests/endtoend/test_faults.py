@@ -7,7 +7,7 @@ import signal
 import time
 import unittest
 
-from fixture import DEADLINE, EndToEndTest, path_of_url, titles
+from fixture import DEADLINE, IS_SANITIZED, EndToEndTest, path_of_url, titles
 from dovetail_session import LineProcess
 from process_facts import MEBIBYTE, children, descriptors, private_memory
 

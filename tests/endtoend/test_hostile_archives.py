@@ -4,12 +4,10 @@ import os
 import subprocess
 import unittest
 
-from fixture import ROOT, EndToEndTest, identity_of, item
+from fixture import IS_SANITIZED, ROOT, EndToEndTest, identity_of, item
 from process_facts import MEBIBYTE, peak_memory, reset_peak_memory, resident_memory
 
 PROGRAM = os.environ.get("DOVETAIL_ODD_ARCHIVES") or os.path.join(ROOT, "build", "tests", "odd-archives")
-# A sanitizer takes several times the memory, and keeps what was given back.
-IS_SANITIZED = os.environ.get("DOVETAIL_IS_SANITIZED") == "1"
 CERTAINLY_REFUSED = [
     "archives inside archives 4097", "archives inside archives 50000", "arrays inside arrays 513", "arrays inside arrays 500000",
     "bases of bases", "doubled NSArray", "doubled NSSet", "a megabyte of data many times", "a megabyte of text many times"]
@@ -41,7 +39,7 @@ class HostileArchives(EndToEndTest):
             self.assertIn(errors, [["2"], ["2", "2"]], name)
             if name in CERTAINLY_REFUSED:
                 self.assertEqual(len(errors), 2, name)
-            if not IS_SANITIZED:
+            if not IS_SANITIZED:  # which takes several times the memory, and keeps what was given back
                 # The record itself and the copy of it that is handed on are in it.
                 self.assertLess(peak_memory(console.pid) - before, 64 * MEBIBYTE + 4 * len(record), name)
 
