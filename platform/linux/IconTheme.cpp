@@ -1,6 +1,8 @@
 #include "platform/linux/IconTheme.h"
 
+#define G_SETTINGS_ENABLE_BACKEND  // for reading without a subscription
 #include <gio/gio.h>
+#include <gio/gsettingsbackend.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,8 +23,10 @@ constexpr std::size_t longestChain = 32;                // themes
 
 struct Release {
   void operator()(GKeyFile* file) const { g_key_file_unref(file); }
-  void operator()(GSettings* settings) const { g_object_unref(settings); }
+  void operator()(GSettingsBackend* backend) const { g_object_unref(backend); }
   void operator()(GSettingsSchema* schema) const { g_settings_schema_unref(schema); }
+  void operator()(GSettingsSchemaKey* key) const { g_settings_schema_key_unref(key); }
+  void operator()(GVariant* value) const { g_variant_unref(value); }
   void operator()(gchar* text) const { g_free(text); }
   void operator()(gchar** texts) const { g_strfreev(texts); }
 };
@@ -85,6 +89,23 @@ const char* settingsSchema() {
   return "org.gnome.desktop.interface";
 }
 
+using Value = std::unique_ptr<GVariant, Release>;
+
+// What the user chose, else what the schema gives. Not by a GSettings, which would listen for changes over the
+// process's shared connection to the bus: the loss of that ends a process that has not said otherwise.
+Value settingsValue(GSettingsSchema* schema, const char* key) {
+  const std::unique_ptr<GSettingsSchemaKey, Release> facts(g_settings_schema_get_key(schema, key));
+  if (const char* path = g_settings_schema_get_path(schema)) {
+    const std::unique_ptr<GSettingsBackend, Release> backend(g_settings_backend_get_default());
+    const auto read = G_SETTINGS_BACKEND_GET_CLASS(backend.get())->read;
+    const std::string place = std::string(path) + key;
+    const GVariantType* type = g_settings_schema_key_get_value_type(facts.get());
+    Value chosen(read(backend.get(), place.c_str(), type, FALSE));
+    if (chosen && g_settings_schema_key_range_check(facts.get(), chosen.get())) return chosen;
+  }
+  return Value(g_settings_schema_key_get_default_value(facts.get()));
+}
+
 }  // namespace
 
 std::vector<std::string> iconThemeFolders() {
@@ -103,9 +124,9 @@ std::string currentIconThemeName() {
   const std::unique_ptr<GSettingsSchema, Release> schema(
       g_settings_schema_source_lookup(source, settingsSchema(), TRUE));
   if (!schema || !g_settings_schema_has_key(schema.get(), key)) return "Adwaita";
-  const std::unique_ptr<GSettings, Release> settings(g_settings_new_full(schema.get(), nullptr, nullptr));
-  const std::unique_ptr<gchar, Release> name(g_settings_get_string(settings.get(), key));
-  return name.get();
+  const Value name = settingsValue(schema.get(), key);
+  const bool isText = g_variant_is_of_type(name.get(), G_VARIANT_TYPE_STRING);
+  return isText ? g_variant_get_string(name.get(), nullptr) : "Adwaita";
 }
 
 IconTheme::IconTheme(std::string_view name, std::vector<std::string> themeFolders)

@@ -135,7 +135,8 @@ void SessionBus::watchForReturn() {
   if (returning_ || path.empty() ||
       !std::filesystem::exists(std::filesystem::path(path).parent_path(), error))
     return;
-  const OwnedObject<GFile> file(g_file_new_for_path(path.c_str()));
+  // The usual way may load a module that uses the process's shared connection, whose loss would end the process.
+  const OwnedObject<GFile> file(g_vfs_get_file_for_path(g_vfs_get_local(), path.c_str()));
   returning_.reset(g_file_monitor_file(file.get(), G_FILE_MONITOR_NONE, nullptr, nullptr));
   if (returning_) g_signal_connect(returning_.get(), "changed", G_CALLBACK(onReturn), this);
 }

@@ -1,12 +1,15 @@
 """What the end-to-end tests share: a private session for each test, a watched folder in it, and raw peers of the ports."""
 
+import array
 import ctypes
+import fcntl
 import json
 import os
 import socket
 import struct
 import subprocess
 import sys
+import time
 import unittest
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -14,8 +17,12 @@ sys.path.insert(0, os.path.join(ROOT, "scripts"))
 
 import dovetail_archives  # noqa: E402
 from dovetail_session import DEADLINE, Session, item, titles  # noqa: E402,F401
+from process_facts import children, descriptors  # noqa: E402
 
 LAST = "showAcl:"  # what `mark` makes the extension send
+LONGEST_PACKET = 65536
+IS_SANITIZED = os.environ.get("DOVETAIL_IS_SANITIZED") == "1"
+ALL_SEALS = fcntl.F_SEAL_SEAL | fcntl.F_SEAL_SHRINK | fcntl.F_SEAL_GROW | fcntl.F_SEAL_WRITE
 
 
 class EndToEndTest(unittest.TestCase):
@@ -71,12 +78,30 @@ class EndToEndTest(unittest.TestCase):
                         "org.dovetail.DistributedNotificationCenter.DTDovetailRunning", "string:"],
                        env=self.session.environment, check=True)
 
+    def until(self, console, holds):
+        """Waits on what ends a few turns of the browser's loop after what it has heard of, such as the watcher of a host."""
+        deadline = time.monotonic() + DEADLINE
+        while not holds():
+            self.assertLess(time.monotonic(), deadline, "%s %s" % (descriptors(console.pid), children(console.pid)))
+            console.state()
+
+    def port_path(self, port_name=""):
+        return os.path.join(self.session.environment["XDG_RUNTIME_DIR"], "dovetail", port_name)
+
     def send_record(self, port_name, record):
         """Sends bytes to a port as any program of the user could."""
         with socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET) as peer:
             peer.settimeout(DEADLINE)
-            peer.connect(os.path.join(self.session.environment["XDG_RUNTIME_DIR"], "dovetail", port_name))
-            peer.send(record)
+            peer.connect(self.port_path(port_name))
+            if 0 < len(record) <= LONGEST_PACKET:
+                peer.send(record)
+                return
+            memory = os.memfd_create("record", os.MFD_CLOEXEC | os.MFD_ALLOW_SEALING)
+            with os.fdopen(memory, "wb") as file:
+                file.write(record)
+                file.flush()
+                fcntl.fcntl(memory, fcntl.F_ADD_SEALS, ALL_SEALS)
+                peer.sendmsg([b"\0"], [(socket.SOL_SOCKET, socket.SCM_RIGHTS, array.array("i", [memory]))])
 
     def archive_of(self, value):
         """The keyed archive of a value in the JSON grammar of dovetail-archive."""

@@ -1,40 +1,14 @@
-"""What must not add up over the life of a file browser, and faults of the system that come and go."""
+"""What must not add up over the life of a file browser."""
 
 import os
-import shutil
 import time
 import unittest
 
 from fixture import EndToEndTest, titles
-from dovetail_session import DEADLINE, Late
+from dovetail_session import Late
+from process_facts import MEBIBYTE, children, descriptors, private_memory, wake_ups
 
-MEBIBYTE = 1 << 20
-SECONDS_OF_IDLENESS = 5
-
-
-def private_memory(pid):
-    """The bytes of a process that no file stands for (RssAnon of proc(5))."""
-    with open("/proc/%d/status" % pid) as file:
-        return next(int(line.split()[1]) * 1024 for line in file if line.startswith("RssAnon:"))
-
-
-def descriptors(pid):
-    """What kinds of files a process has open."""
-    return sorted(os.readlink("/proc/%d/fd/%s" % (pid, number)).split(":")[0] for number in os.listdir("/proc/%d/fd" % pid))
-
-
-def children(pid):
-    with open("/proc/%d/task/%d/children" % (pid, pid)) as file:
-        return file.read().split()
-
-
-def wake_ups(pid):
-    """How often each thread of a process has been given the processor."""
-    counts = {}
-    for thread in os.listdir("/proc/%d/task" % pid):
-        with open("/proc/%d/task/%s/status" % (pid, thread)) as file:
-            counts[thread] = [line for line in file if "ctxt_switches" in line]
-    return counts
+SECONDS_OF_IDLENESS = float(os.environ.get("DOVETAIL_IDLE_SECONDS", 5))
 
 
 class Endurance(EndToEndTest):
@@ -46,13 +20,6 @@ class Endurance(EndToEndTest):
         host.close()
         self.session.processes.remove(host)
         console.wait_until("noHost")
-
-    def until(self, console, holds):
-        """The watcher of a host ends a few turns of the browser's loop after the host."""
-        deadline = time.monotonic() + DEADLINE
-        while not holds():
-            self.assertLess(time.monotonic(), deadline, "%s %s" % (descriptors(console.pid), children(console.pid)))
-            console.state()
 
     def test_a_thousand_restarts_of_the_host_leave_nothing_behind(self):
         self.make_archive()
@@ -104,49 +71,12 @@ class Endurance(EndToEndTest):
         before = [wake_ups(int(pid)) for pid in [console.pid, *watchers]]
         with self.assertRaises(Late):
             console.next_line(time.monotonic() + SECONDS_OF_IDLENESS)
-        self.assertEqual([wake_ups(int(pid)) for pid in [console.pid, *watchers]], before)
+        after = [wake_ups(int(pid)) for pid in [console.pid, *watchers]]
+        # GLib ends a worker of its pool, which the start used, when that was idle for a quarter of a minute.
+        still_there = [{thread: each[thread] for thread in each if thread in later} for each, later in zip(before, after)]
+        self.assertEqual(after, still_there)
+        self.assertTrue(all(str(pid) in each for pid, each in zip([console.pid, *watchers], after)))
         self.assertIsNone(host.process.poll())
-
-
-class Faults(EndToEndTest):
-    def test_the_ports_come_back_after_the_runtime_folder_was_removed(self):
-        path = self.make_archive()
-        host, console = self.start_both()
-        ports = os.path.join(self.session.environment["XDG_RUNTIME_DIR"], "dovetail")
-        shutil.rmtree(ports)
-        console.menu_of(path)
-        console.do("choose", titles=["Rename…"])
-        host.message("rename:")  # over the connection that stands
-        host.process.kill()
-        host.wait()
-        console.wait_until("noHost")
-        second = self.session.start_host()
-        console.wait_until("host")
-        second.message("pingPortName:")
-        self.assertEqual(len([name for name in os.listdir(ports) if not name.startswith(".")]), 2)
-        console.do("open", folder=self.folder)
-        console.wait_until("archive", file=path)
-
-    def test_a_host_that_is_killed_after_any_record_harms_nothing(self):
-        for number in range(6):
-            self.make_archive("letters %d.zip" % number)
-        console = self.session.start_console()
-        for records in range(1, 8):
-            host = self.session.start_host("--no-answer")
-            console.wait_until("host")
-            console.send_line(b'{"do":"open","folder":"%s"}' % self.folder.encode())
-            for _ in range(records):
-                host.line(lambda line: line["event"] == "message")
-            host.process.kill()
-            host.wait()
-            self.assertIn("ok", console.reply())
-            console.wait_until("noHost")
-            self.assertEqual(titles(console.menu(3)), ["Dovetail is not running"])
-        self.session.start_host()
-        console.wait_until("host")
-        console.do("open", folder=self.folder)
-        for number in range(6):
-            console.wait_until("archive", file=os.path.join(self.folder, "letters %d.zip" % number))
 
 
 if __name__ == "__main__":

@@ -4,7 +4,7 @@ import signal
 import time
 import unittest
 
-from fixture import EndToEndTest, titles
+from fixture import EndToEndTest, item, titles
 
 NOT_RUNNING = ["Dovetail is not running"]
 
@@ -104,6 +104,22 @@ class HostLife(EndToEndTest):
         self.session.start_host()
         console.wait_until("archive", file=path)
         self.assertIsNotNone(console.menu_of(path))
+
+    def test_the_loss_of_the_bus_ends_no_browser_whatever_it_has_shown(self):
+        path = self.make_archive()
+        self.session.settings("icons", "contextual", "on")
+        console = self.session.start_console()
+        for _ in range(3):
+            console.do("open", folder=self.folder)
+            host = self.session.start_host()
+            console.wait_until("archive", file=path)
+            self.assertIsNotNone(item(console.menu_of(path), "letters.zip", "guide")["image"])
+            self.assertIsNotNone(console.do("toolbar"))
+            self.session.stop_bus()
+            self.assertEqual(host.wait(), 1)
+            console.wait_until("noHost")
+            self.assertEqual(titles(console.menu(3)), NOT_RUNNING)
+            self.session.start_bus()
 
     def test_a_console_without_a_bus_starts_and_ends_all_the_same(self):
         self.session.stop_bus()

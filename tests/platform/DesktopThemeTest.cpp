@@ -81,6 +81,21 @@ TEST_F(DesktopTheme, isTheOneOfTheSettingsAndAChangeIsSeenByTheNextProcess) {
   EXPECT_EQ(Program(environment).answer(), path("second"));
 }
 
+TEST_F(DesktopTheme, isTheOneOfTheUsersDatabaseReadWithoutABus) {
+  folder.write("values/theme", "[org/gnome/desktop/interface]\nicon-theme='second'\n");
+  folder.write("dconf/none", "");
+  const std::string compile = "dconf compile " + folder.path() + "/dconf/user " + folder.path() + "/values";
+  ASSERT_EQ(std::system(compile.c_str()), 0);
+  environment["GSETTINGS_BACKEND"] = "dconf";
+  environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + folder.path() + "/no-bus";
+  EXPECT_EQ(Program(environment).answer(), path("second"));
+}
+
+TEST_F(DesktopTheme, isWhatTheSchemaGivesWhereNothingIsChosen) {
+  environment["GSETTINGS_BACKEND"] = "memory";
+  EXPECT_EQ(Program(environment).answer(), path("Adwaita"));
+}
+
 TEST_F(DesktopTheme, isAdwaitaWhereNoSuchSettingIsInstalled) {
   environment["XDG_DATA_DIRS"] = folder.path() + "/nothing";
   // Without a MIME database there are no types either: the themes' generic drawing tells them apart.

@@ -35,28 +35,8 @@ Data node(const std::vector<Data>& children, std::size_t times = 1) {
   return archive.archive(nodeSlot(archive, blobs));
 }
 
-// A message with something of everything in it.
-Data sample() {
-  ArchiveBytes archive;
-  const auto text = archive.slot(archive.text("openArchive:portName:"));
-  const auto wide = archive.slot(archive.wideText(u"\u00e9\u65e5"));
-  const auto number = archive.slot(archive.integer(3, 16));
-  const auto url = archive.instance("NSURL", {{"NS.base", archive.uid(0)}, {"NS.relative", archive.uid(text)}});
-  const auto data = archive.instance("NSMutableData", {{"NS.data", archive.data(bytesOf({1, 2}))}});
-  const auto path = archive.instance(
-      "NSIndexPath", {{"NSIndexPathLength", archive.integer(2)}, {"NSIndexPathData", archive.uid(data)}});
-  const auto set = archive.collection("NSSet", {number, archive.slot(archive.real(1.5))});
-  const auto array = archive.collection("NSArray", {url, path, set, nodeSlot(archive, {archive.slot(archive.data(node({})))})});
-  const auto dictionary = archive.instance("NSDictionary", {{"NS.keys", archive.uids({wide})}, {"NS.objects", archive.uids({array})}});
-  const auto error = archive.instance("NSError", {{"NSCode", archive.integer(1)},
-                                                  {"NSDomain", archive.uid(text)},
-                                                  {"NSUserInfo", archive.uid(dictionary)}});
-  return archive.archive(archive.instance(
-      "DTMessage", {{"selector", archive.uid(text)}, {"argument", archive.uid(error)}, {"portName", archive.uid(wide)}}));
-}
-
 void bent(const Use& use) {
-  const Data bytes = sample();
+  const Data bytes = sampleArchive();
   for (std::size_t length = 0; length < bytes.size(); ++length) {
     use("cut off at " + std::to_string(length), Data(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length)));
   }
@@ -70,6 +50,54 @@ void bent(const Use& use) {
       Data changed = bytes;
       changed[at] = static_cast<std::uint8_t>(value);
       use("byte " + std::to_string(at) + " is " + std::to_string(value), changed);
+    }
+  }
+}
+
+// Fields of 8 bytes, the highest first.
+std::uint64_t numberAt(const Data& bytes, std::size_t at) {
+  std::uint64_t number = 0;
+  for (std::size_t i = 0; i < 8; ++i) number = number << 8 | bytes[at + i];
+  return number;
+}
+
+Data withNumberAt(Data bytes, std::size_t at, std::uint64_t number) {
+  for (std::size_t i = 8; i-- > 0; number >>= 8) bytes[at + i] = static_cast<std::uint8_t>(number);
+  return bytes;
+}
+
+void bentTrailers(const Use& use) {
+  const Data bytes = sampleArchive();
+  const std::size_t trailer = bytes.size() - 32;
+  for (const std::size_t field : {8, 16, 24}) {
+    const std::uint64_t sound = numberAt(bytes, trailer + field);
+    for (unsigned bit = 0; bit < 64; ++bit) {
+      for (const std::uint64_t near : {std::uint64_t{0} - 1, std::uint64_t{0}, std::uint64_t{1}}) {
+        const std::uint64_t number = (std::uint64_t{1} << bit) + near;
+        use("field " + std::to_string(field) + " is " + std::to_string(number), withNumberAt(bytes, trailer + field, number));
+        use("field " + std::to_string(field) + " is off by " + std::to_string(number),
+            withNumberAt(bytes, trailer + field, sound + number));
+      }
+    }
+  }
+  for (const std::size_t field : {6, 7}) {
+    for (int size = 0; size < 256; ++size) {
+      Data changed = bytes;
+      changed[trailer + field] = static_cast<std::uint8_t>(size);
+      use("size " + std::to_string(field) + " is " + std::to_string(size), changed);
+    }
+  }
+}
+
+void bentMarkers(const Use& use) {
+  const Data bytes = sampleArchive({.offsetSize = 8});
+  const std::size_t count = numberAt(bytes, bytes.size() - 24), table = numberAt(bytes, bytes.size() - 8);
+  for (std::size_t object = 0; object < count; ++object) {
+    const std::size_t at = numberAt(bytes, table + 8 * object);
+    for (int marker = 0; marker < 256; ++marker) {
+      Data changed = bytes;
+      changed[at] = static_cast<std::uint8_t>(marker);
+      use("marker " + std::to_string(object) + " is " + std::to_string(marker), changed);
     }
   }
 }
@@ -176,6 +204,48 @@ void bentRecords(const Use& use) {
     use(std::string("class hints ") + kind.name, classes.archive(classes.slot(classes.object({{"$class", classes.uid(hinted)}}))));
     use(std::string("class ") + kind.name, record.archive(record.slot(record.object({{"$class", kind.make(record)}}))));
   }
+}
+
+void missing(const Use& use) {
+  for (const Class& ours : classes()) {
+    ArchiveBytes empty;
+    use(std::string("empty ") + ours.name, empty.archive(empty.instance(ours.name, {})));
+  }
+  for (int without = 0; without < 8; ++without) {
+    ArchiveBytes archive;
+    archive.hasVersion = (without & 1) == 0;
+    archive.hasObjects = (without & 2) == 0;
+    archive.hasTop = (without & 4) == 0;
+    use("archive without " + std::to_string(without), archive.archive(archive.slot(archive.text("x"))));
+  }
+  ArchiveBytes rootless, classless, nameless;
+  use("no root", rootless.archive(std::nullopt));
+  use("no class", classless.archive(classless.slot(classless.object({{"argument", classless.uid(0)}}))));
+  const auto record = nameless.slot(nameless.object({{"$classes", nameless.array({nameless.text("DTMessage")})}}));
+  use("no class name", nameless.archive(nameless.slot(nameless.object({{"$class", nameless.uid(record)}}))));
+}
+
+// Two and three objects that hold one another, by any of their keys; and class records that are their own.
+void cycles(const Use& use) {
+  for (const Class& ours : classes()) {
+    for (const char* key : ours.keys) {
+      for (std::uint32_t length = 2; length <= 3; ++length) {
+        ArchiveBytes archive, listed;
+        for (std::uint32_t i = 0; i < length; ++i) {
+          const std::uint32_t next = 2 + 2 * ((i + 1) % length);  // each has its class record before it
+          archive.instance(ours.name, {{key, archive.uid(next)}});
+          listed.instance(ours.name, {{key, listed.uids({next, next})}});
+        }
+        use(std::string(ours.name) + "." + key + " in a ring of " + std::to_string(length), archive.archive(2));
+        use(std::string(ours.name) + "." + key + " in a ring of lists of " + std::to_string(length), listed.archive(2));
+      }
+    }
+  }
+  ArchiveBytes own, each;
+  use("its own class", own.archive(own.slot(own.object({{"$class", own.uid(1)}}))));
+  each.slot(each.object({{"$class", each.uid(2)}}));
+  each.slot(each.object({{"$classname", each.text("Unheard")}, {"$class", each.uid(1)}}));
+  use("each other's class", each.archive(1));
 }
 
 void impossibleCounts(const Use& use) {
@@ -286,6 +356,30 @@ void wide(const Use& use) {
 
 }  // namespace
 
+Data sampleArchive(const ArchiveForm& form) {
+  ArchiveBytes archive;
+  archive.isReversed = form.isReversed;
+  archive.fill = form.fill;
+  archive.offsetSize = form.offsetSize;
+  archive.referenceSize = form.referenceSize;
+  const auto uid = [&](std::uint32_t value) { return archive.uid(value, form.uidSize); };
+  const auto integer = [&](std::uint64_t value) { return archive.integer(value, form.integerSize); };
+  const auto text = archive.slot(archive.text("openArchive:portName:"));
+  const auto wide = archive.slot(archive.wideText(u"\u00e9\u65e5"));
+  const auto number = archive.slot(archive.integer(3, 16));
+  const auto url = archive.instance("NSURL", {{"NS.base", uid(0)}, {"NS.relative", uid(text)}});
+  const auto data = archive.instance("NSMutableData", {{"NS.data", archive.data(bytesOf({1, 2}))}});
+  const auto path = archive.instance("NSIndexPath", {{"NSIndexPathLength", integer(2)}, {"NSIndexPathData", uid(data)}});
+  const auto set = archive.collection("NSSet", {number, archive.slot(integer(7)), archive.slot(archive.real(1.5))});
+  const auto tree = nodeSlot(archive, {archive.slot(archive.data(node({})))});
+  const auto array = archive.collection("NSArray", {url, path, set, tree, number, text});
+  const auto dictionary = archive.instance("NSDictionary", {{"NS.keys", archive.uids({wide})}, {"NS.objects", archive.uids({array})}});
+  const auto error = archive.instance(
+      "NSError", {{"NSCode", integer(1)}, {"NSDomain", uid(text)}, {"NSUserInfo", uid(dictionary)}});
+  return archive.archive(archive.instance(
+      "DTMessage", {{"selector", uid(text)}, {"argument", uid(error)}, {"portName", uid(wide)}}));
+}
+
 // Put together from the outside in: its size is linear in the levels.
 Data archivesInsideArchives(std::size_t levels) {
   ArchiveBytes level;
@@ -335,8 +429,12 @@ Data arraysInsideArrays(std::size_t levels) {
 
 void forEachSmallHostileArchive(const Use& use) {
   bent(use);
+  bentTrailers(use);
+  bentMarkers(use);
   wrongKinds(use);
   bentRecords(use);
+  missing(use);
+  cycles(use);
   impossibleCounts(use);
 }
 

@@ -1,7 +1,10 @@
 // Ports under stress: peers that stop, end, or come in numbers, and a process without descriptors.
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/resource.h>
+#include <sys/time.h>
 
+#include <atomic>
 #include <chrono>
 
 #include "tests/platform/LinuxPortsFixture.h"
@@ -239,6 +242,50 @@ TEST_F(PortFaults, moreConnectionsThanAreHeldWaitTheirTurn) {
   EXPECT_EQ(received.size(), held);
   for (std::size_t i = 0; i < 6; ++i) peers[i].reset();
   EXPECT_TRUE(runUntilReceived(held + 6));
+}
+
+// Signals at any moment, as a library of the browser's may use them.
+class Interruptions {
+ public:
+  Interruptions() {
+    struct sigaction action = {};
+    action.sa_handler = [](int) { ++count; };  // without SA_RESTART
+    ::sigaction(SIGALRM, &action, &old_);
+    const itimerval often{{0, 50}, {0, 50}};
+    ::setitimer(ITIMER_REAL, &often, nullptr);
+  }
+  ~Interruptions() {
+    const itimerval never{};
+    ::setitimer(ITIMER_REAL, &never, nullptr);
+    ::sigaction(SIGALRM, &old_, nullptr);
+  }
+  static inline std::atomic<int> count = 0;
+
+ private:
+  struct sigaction old_ = {};
+};
+
+TEST_F(PortFaults, systemCallsThatSignalsInterruptLoseAndSpoilNoRecord) {
+  const auto record = [](std::size_t i) {
+    return Data(i % 10 == 0 ? 3'000'000 + i : 1000 + i, static_cast<std::uint8_t>(i));
+  };
+  listen();
+  PeerProcess sender([&](const auto&) {
+    const auto remote = makePorts()->createRemote("G.App");
+    const Interruptions interruptions;
+    for (std::size_t i = 0; i < 300; ++i) {
+      if (send(*remote, record(i), 20) != MessagePortStatus::success) return 1;
+    }
+    return Interruptions::count > 0 ? 0 : 2;
+  });
+  {
+    const Interruptions interruptions;
+    EXPECT_TRUE(runUntilReceived(300));
+  }
+  EXPECT_GT(Interruptions::count, 0);
+  ASSERT_EQ(received.size(), 300u);
+  for (std::size_t i = 0; i < 300; ++i) ASSERT_EQ(received[i], record(i)) << i;
+  EXPECT_EQ(sender.wait(), 0);
 }
 
 TEST_F(PortFaults, aThousandRestartsOfTheHostLeaveNoDescriptorOpen) {

@@ -2,6 +2,7 @@
 #include <fcntl.h>
 
 #include <fstream>
+#include <functional>
 
 #include "platform/linux/Record.h"
 #include "platform/linux/RemotePort.h"
@@ -229,6 +230,46 @@ TEST_F(ReceivedRecord, sentRightBeforeThePeerEndedIsDelivered) {
   ASSERT_TRUE(runUntilReceived(1));
   pumpReady();
   EXPECT_EQ(received, std::vector<Data>{bytes("whole")});
+}
+
+// Each way is the start of a whole exchange, cut off at another place.
+TEST_F(ReceivedRecord, ofAPeerThatIsKilledAnywhereBeforeItsEndIsNoneAndLeavesNothingOpen) {
+  const Descriptor unsealed = memoryOf(bytes("not yet sealed"), 0);
+  const Descriptor sealed = memoryOf(Data(100'000, 'm'), allSeals);
+  const std::vector<std::function<void(int)>> ways = {
+      [](int) {},
+      [&](int socket) { rawSend(socket, bytes("whole")); },
+      [&](int socket) { rawSend(socket, {0}, {unsealed.get()}); },
+      [&](int socket) { rawSend(socket, {0}, {sealed.get()}); },
+      [&](int socket) {
+        rawSend(socket, bytes("whole"));
+        ::shutdown(socket, SHUT_WR);
+      },
+      [&](int socket) {
+        for (int i = 0; i < 3; ++i) rawSend(socket, {0}, {sealed.get()});
+        ::shutdown(socket, SHUT_RDWR);
+      }};
+  const std::vector<std::size_t> whole = {0, 1, 0, 1, 1, 3};
+  pumpReady();
+  const std::size_t before = openDescriptors();
+  for (std::size_t way = 0; way < ways.size(); ++way) {
+    for (int round = 0; round < 10; ++round) {
+      auto dying = std::make_unique<PeerProcess>([&](const auto& line) {
+        const Descriptor own = rawConnect(socketPath());
+        ways[way](own.get());
+        line.tell('d');
+        return static_cast<int>(line.hear());
+      });
+      ASSERT_EQ(dying->hear(), 'd');
+      dying.reset();
+      ASSERT_TRUE(runUntilReceived(whole[way])) << way;
+      ASSERT_TRUE(pumpUntil([&] { return openDescriptors() == before; })) << way;
+      EXPECT_EQ(received.size(), whole[way]) << way;
+      received.clear();
+    }
+  }
+  rawSend(peer.get(), bytes("of one that lives"));
+  EXPECT_TRUE(runUntilReceived(1));
 }
 
 TEST_F(LinuxPortsTest, aPeerInAnotherLanguageUnderstandsAndIsUnderstood) {

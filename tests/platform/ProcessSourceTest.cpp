@@ -3,6 +3,7 @@
 #include <sys/syscall.h>
 
 #include <filesystem>
+#include <fstream>
 #include <set>
 #include <thread>
 #include <vector>
@@ -20,10 +21,20 @@ std::size_t openDescriptors() {
   return static_cast<std::size_t>(std::distance(begin(all), end(all)));
 }
 
+bool isBlocked(int signal, const std::filesystem::path& thread) {
+  std::ifstream file(thread / "status");
+  for (std::string line; std::getline(file, line);) {
+    if (line.starts_with("SigBlk:")) return (std::stoull(line.substr(7), nullptr, 16) >> (signal - 1) & 1) != 0;
+  }
+  return true;
+}
+
+// Those that take signals: a sanitizer may have a thread of its own that does not.
 std::vector<pid_t> threadsOf(pid_t process) {
   std::vector<pid_t> threads;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task"))
-    threads.push_back(std::stoi(entry.path().filename()));
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
+    if (!isBlocked(SIGUSR1, entry.path())) threads.push_back(std::stoi(entry.path().filename()));
+  }
   return threads;
 }
 
