@@ -43,13 +43,11 @@ void DTDovetailSync::beginObservingDirectoryAtURL(const URL& url) {
   const auto folder = DTExtension::identifier(platform_.fileManager, url);
   if (!folder) return;
   URLSet& files = observedFiles_[*folder];
-  const auto entries = platform_.fileManager.sightingsInDirectoryAtURL(url);
-  if (!entries) return;
   // Asked in one go: a host that falls asleep between two questions has to be woken for each, which costs more than all the rest.
   std::vector<URL> questions;
-  for (const auto& [file, sighting] : *entries) {
-    if (see(file, sighting, questions)) files.insert(file, sighting.identity, platform_.fileManager);
-  }
+  platform_.fileManager.seeEntriesOfDirectoryAtURL(url, [&](const URL& entry, const platform::FileSighting& sighting) {
+    if (see(entry, sighting, questions)) files.insert(entry, sighting.identity, platform_.fileManager);
+  });
   ask(questions);
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -49,12 +50,6 @@ struct FileSighting {
   bool isRegularFile = false;
 };
 
-/// An entry of a folder that could be sighted.
-struct SightedEntry {
-  URL url;
-  FileSighting sighting;
-};
-
 class FileManager {
  public:
   virtual ~FileManager() = default;
@@ -75,8 +70,10 @@ class FileManager {
   /// The direct entries of a folder, hidden ones included, in the order that the system lists them, each made from the folder's path
   /// and the entry's name. Nothing when it cannot be listed. A folder reached through a final symbolic link is listed.
   virtual std::optional<std::vector<URL>> contentsOfDirectoryAtURL(const URL& url) = 0;
-  /// The same entries, each asked for its sighting, but for those that have none.
-  virtual std::optional<std::vector<SightedEntry>> sightingsInDirectoryAtURL(const URL& url) = 0;
+  /// Lists the same entries and then calls `see` for each in turn that has a sighting, with the one of that moment. `see` does not
+  /// throw. No call when the folder cannot be listed.
+  virtual void seeEntriesOfDirectoryAtURL(const URL& url,
+                                          const std::function<void(const URL& entry, const FileSighting& sighting)>& see) = 0;
 
   /// The file that the bookmark names, or nothing with `error` set. `isStale` tells that the bookmark should be made anew, as
   /// the file was moved or renamed. `options` are those of `BookmarkResolutionWithoutUI`.

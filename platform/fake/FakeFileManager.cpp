@@ -149,14 +149,13 @@ std::optional<std::vector<URL>> FakeFileManager::contentsOfDirectoryAtURL(const 
   return entries;
 }
 
-std::optional<std::vector<SightedEntry>> FakeFileManager::sightingsInDirectoryAtURL(const URL& url) {
-  const auto urls = contentsOfDirectoryAtURL(url);
-  if (!urls) return std::nullopt;
-  std::vector<SightedEntry> entries;
-  for (const URL& entry : *urls) {
-    if (const auto sighting = sightingOfFile(entry)) entries.push_back({entry, *sighting});
+void FakeFileManager::seeEntriesOfDirectoryAtURL(const URL& url,
+                                                 const std::function<void(const URL&, const FileSighting&)>& see) {
+  const auto entries = contentsOfDirectoryAtURL(url);
+  if (!entries) return;
+  for (const URL& entry : *entries) {
+    if (const auto sighting = sightingOfFile(entry)) see(entry, *sighting);
   }
-  return entries;
 }
 
 std::optional<URL> FakeFileManager::URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t options, bool* isStale,

@@ -31,17 +31,15 @@ constexpr unsigned sightingFields = FileStatus::identityFields | STATX_TYPE;
 
 FileSighting sighting(const FileStatus& status) { return {status.identity(), status.isRegularFile()}; }
 
-// Calls `atEntry` with the open folder, the entry's name and its URL. False when the folder cannot be listed to the end.
-template <typename AtEntry>
-bool listFolder(const URL& url, AtEntry atEntry) {
-  const Path path(url);
-  auto entries = DirectoryEntries::ofFolder(path.bytes());
-  if (!entries) return false;
-  const URL folder = URL::fileURLWithPath(path.text(), true);
-  while (const auto entry = entries->next()) {
-    atEntry(entries->descriptor(), entry->name.data(), folder.URLByAppendingPathComponent(entry->name, entry->isDirectory));
+// Nothing when the folder cannot be listed to the end.
+std::optional<std::vector<URL>> contentsOf(DirectoryEntries& entries, const std::string& path) {
+  const URL folder = URL::fileURLWithPath(path, true);
+  std::vector<URL> contents;
+  while (const auto entry = entries.next()) {
+    contents.push_back(folder.URLByAppendingPathComponent(entry->name, entry->isDirectory));
   }
-  return !entries->hasFailed();
+  if (entries.hasFailed()) return std::nullopt;
+  return contents;
 }
 
 std::string extension(std::string_view name) {
@@ -90,19 +88,23 @@ ImageRef LinuxFileManager::effectiveIcon(const URL& url) {
 }
 
 std::optional<std::vector<URL>> LinuxFileManager::contentsOfDirectoryAtURL(const URL& url) {
-  std::vector<URL> contents;
-  const bool isListed = listFolder(url, [&](int, const char*, URL entry) { contents.push_back(std::move(entry)); });
-  return isListed ? std::optional(std::move(contents)) : std::nullopt;
+  const Path path(url);
+  auto entries = DirectoryEntries::ofFolder(path.bytes());
+  return entries ? contentsOf(*entries, path.text()) : std::nullopt;
 }
 
-// Asked from the folder, so that the way to it is walked once.
-std::optional<std::vector<SightedEntry>> LinuxFileManager::sightingsInDirectoryAtURL(const URL& url) {
-  std::vector<SightedEntry> entries;
-  const bool isListed = listFolder(url, [&](int folder, const char* name, URL entry) {
-    const auto status = FileStatus::ofEntry(folder, name, sightingFields);
-    if (status) entries.push_back({std::move(entry), sighting(*status)});
-  });
-  return isListed ? std::optional(std::move(entries)) : std::nullopt;
+// The entries are asked from the folder, so that the way to it is walked once.
+void LinuxFileManager::seeEntriesOfDirectoryAtURL(const URL& url,
+                                                  const std::function<void(const URL&, const FileSighting&)>& see) {
+  const Path path(url);
+  auto entries = DirectoryEntries::ofFolder(path.bytes());
+  const auto contents = entries ? contentsOf(*entries, path.text()) : std::nullopt;
+  if (!contents) return;
+  for (const URL& entry : *contents) {
+    const std::string& whole = *entry.storedPath();
+    const auto status = FileStatus::ofEntry(entries->descriptor(), whole.c_str() + whole.rfind('/') + 1, sightingFields);
+    if (status) see(entry, sighting(*status));
+  }
 }
 
 std::optional<URL> LinuxFileManager::URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t,

@@ -23,7 +23,8 @@ class LinuxFileManager : public FileManager {
   bool isAliasRegularFile(const URL& url) override;
   ImageRef effectiveIcon(const URL& url) override;
   std::optional<std::vector<URL>> contentsOfDirectoryAtURL(const URL& url) override;
-  std::optional<std::vector<SightedEntry>> sightingsInDirectoryAtURL(const URL& url) override;
+  void seeEntriesOfDirectoryAtURL(const URL& url,
+                                  const std::function<void(const URL& entry, const FileSighting& sighting)>& see) override;
   std::optional<URL> URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t options, bool* isStale,
                                                 Error* error) override;
   std::optional<Data> bookmarkDataWithURL(const URL& url, Error* error) override;

@@ -172,28 +172,41 @@ TYPED_TEST(FileManagerContract, aListingHoldsEachDirectEntryHiddenOnesIncluded) 
                                           this->files.path("folder")));
 }
 
-TYPED_TEST(FileManagerContract, aFoldersSightingsAreThoseOfTheEntriesListed) {
+TYPED_TEST(FileManagerContract, aFoldersEntriesAreSeenInTheOrderOfTheListing) {
   this->files.makeFile("a");
   this->files.makeFolder("folder");
   this->files.makeLink("link");
   const auto urls = this->manager().contentsOfDirectoryAtURL(this->url(""));
-  const auto entries = this->manager().sightingsInDirectoryAtURL(this->url(""));
-  ASSERT_TRUE(urls && entries);
-  ASSERT_EQ(entries->size(), 3u);
+  ASSERT_TRUE(urls);
   ASSERT_EQ(urls->size(), 3u);
-  for (std::size_t i = 0; i < urls->size(); ++i) {
-    const auto sighting = this->manager().sightingOfFile((*urls)[i]);
-    ASSERT_TRUE(sighting);
-    EXPECT_EQ((*entries)[i].url.absoluteString(), (*urls)[i].absoluteString());
-    EXPECT_EQ((*entries)[i].sighting.identity, sighting->identity);
-    EXPECT_EQ((*entries)[i].sighting.isRegularFile, sighting->isRegularFile);
-  }
+  std::size_t count = 0;
+  this->manager().seeEntriesOfDirectoryAtURL(this->url(""), [&](const URL& entry, const platform::FileSighting& sighting) {
+    ASSERT_LT(count, urls->size());
+    EXPECT_EQ(entry.absoluteString(), (*urls)[count++].absoluteString());
+    const auto asked = this->manager().sightingOfFile(entry);
+    ASSERT_TRUE(asked);
+    EXPECT_EQ(sighting.identity, asked->identity);
+    EXPECT_EQ(sighting.isRegularFile, asked->isRegularFile);
+  });
+  EXPECT_EQ(count, 3u);
+}
+
+TYPED_TEST(FileManagerContract, anEntryThatVanishesWhileTheOthersAreSeenIsLeftOut) {
+  this->files.makeFile("a");
+  this->files.makeFile("b");
+  std::size_t count = 0;
+  this->manager().seeEntriesOfDirectoryAtURL(this->url(""), [&](const URL& entry, const platform::FileSighting&) {
+    ++count;
+    this->files.remove(entry.lastPathComponent() == "a" ? "b" : "a");
+  });
+  EXPECT_EQ(count, 1u);
 }
 
 TYPED_TEST(FileManagerContract, neitherAFileNorAMissingFolderCanBeListed) {
   this->files.makeFile("a");
-  EXPECT_FALSE(this->manager().sightingsInDirectoryAtURL(this->url("a")));
-  EXPECT_FALSE(this->manager().sightingsInDirectoryAtURL(this->url("missing")));
+  const auto fail = [](const URL&, const platform::FileSighting&) { FAIL(); };
+  this->manager().seeEntriesOfDirectoryAtURL(this->url("a"), fail);
+  this->manager().seeEntriesOfDirectoryAtURL(this->url("missing"), fail);
   EXPECT_FALSE(this->manager().contentsOfDirectoryAtURL(this->url("a")));
   EXPECT_FALSE(this->manager().contentsOfDirectoryAtURL(this->url("missing")));
 }
