@@ -10,8 +10,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Coding.h"
-#include "platform/KeyedArchiveReader.h"
+#include "platform/codec/Coding.h"
+#include "platform/codec/KeyedArchiveReader.h"
 
 class DTArchiveEntry final : public platform::Coding {
  public:

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "archive/LeafShapes.h"
-#include "platform/KeyedArchiver.h"
-#include "platform/KeyedUnarchiver.h"
+#include "platform/codec/KeyedArchiver.h"
+#include "platform/codec/KeyedUnarchiver.h"
 
 using platform::KeyedArchiveReader;
 using platform::PropertyListItem;

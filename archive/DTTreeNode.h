@@ -13,9 +13,9 @@
 
 #include "archive/DTArchiveEntry.h"
 #include "platform/Bytes.h"
-#include "platform/Coding.h"
 #include "platform/IndexPath.h"
-#include "platform/KeyedArchiveReader.h"
+#include "platform/codec/Coding.h"
+#include "platform/codec/KeyedArchiveReader.h"
 
 class LeafShapes;
 

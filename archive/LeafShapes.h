@@ -6,8 +6,8 @@
 
 #include "archive/DTArchiveEntry.h"
 #include "platform/Bytes.h"
-#include "platform/KeyedArchiveReader.h"
-#include "platform/PropertyListShape.h"
+#include "platform/codec/KeyedArchiveReader.h"
+#include "platform/codec/PropertyListShape.h"
 
 class LeafShapes {
  public:

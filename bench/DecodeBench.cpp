@@ -14,7 +14,7 @@
 #include "bench/LibplistDecoding.h"
 #include "bench/Ratios.h"
 #include "bench/TreeShapes.h"
-#include "platform/KeyedUnarchiver.h"
+#include "platform/codec/KeyedUnarchiver.h"
 
 namespace {
 

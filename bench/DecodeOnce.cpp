@@ -3,7 +3,7 @@
 
 #include "archive/ArchivedClasses.h"
 #include "bench/TreeShapes.h"
-#include "platform/KeyedUnarchiver.h"
+#include "platform/codec/KeyedUnarchiver.h"
 
 extern "C" [[gnu::noinline]] bool decodeCounted(const platform::Data& bytes) {
   return !platform::KeyedUnarchiver::unarchiveObjectWithData(bytes, archivedClasses()).isNil();

@@ -11,12 +11,12 @@
 #include "bench/Ratios.h"
 #include "bench/ReceivingProcess.h"
 #include "core/DTDovetailSync.h"
-#include "platform/KeyedArchiver.h"
+#include "platform/codec/KeyedArchiver.h"
 #include "platform/fake/FakePlatform.h"
 #include "platform/linux/Descriptor.h"
-#include "platform/linux/FileManager.h"
 #include "platform/linux/Log.h"
-#include "platform/linux/MessagePorts.h"
+#include "platform/linux/files/FileManager.h"
+#include "platform/linux/ports/MessagePorts.h"
 #include "tests/platform/TemporaryFolder.h"
 
 namespace {

@@ -5,8 +5,8 @@
 #include <set>
 #include <string>
 
-#include "bench/Ratios.h"
 #include "archive/ArchiveMenus.h"
+#include "bench/Ratios.h"
 #include "bench/TreeShapes.h"
 #include "core/DTDovetailSync.h"
 #include "platform/fake/FakePlatform.h"

@@ -14,7 +14,7 @@
 
 #include "bench/Ratios.h"
 #include "platform/linux/Log.h"
-#include "platform/linux/MessagePorts.h"
+#include "platform/linux/ports/MessagePorts.h"
 
 using platform::ByteView;
 using platform::native::Descriptor;

@@ -13,9 +13,9 @@
 #include "bench/ReceivingProcess.h"
 #include "bench/TreeShapes.h"
 #include "core/MessageWriter.h"
-#include "platform/KeyedUnarchiver.h"
+#include "platform/codec/KeyedUnarchiver.h"
 #include "platform/linux/Log.h"
-#include "platform/linux/MessagePorts.h"
+#include "platform/linux/ports/MessagePorts.h"
 #include "tests/platform/TemporaryFolder.h"
 
 namespace {

@@ -6,8 +6,8 @@
 
 #include "bench/Ratios.h"
 #include "platform/linux/Log.h"
-#include "platform/linux/SessionBus.h"
-#include "platform/linux/UserDefaults.h"
+#include "platform/linux/bus/SessionBus.h"
+#include "platform/linux/settings/UserDefaults.h"
 #include "tests/platform/TemporaryFolder.h"
 
 namespace {

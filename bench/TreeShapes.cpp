@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/KeyedArchiver.h"
+#include "platform/codec/KeyedArchiver.h"
 
 namespace {
 

@@ -17,9 +17,9 @@
 #include "console/ImageSheet.h"
 #include "console/JSONLanguage.h"
 #include "console/PlainLanguage.h"
-#include "platform/linux/Graphics.h"
 #include "platform/linux/LinuxPlatform.h"
-#include "platform/linux/Workspace.h"
+#include "platform/linux/images/Graphics.h"
+#include "platform/linux/images/Workspace.h"
 
 using platform::JSON;
 using platform::native::LinuxPlatform;

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "menus/MenuSymbols.h"
-#include "platform/linux/Graphics.h"
+#include "platform/linux/images/Graphics.h"
 
 using platform::Bitmap;
 using platform::Image;

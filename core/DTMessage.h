@@ -7,8 +7,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/Coding.h"
 #include "platform/Object.h"
+#include "platform/codec/Coding.h"
 
 class DTMessage final : public platform::Coding {
  public:

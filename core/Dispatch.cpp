@@ -4,7 +4,7 @@
 #include <array>
 
 #include "core/DTDovetailSync.h"
-#include "platform/KeyedUnarchiver.h"
+#include "platform/codec/KeyedUnarchiver.h"
 
 using platform::ByteView;
 using platform::Data;

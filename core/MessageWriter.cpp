@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "platform/KeyedArchiver.h"
+#include "platform/codec/KeyedArchiver.h"
 
 using platform::ByteView;
 

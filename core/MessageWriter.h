@@ -6,8 +6,8 @@
 #include <string>
 
 #include "core/DTMessage.h"
-#include "platform/ArchiveForm.h"
 #include "platform/Bytes.h"
+#include "platform/codec/ArchiveForm.h"
 
 class MessageWriter {
  public:

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "fuzz/Target.h"
-#include "platform/linux/Bookmark.h"
+#include "platform/linux/files/Bookmark.h"
 #include "tests/platform/TemporaryFolder.h"
 
 using platform::ByteView;

@@ -3,7 +3,7 @@
 #include "archive/ArchivedClasses.h"
 #include "core/DTDovetailSync.h"
 #include "fuzz/Target.h"
-#include "platform/KeyedUnarchiver.h"
+#include "platform/codec/KeyedUnarchiver.h"
 #include "platform/fake/FakePlatform.h"
 
 using platform::ByteView;

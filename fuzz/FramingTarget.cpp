@@ -12,7 +12,7 @@
 
 #include "fuzz/Target.h"
 #include "platform/fake/FakePlatform.h"
-#include "platform/linux/MessagePorts.h"
+#include "platform/linux/ports/MessagePorts.h"
 #include "tests/MainLoopPump.h"
 #include "tests/platform/TemporaryFolder.h"
 

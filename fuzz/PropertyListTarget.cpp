@@ -3,8 +3,8 @@
 #include <array>
 
 #include "fuzz/Target.h"
-#include "platform/PropertyListReader.h"
-#include "platform/PropertyListShape.h"
+#include "platform/codec/PropertyListReader.h"
+#include "platform/codec/PropertyListShape.h"
 
 using platform::ByteView;
 using platform::Data;

@@ -7,10 +7,10 @@
 #include "archive/DTTreeNode.h"
 #include "core/DTMessage.h"
 #include "fuzz/Target.h"
-#include "platform/KeyedArchiver.h"
-#include "platform/linux/SettingsValue.h"
-#include "tests/platform/ArchiveBytes.h"
-#include "tests/platform/HostileArchives.h"
+#include "platform/codec/KeyedArchiver.h"
+#include "platform/linux/settings/SettingsValue.h"
+#include "tests/platform/codec/ArchiveBytes.h"
+#include "tests/platform/codec/HostileArchives.h"
 
 using platform::Array;
 using platform::Data;

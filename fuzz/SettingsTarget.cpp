@@ -7,7 +7,7 @@
 #include "fuzz/Target.h"
 #include "host/ObjectJSON.h"
 #include "platform/fake/FakePlatform.h"
-#include "platform/linux/SettingsValue.h"
+#include "platform/linux/settings/SettingsValue.h"
 
 using platform::ByteView;
 using platform::Object;

@@ -3,9 +3,9 @@
 #include "archive/ArchivedClasses.h"
 #include "archive/DTTreeNode.h"
 #include "fuzz/Target.h"
-#include "platform/KeyedArchiver.h"
-#include "platform/KeyedUnarchiver.h"
-#include "tests/platform/ArchiveBytes.h"
+#include "platform/codec/KeyedArchiver.h"
+#include "platform/codec/KeyedUnarchiver.h"
+#include "tests/platform/codec/ArchiveBytes.h"
 
 using platform::ByteView;
 using platform::Data;

@@ -6,8 +6,8 @@
 #include "fuzz/Target.h"
 #include "host/ObjectJSON.h"
 #include "host/RawRecords.h"
-#include "platform/KeyedArchiver.h"
-#include "platform/KeyedUnarchiver.h"
+#include "platform/codec/KeyedArchiver.h"
+#include "platform/codec/KeyedUnarchiver.h"
 
 using platform::KeyedArchiver;
 using platform::KeyedUnarchiver;

@@ -1,7 +1,7 @@
 #include "host/ArchiveAnswers.h"
 
 #include "core/DTMessage.h"
-#include "platform/KeyedArchiver.h"
+#include "platform/codec/KeyedArchiver.h"
 
 using platform::JSON;
 using platform::MessagePortStatus;

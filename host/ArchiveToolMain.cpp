@@ -8,8 +8,8 @@
 
 #include "host/ObjectJSON.h"
 #include "host/RawRecords.h"
-#include "platform/KeyedArchiver.h"
-#include "platform/KeyedUnarchiver.h"
+#include "platform/codec/KeyedArchiver.h"
+#include "platform/codec/KeyedUnarchiver.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include "host/ArchiveAnswers.h"
 #include "host/EntryTree.h"
 #include "host/ObjectJSON.h"
-#include "platform/KeyedUnarchiver.h"
+#include "platform/codec/KeyedUnarchiver.h"
 
 using platform::JSON;
 using platform::Object;

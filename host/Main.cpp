@@ -13,14 +13,14 @@
 #include "host/Host.h"
 #include "host/ListingService.h"
 #include "host/SettingsCommands.h"
-#include "platform/linux/DistributedNotificationCenter.h"
-#include "platform/linux/FileManager.h"
 #include "platform/linux/Log.h"
-#include "platform/linux/MessagePorts.h"
 #include "platform/linux/OwnedGLib.h"
-#include "platform/linux/SessionBus.h"
-#include "platform/linux/UserDefaults.h"
-#include "platform/linux/Workspace.h"
+#include "platform/linux/bus/DistributedNotificationCenter.h"
+#include "platform/linux/bus/SessionBus.h"
+#include "platform/linux/files/FileManager.h"
+#include "platform/linux/images/Workspace.h"
+#include "platform/linux/ports/MessagePorts.h"
+#include "platform/linux/settings/UserDefaults.h"
 
 using platform::Log;
 using platform::Object;

@@ -7,8 +7,8 @@
 
 #include "host/ObjectJSON.h"
 #include "host/RawRecords.h"
-#include "platform/DecodeBudget.h"
 #include "platform/UnicodeText.h"
+#include "platform/codec/DecodeBudget.h"
 
 namespace {
 

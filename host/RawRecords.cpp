@@ -3,8 +3,8 @@
 #include <array>
 #include <utility>
 
-#include "platform/KeyedArchiver.h"
-#include "platform/KeyedUnarchiver.h"
+#include "platform/codec/KeyedArchiver.h"
+#include "platform/codec/KeyedUnarchiver.h"
 
 using platform::KeyedArchiveReader;
 using platform::PropertyListItem;

@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "platform/Bytes.h"
-#include "platform/Coding.h"
-#include "platform/KeyedArchiveReader.h"
 #include "platform/Object.h"
+#include "platform/codec/Coding.h"
+#include "platform/codec/KeyedArchiveReader.h"
 
 struct RawMessage final : platform::Coding {
   platform::Object selector, argument, portName;

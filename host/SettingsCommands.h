@@ -10,7 +10,7 @@
 
 #include "platform/FileManager.h"
 #include "platform/UserDefaults.h"
-#include "platform/linux/SettingsWriter.h"
+#include "platform/linux/settings/SettingsWriter.h"
 
 class SettingsCommands {
  public:

@@ -11,8 +11,8 @@
 #include "archive/ArchivedClasses.h"
 #include "archive/DTTreeNode.h"
 #include "core/DTDovetailSync.h"
-#include "platform/KeyedArchiver.h"
-#include "platform/KeyedUnarchiver.h"
+#include "platform/codec/KeyedArchiver.h"
+#include "platform/codec/KeyedUnarchiver.h"
 #include "platform/fake/FakePlatform.h"
 
 inline platform::URL fileURL(std::string_view path) { return platform::URL::fileURLWithPath(path); }

@@ -6,18 +6,18 @@
 #include <string>
 
 #include "platform/Platform.h"
-#include "platform/linux/Bundle.h"
-#include "platform/linux/DistributedNotificationCenter.h"
-#include "platform/linux/FileManager.h"
 #include "platform/linux/FinderSyncBrowser.h"
 #include "platform/linux/Log.h"
-#include "platform/linux/MessagePorts.h"
-#include "platform/linux/ProcessSource.h"
-#include "platform/linux/RunningApplications.h"
-#include "platform/linux/Security.h"
-#include "platform/linux/SessionBus.h"
-#include "platform/linux/UserDefaults.h"
-#include "platform/linux/Workspace.h"
+#include "platform/linux/bus/DistributedNotificationCenter.h"
+#include "platform/linux/bus/SessionBus.h"
+#include "platform/linux/files/FileManager.h"
+#include "platform/linux/images/Workspace.h"
+#include "platform/linux/ports/MessagePorts.h"
+#include "platform/linux/processes/Bundle.h"
+#include "platform/linux/processes/ProcessSource.h"
+#include "platform/linux/processes/RunningApplications.h"
+#include "platform/linux/processes/Security.h"
+#include "platform/linux/settings/UserDefaults.h"
 
 namespace platform::native {
 

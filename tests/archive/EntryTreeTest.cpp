@@ -6,10 +6,10 @@
 #include "archive/ArchivedClasses.h"
 #include "archive/DTArchiveEntry.h"
 #include "archive/DTTreeNode.h"
-#include "platform/DecodeBudget.h"
-#include "platform/KeyedArchiver.h"
-#include "platform/KeyedUnarchiver.h"
-#include "tests/platform/ArchiveBytes.h"
+#include "platform/codec/DecodeBudget.h"
+#include "platform/codec/KeyedArchiver.h"
+#include "platform/codec/KeyedUnarchiver.h"
+#include "tests/platform/codec/ArchiveBytes.h"
 
 namespace {
 

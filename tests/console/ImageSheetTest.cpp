@@ -7,10 +7,10 @@
 #include "console/ImageSheet.h"
 #include "menus/MenuSymbols.h"
 #include "platform/fake/FakePlatform.h"
-#include "platform/linux/Graphics.h"
-#include "platform/linux/ImageFile.h"
-#include "platform/linux/Workspace.h"
-#include "tests/platform/ThemeFolder.h"
+#include "platform/linux/images/Graphics.h"
+#include "platform/linux/images/ImageFile.h"
+#include "platform/linux/images/Workspace.h"
+#include "tests/platform/images/ThemeFolder.h"
 
 // fontconfig, which the sheet's captions go through, keeps what it once read.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {

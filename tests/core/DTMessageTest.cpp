@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "archive/ArchivedClasses.h"
-#include "platform/KeyedArchiver.h"
-#include "platform/KeyedUnarchiver.h"
+#include "platform/codec/KeyedArchiver.h"
+#include "platform/codec/KeyedUnarchiver.h"
 
 namespace {
 

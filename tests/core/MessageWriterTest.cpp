@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/KeyedArchiver.h"
+#include "platform/codec/KeyedArchiver.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <ctime>
 
 #include "archive/ArchivedClasses.h"
-#include "platform/KeyedArchiver.h"
-#include "platform/KeyedUnarchiver.h"
+#include "platform/codec/KeyedArchiver.h"
+#include "platform/codec/KeyedUnarchiver.h"
 
 namespace {
 

@@ -8,9 +8,9 @@
 
 #include "archive/ArchivedClasses.h"
 #include "core/DTMessage.h"
-#include "platform/KeyedArchiver.h"
-#include "platform/KeyedUnarchiver.h"
-#include "platform/linux/MessagePorts.h"
+#include "platform/codec/KeyedArchiver.h"
+#include "platform/codec/KeyedUnarchiver.h"
+#include "platform/linux/ports/MessagePorts.h"
 
 class FakeExtension {
  public:

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "menus/MenuSymbols.h"
-#include "platform/linux/Graphics.h"
+#include "platform/linux/images/Graphics.h"
 
 namespace {
 

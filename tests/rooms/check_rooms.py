@@ -22,6 +22,7 @@ ALLOWED = {
     "console": ["console/", "core/", "menus/", "archive/", "folders/", "platform/"],
 }
 PORTABLE = {"core", "menus", "archive", "folders", "platform"}
+BROWSERS = ("browsers", "caja", "gtk3", "nautilus", "nemo", "thunar")
 BACKENDS = ("platform/linux/", "platform/fake/")
 STANDARD = re.compile(r"[a-z_0-9]+$")  # a header of the C++ standard library has neither a slash nor a suffix
 HEADER_LINES, SOURCE_LINES, OBJECT_LINES = 200, 500, 300
@@ -29,9 +30,9 @@ HEADER_LINES, SOURCE_LINES, OBJECT_LINES = 200, 500, 300
 
 def room_of(path):
     parts = path.relative_to(TOP).parts
-    if parts[:2] == ("platform", "linux") and len(parts) > 3:
+    if parts[:2] == ("platform", "linux") and parts[2] in BROWSERS:
         return "platform/linux/browsers"  # the modules of file browsers: programs, as it were, that stand under their backend
-    if parts[0] == "platform" and len(parts) > 2:
+    if parts[:2] in (("platform", "fake"), ("platform", "linux")):
         return "/".join(parts[:2])
     return parts[0]
 

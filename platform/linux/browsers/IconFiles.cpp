@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <functional>
 
-#include "platform/linux/Graphics.h"
+#include "platform/linux/images/Graphics.h"
 
 namespace platform::native {
 

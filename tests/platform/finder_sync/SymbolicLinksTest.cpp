@@ -6,8 +6,8 @@
 #include <fstream>
 
 #include "platform/fake/FakePlatform.h"
-#include "platform/linux/FileManager.h"
 #include "platform/linux/FinderSyncBrowser.h"
+#include "platform/linux/files/FileManager.h"
 #include "tests/platform/finder_sync/RecordingExtension.h"
 
 using platform::URL;

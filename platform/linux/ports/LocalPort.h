@@ -1,0 +1,60 @@
+// A port that other processes send to: its socket, the connections to it, and the reading of their records.
+#pragma once
+
+#include <list>
+#include <memory>
+#include <string>
+
+#include "platform/Log.h"
+#include "platform/MessagePort.h"
+#include "platform/linux/Descriptor.h"
+#include "platform/linux/MainLoopSource.h"
+#include "platform/linux/ports/ListeningSocket.h"
+
+namespace platform::native {
+
+class LocalPort final : public LocalMessagePort {
+ public:
+  /// Connections held at once. Others wait in the socket's queue until one closes.
+  static constexpr std::size_t mostPeers = 64;
+
+  LocalPort(std::string name, std::unique_ptr<ListeningSocket> socket, uid_t user,
+            MessagePortCallBack callBack, const MessagePortContext& context, Log& log);
+
+  std::string_view name() const override { return name_; }
+  /// From now on connections are accepted and records delivered, at that order of the loop's sources.
+  void startReading(int order);
+  /// Listens under the name anew when `folder` no longer shows the socket: somebody emptied the runtime
+  /// folder.
+  void publishAgain(PortFolder folder);
+  /// Tries again to accept connections that were left waiting for want of descriptors.
+  void resumeAccepting();
+
+ private:
+  struct Peer {
+    Descriptor socket;
+    MainLoopSource source;
+  };
+
+  void acceptOne();
+  Descriptor acceptedSocket();
+  void read(std::list<Peer>::iterator peer);
+  void close(std::list<Peer>::iterator peer);
+
+  std::string name_;
+  std::unique_ptr<ListeningSocket> socket_;  // null after it was removed and could not be opened again
+  uid_t user_;
+  MessagePortCallBack callBack_;
+  MessagePortContext context_;
+  Log& log_;
+
+  bool isReading_ = false;
+  int order_ = 0;
+  MainLoopSource accepting_;
+  std::list<Peer> peers_;
+  // Given up for a connection when the process has no other descriptor left: so there is always a connection
+  // whose end tells that the next one can be accepted, and nobody needs to try in vain.
+  Descriptor spare_;
+};
+
+}  // namespace platform::native

@@ -1,0 +1,53 @@
+// Message ports over sequenced-packet sockets in a folder of the user's own (unix(7)). A port is a socket file
+// in $XDG_RUNTIME_DIR/dovetail; PortFolder.h says how it is called, Record.h how a record travels. Only
+// processes of the same user are served, at both ends. The number of a message does not travel: the other end
+// sees 0.
+#pragma once
+
+#include <sys/types.h>
+
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/Log.h"
+#include "platform/MessagePort.h"
+#include "platform/linux/ports/LocalPort.h"
+
+namespace platform::native {
+
+class LinuxMessagePorts final : public MessagePorts {
+ public:
+  /// Serves the effective user of this process, in the usual folder.
+  explicit LinuxMessagePorts(Log& log);
+  LinuxMessagePorts(Log& log, std::string folder, uid_t user);
+  /// Closes the local ports and removes their files.
+  ~LinuxMessagePorts() override;
+
+  LocalMessagePort* createLocal(std::string_view name, MessagePortCallBack callBack,
+                                const MessagePortContext& context) override;
+  RunLoopSource& createRunLoopSource(LocalMessagePort& port, int order) override;
+  void addSourceToCurrentRunLoop(RunLoopSource& source, RunLoopMode mode) override;
+
+  /// A listener whose queue is full is waited for once: until a connect succeeds again, later ones to that
+  /// name do not wait. Also publishes a local port again whose file somebody removed, as a peer that is
+  /// greeted over the new connection will look for it.
+  std::unique_ptr<RemoteMessagePort> createRemote(std::string_view name) override;
+
+ private:
+  struct Source;
+
+  std::optional<PortFolder> openFolder(PortFolder::Missing missing);
+  void refreshLocalPorts();
+  Descriptor connect(const PortFolder& folder, const std::string& name);
+
+  Log& log_;
+  std::string folder_;
+  uid_t user_;
+  std::vector<std::unique_ptr<LocalPort>> ports_;
+  std::vector<std::unique_ptr<Source>> sources_;
+  std::set<std::string, std::less<>> unanswering_;
+};
+
+}  // namespace platform::native
