@@ -33,6 +33,12 @@ class SelectionMenusTest : public ExtensionTest {
     fakes.calls.take();
   }
 
+  // It takes leave of the browser.
+  void TearDown() override {
+    menus.reset();
+    extension.reset();
+  }
+
   BoundMenuRef menuOf(std::vector<std::string> paths) {
     std::vector<platform::URL> urls;
     for (const std::string& path : paths) urls.push_back(fileURL(path));
