@@ -17,7 +17,7 @@ class IconFiles {
   /// is drawn once in the life of the object.
   const std::string& fileOf(const ImageRef& image, double points = 16);
 
-  /// "dovetail-sync" in the user's cache (XDG Base Directory Specification 0.8).
+  /// "dovetail-sync" in the user's cache (XDG Base Directory 0.8).
   static std::string usualFolder();
 
  private:
