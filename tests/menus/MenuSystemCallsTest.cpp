@@ -35,10 +35,9 @@ using namespace platform;
 
 tests::PrivateSession& session = tests::PrivateSession::begin();
 
-// Questions about files by name (statx(2), the extended attributes), memory, and the end, at which sanitizers ask for the stack.
-constexpr unsigned permittedCalls[] = {SYS_statx,  SYS_newfstatat, SYS_llistxattr, SYS_lgetxattr,  SYS_brk,       SYS_mmap,
-                                       SYS_munmap, SYS_mremap,     SYS_madvise,    SYS_exit_group, SYS_rt_sigreturn,
-                                       SYS_sigaltstack};
+// Questions about files by name, memory, and the end, at which sanitizers ask for the stack.
+constexpr unsigned permittedCalls[] = {SYS_statx,  SYS_newfstatat, SYS_brk,        SYS_mmap,         SYS_munmap,
+                                       SYS_mremap, SYS_madvise,    SYS_exit_group, SYS_rt_sigreturn, SYS_sigaltstack};
 
 // The first call that was not permitted, in memory that the test shares with the process.
 int* forbiddenCall = nullptr;

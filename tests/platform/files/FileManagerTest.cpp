@@ -10,7 +10,6 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/un.h>
-#include <sys/xattr.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -310,29 +309,10 @@ TEST_F(LinuxFiles, factsOfALinksVolumeAreOfTheLinkItself) {
   EXPECT_FALSE(flag(url("broken"), ResourceKey::volumeIsReadOnly));
 }
 
-TEST_F(LinuxFiles, theFindersAliasFlagInTheExtendedAttributesMakesAnAlias) {
-  const URL file = write("a");
-  std::string info(32, '\0');
-  const auto set = [&](const std::string& bytes) {
-    return setxattr(path("a").c_str(), "user.com.apple.FinderInfo", bytes.data(), bytes.size(), 0);
-  };
-  info[8] = '\x40';
-  ASSERT_EQ(set(info), 0) << "the folder for temporary files must keep extended attributes";
-  EXPECT_FALSE(flag(file, ResourceKey::isAliasFile));
-  EXPECT_FALSE(files.isAliasRegularFile(file));
-  info[8] = '\x80';
-  ASSERT_EQ(set(info), 0);
-  EXPECT_TRUE(flag(file, ResourceKey::isAliasFile));
-  EXPECT_TRUE(files.isAliasRegularFile(file));
-  ASSERT_EQ(set(info.substr(0, 9)), 0);
-  EXPECT_FALSE(flag(file, ResourceKey::isAliasFile));
-  ASSERT_EQ(set(info + "more"), 0);
-  EXPECT_FALSE(flag(file, ResourceKey::isAliasFile));
-}
-
 TEST_F(LinuxFiles, aDesktopEntryOfTypeLinkIsAnAliasAndNoOtherFileWithSuchATextIs) {
   const std::string link = "[Desktop Entry]\nType=Link\nName=Site\nURL=https://example.org/\n";
   EXPECT_TRUE(flag(write("a.desktop", link), ResourceKey::isAliasFile));
+  EXPECT_TRUE(files.isAliasRegularFile(url("a.desktop")));
   EXPECT_FALSE(flag(write("a.txt", link), ResourceKey::isAliasFile));
   EXPECT_FALSE(
       flag(write("b.desktop", "[Desktop Entry]\nType=Application\nName=A\n"), ResourceKey::isAliasFile));
