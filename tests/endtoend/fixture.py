@@ -21,7 +21,6 @@ from process_facts import children, descriptors  # noqa: E402
 
 LAST = "showAcl:"  # what `mark` makes the extension send
 LONGEST_PACKET = 65536
-IS_SANITIZED = os.environ.get("DOVETAIL_IS_SANITIZED") == "1"
 ALL_SEALS = fcntl.F_SEAL_SEAL | fcntl.F_SEAL_SHRINK | fcntl.F_SEAL_GROW | fcntl.F_SEAL_WRITE
 
 

@@ -7,9 +7,9 @@ import signal
 import time
 import unittest
 
-from fixture import DEADLINE, IS_SANITIZED, EndToEndTest, path_of_url, titles
+from fixture import DEADLINE, EndToEndTest, path_of_url, titles
 from dovetail_session import LineProcess
-from process_facts import MEBIBYTE, children, descriptors, private_memory
+from process_facts import ALLOWED_GROWTH, children, descriptors, private_memory
 
 # By which a host talks to the bus, to its port and to its children, and makes what others see of it.
 STEPS = ["accept4", "bind", "connect", "fcntl", "flock", "listen", "memfd_create", "mkdir", "pidfd_open", "poll", "recvfrom", "recvmsg",
@@ -92,7 +92,7 @@ class Faults(EndToEndTest):
             deaths += number - 1
         self.assertGreater(deaths, 80)
         self.until(console, lambda: descriptors(console.pid) <= files and children(console.pid) == [])
-        self.assertLess(private_memory(console.pid) - memory, MEBIBYTE)
+        self.assertLess(private_memory(console.pid) - memory, ALLOWED_GROWTH)
         console.do("open", folder=self.folder)
         host = self.session.start_host()
         console.wait_until("archive", file=path)
@@ -138,14 +138,14 @@ class Faults(EndToEndTest):
         memory, files = private_memory(console.pid), descriptors(console.pid)
         for folder in folders:
             console.do("open", folder=folder)
-        self.assertLess(private_memory(console.pid) - memory, MEBIBYTE + 1024 * count)
+        self.assertLess(private_memory(console.pid) - memory, ALLOWED_GROWTH + 1024 * count)
         memory = private_memory(console.pid)
         for _ in range(5):
             for folder in folders:
                 console.do("close", folder=folder)
                 console.do("open", folder=folder)
             self.assertIn("Rename…", titles(console.menu_of(os.path.join(folders[0], "file 0"))))
-        self.assertLess(private_memory(console.pid) - memory, MEBIBYTE)
+        self.assertLess(private_memory(console.pid) - memory, ALLOWED_GROWTH)
 
         # Each file was asked about, or its failure reported, once: nothing is tried again.
         host.signal(signal.SIGCONT)

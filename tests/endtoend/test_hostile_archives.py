@@ -4,8 +4,8 @@ import os
 import subprocess
 import unittest
 
-from fixture import IS_SANITIZED, ROOT, EndToEndTest, identity_of, item
-from process_facts import MEBIBYTE, peak_memory, reset_peak_memory, resident_memory
+from fixture import ROOT, EndToEndTest, identity_of, item
+from process_facts import IS_SANITIZED, MEBIBYTE, peak_memory, reset_peak_memory, resident_memory
 
 PROGRAM = os.environ.get("DOVETAIL_ODD_ARCHIVES") or os.path.join(ROOT, "build", "tests", "odd-archives")
 CERTAINLY_REFUSED = [
