@@ -9,7 +9,7 @@ import unittest
 
 from fixture import DEADLINE, EndToEndTest, path_of_url, titles
 from dovetail_session import LineProcess
-from process_facts import ALLOWED_GROWTH, children, descriptors, private_memory
+from process_facts import ALLOCATOR_FACTOR, ALLOWED_GROWTH, children, descriptors, private_memory
 
 # By which a host talks to the bus, to its port and to its children, and makes what others see of it.
 STEPS = ["accept4", "bind", "connect", "fcntl", "flock", "listen", "memfd_create", "mkdir", "pidfd_open", "poll", "recvfrom", "recvmsg",
@@ -138,7 +138,7 @@ class Faults(EndToEndTest):
         memory, files = private_memory(console.pid), descriptors(console.pid)
         for folder in folders:
             console.do("open", folder=folder)
-        self.assertLess(private_memory(console.pid) - memory, ALLOWED_GROWTH + 1024 * count)
+        self.assertLess(private_memory(console.pid) - memory, ALLOWED_GROWTH + ALLOCATOR_FACTOR * 1024 * count)
         memory = private_memory(console.pid)
         for _ in range(5):
             for folder in folders:

@@ -115,7 +115,7 @@ HostSession::HostSession() {
     if (name == "HOME" || (name.starts_with("XDG_"))) std::filesystem::create_directory(value);
   }
   std::filesystem::permissions(folder_.path("run"), std::filesystem::perms::owner_all);
-  for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"})
+  for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "TSAN_OPTIONS"})
     if (const char* value = getenv(name)) environment_.push_back(std::string(name) + "=" + value);
   bus_ = std::make_unique<RunningProgram>(
       std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--nopidfile", "--nosyslog", "--print-address",

@@ -18,23 +18,24 @@
 #include "platform/codec/KeyedUnarchiver.h"
 #include "tests/platform/codec/HostileArchives.h"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define DOVETAIL_SANITIZED 1
+#if defined(__SANITIZE_THREAD__)
+#define DOVETAIL_SANITIZER_FACTOR 100  // keeps a shadow of all memory that was ever in use
+#elif defined(__SANITIZE_ADDRESS__)
+#define DOVETAIL_SANITIZER_FACTOR 10
 #elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define DOVETAIL_SANITIZED 1
+#if __has_feature(address_sanitizer)
+#define DOVETAIL_SANITIZER_FACTOR 10
 #endif
+#endif
+#ifndef DOVETAIL_SANITIZER_FACTOR
+#define DOVETAIL_SANITIZER_FACTOR 1
 #endif
 
 namespace {
 
 using platform::Data;
 
-#ifdef DOVETAIL_SANITIZED
-constexpr std::size_t sanitizerFactor = 10;
-#else
-constexpr std::size_t sanitizerFactor = 1;
-#endif
+constexpr std::size_t sanitizerFactor = DOVETAIL_SANITIZER_FACTOR;
 
 enum Verdict { Fine = 0, TooMuchMemory = 3, TooMuchTime = 4 };
 
