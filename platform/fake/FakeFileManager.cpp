@@ -186,7 +186,7 @@ std::optional<Data> FakeFileManager::bookmarkDataWithURL(const URL& url, Error* 
 
 std::optional<URL> FakeFileManager::fileReferenceURL(const URL& url) {
   const FakeFile* file = find(url.path());
-  if (!file) return std::nullopt;
+  if (!file || !file->hasReference) return std::nullopt;
   return URL::fileURLWithReference(std::make_shared<Reference>(*this, file->number));
 }
 

@@ -76,6 +76,39 @@ TEST_F(ArchiveMenus, aMenuShownBeforeANewTreeCameStillFindsItsEntriesInTheOldOne
               ElementsAre(1));
 }
 
+TEST_F(ArchiveMenus, aNumberThatOnlyTheOldTreeHadIsUnknownOnceTheNewOneIsShown) {
+  receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1), leaf("y", 2)));
+  const auto shown = menu();
+  receiveArchive("/w/a.zip", archive("a.zip", leaf("z", 9)));
+  menu();
+  takeMessages();
+  choose(*shown, {"a.zip", "y"});
+  EXPECT_THAT(takeMessages(), IsEmpty());
+}
+
+TEST_F(ArchiveMenus, aNewTreeAndAMessageThatIsIgnoredLeaveTheItemsOfOthersStanding) {
+  receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1)));
+  const auto item = archiveItem();
+  receiveArchive("/w/b.zip", archive("b.zip", leaf("x", 1)));
+  EXPECT_EQ(archiveItem(), item);
+  Dictionary half;
+  const auto identity = identityOf("/w/a.zip");
+  half.add("2", Data(identity.bytes().begin(), identity.bytes().end()));
+  receive(DTMessage("setArchive:", half));
+  EXPECT_EQ(archiveItem(), item);
+}
+
+TEST_F(ArchiveMenus, afterAReplayTheBuiltItemIsOfferedUntilTheNewTreeArrives) {
+  extension->beginObservingDirectoryAtURL(fileURL("/w"));
+  receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1)));
+  const auto item = archiveItem();
+  notice();
+  ASSERT_TRUE(isMarked("/w/a.zip"));
+  EXPECT_EQ(archiveItem(), item);
+  receiveArchive("/w/a.zip", archive("a.zip", leaf("y", 1)));
+  EXPECT_THAT(titlesOf(*archiveItem()->submenu), ElementsAre("y"));
+}
+
 TEST_F(ArchiveMenus, withTwoTargetsThereIsNoArchiveItem) {
   receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1)));
   receiveArchive("/w/b.zip", archive("b.zip", leaf("x", 1)));
@@ -120,6 +153,14 @@ TEST_F(ArchiveMenus, anIconIsOneRepresentationOfSixteenPointsMadeOnceAType) {
   const auto calls = fakes.calls.take();
   EXPECT_EQ(std::ranges::count(calls, "icon for type \"txt\""), 1);
   EXPECT_EQ(std::ranges::count(calls, "image named NSFolder"), 1);
+}
+
+TEST_F(ArchiveMenus, theIconOfATypeIsMadeOnceInAProcessAndOutlivesTheHostAndTheExtension) {
+  const auto icon = extension->iconForFileType("txt");
+  quitHost();
+  EXPECT_EQ(extension->iconForFileType("txt"), icon);
+  const auto next = DTDovetailSync::init(fakes.references(), onceOnly);
+  EXPECT_EQ(next->iconForFileType("txt"), icon);
 }
 
 TEST_F(ArchiveMenus, theFolderIconIsToldFromAFileTypeByIdentityUntilItIsCachedUnderThatText) {

@@ -6,6 +6,7 @@
 #include "archive/ArchivedClasses.h"
 #include "platform/codec/KeyedArchiver.h"
 #include "platform/codec/KeyedUnarchiver.h"
+#include "tests/platform/codec/ArchiveBytes.h"
 
 namespace {
 
@@ -21,13 +22,6 @@ Data archiveOf(DTMessage message) {
 
 std::shared_ptr<const DTMessage> decoded(const Data& bytes) {
   return KeyedUnarchiver::unarchiveObjectWithData(bytes, archivedClasses()).instance<DTMessage>();
-}
-
-std::string hexOf(const Data& bytes) {
-  static constexpr char digits[] = "0123456789abcdef";
-  std::string hex;
-  for (const std::uint8_t byte : bytes) hex += {digits[byte >> 4], digits[byte & 15]};
-  return hex;
 }
 
 TEST(DTMessage, startsWithANullSelectorAndNoArgument) {
@@ -83,6 +77,35 @@ TEST(DTMessage, aNilArgumentStaysNil) {
   ASSERT_TRUE(copy);
   EXPECT_TRUE(copy->argument().isNil());
   EXPECT_FALSE(copy->portName());
+}
+
+std::shared_ptr<const DTMessage> message(ArchiveBytes& archive, const ArchiveBytes::Fields& fields) {
+  return decoded(archive.archive(archive.instance("DTMessage", fields)));
+}
+
+TEST(DTMessage, aMissingKeyLeavesItsFieldEmpty) {
+  ArchiveBytes none;
+  const auto empty = message(none, {});
+  ASSERT_TRUE(empty);
+  EXPECT_FALSE(empty->selector());
+  EXPECT_TRUE(empty->argument().isNil());
+  EXPECT_FALSE(empty->portName());
+  ArchiveBytes one;
+  const auto made = message(one, {{"selector", one.uid(one.slot(one.text("go:")))}});
+  ASSERT_TRUE(made);
+  EXPECT_EQ(made->selector(), "go:");
+  EXPECT_TRUE(made->argument().isNil());
+}
+
+TEST(DTMessage, aSelectorAndAPortNameOfAnotherKindAreAbsent) {
+  ArchiveBytes archive;
+  const auto number = archive.uid(archive.slot(archive.integer(7)));
+  const auto made = message(archive, {{"selector", number}, {"argument", number}, {"portName", number}});
+  ASSERT_TRUE(made);
+  EXPECT_FALSE(made->selector());
+  EXPECT_FALSE(made->portName());
+  ASSERT_TRUE(made->argument().get<platform::Integer>());
+  EXPECT_EQ(made->argument().get<platform::Integer>()->unsignedValue(), 7u);
 }
 
 }  // namespace

@@ -91,6 +91,13 @@ TEST_F(Dispatch, aGarbledBufferIsReportedOnceWithCodeTwo) {
   expectOneCodeTwo();
 }
 
+TEST_F(Dispatch, aReportThatCannotBeSentIsPostedOnce) {
+  fakes.messagePorts.sendStatus = platform::MessagePortStatus::sendTimeout;
+  deliver({});
+  ASSERT_EQ(fakes.distributedNotificationCenter.posted.size(), 1u);
+  EXPECT_EQ(fakes.distributedNotificationCenter.posted[0].name, "DTDovetailAppMessage");
+}
+
 TEST_F(Dispatch, anUnknownSelectorIsDroppedWithoutAWord) {
   receive(DTMessage("noSuchMethod:", Object("x")));
   EXPECT_THAT(takeMessages(), IsEmpty());
@@ -203,10 +210,20 @@ TEST_F(Dispatch, everyOperationWithOneObjectArgumentIsInTheTable) {
   EXPECT_THAT(takeSummaries(), ElementsAre("pingPortName: G.Sync.4711"));
   receive(DTMessage("setTargetUrls:", Object(platform::Array{Object(fileURL("/w"))})));
   EXPECT_EQ(extension->targetUrls()->at(0).path(), "/w");
+  receive(DTMessage("setTargetUrls:", Object()));
+  EXPECT_FALSE(extension->targetUrls());
+  receiveArchive("/w/a.txt", archive("a.txt", leaf("x", 1)));
+  menu();
+  ASSERT_EQ(extension->archiveMenus().count(), 1u);
+  ASSERT_FALSE(extension->senderObjects().empty());
+  receive(DTMessage("setSenderObjects:", Object()));
+  EXPECT_TRUE(extension->senderObjects().empty());
+  receive(DTMessage("setArchiveMenus:", Object()));
+  EXPECT_EQ(extension->archiveMenus().count(), 0u);
   receive(DTMessage("setPortName:", Object("P")));
   EXPECT_EQ(extension->portName(), "P");
-  receive(DTMessage("setSenderObjects:", Object()));
-  receive(DTMessage("setArchiveMenus:", Object()));
+  receive(DTMessage("setPortName:", Object()));
+  EXPECT_FALSE(extension->portName());
   receive(DTMessage("setPortMonitor:", Object()));
   EXPECT_EQ(extension->portMonitor(), nullptr);
 }

@@ -170,6 +170,34 @@ TEST_F(HostTracking, eachNoticeAddsAWatcherAndTheOlderOnesStayArmed) {
   EXPECT_THAT(takeSummaries(), ElementsAre("pingPortName: G.Sync.4711"));
 }
 
+TEST_F(HostTracking, aNoticeThatFindsNoHostLeavesTheWatcherStoredAndArmed) {
+  startBoth();
+  const auto monitor = extension->portMonitor();
+  fakes.runningApplications.processes["host"] = {hostPid, hostPid + 1};
+  ASSERT_EQ(pidAfterNotice(), -1);
+  EXPECT_EQ(extension->portMonitor(), monitor);
+  EXPECT_EQ(fakes.processSources.armedCount(), 1u);
+}
+
+TEST_F(HostTracking, theEndOfAnOlderHostStillMakesTheHostAbsent) {
+  startBoth();
+  fakes.runningApplications.processes["host"] = {hostPid + 1};
+  ASSERT_EQ(pidAfterNotice(), hostPid + 1);
+  fakes.processSources.fire(hostPid);
+  fakes.loop.run();
+  EXPECT_EQ(extension->applicationPid(), -1);
+  EXPECT_EQ(extension->port(), nullptr);
+}
+
+TEST_F(HostTracking, aNoticeWhileTheHostRunsKeepsTheOpenPort) {
+  startBoth();
+  const auto* port = extension->port();
+  fakes.calls.take();
+  notice();
+  EXPECT_EQ(extension->port(), port);
+  EXPECT_THAT(fakes.calls.take(), testing::Not(testing::Contains("invalidate port G.App")));
+}
+
 TEST_F(HostTracking, theCancelHandlerClearsWhicheverWatcherIsStoredThen) {
   startBoth();
   const auto old = extension->portMonitor();

@@ -175,10 +175,21 @@ TEST_F(Ports, setPortInvalidatesAndReleasesTheStoredPortFirst) {
   EXPECT_THAT(fakes.calls.take(), ElementsAre("invalidate port G.App", "release port G.App"));
 }
 
-TEST_F(Ports, aRecordThatExpectsAReplyGetsNone) {
+TEST_F(Ports, setPortLetsTheStoredPortGoForTheNewOne) {
+  startBoth();
+  auto next = fakes.messagePorts.createRemote("G.App");
+  const auto* port = next.get();
+  fakes.calls.take();
+  extension->setPort(std::move(next));
+  EXPECT_EQ(extension->port(), port);
+  EXPECT_THAT(fakes.calls.take(), ElementsAre("invalidate port G.App", "release port G.App"));
+}
+
+TEST_F(Ports, aRecordOfAnyNumberIsHandledAndGetsNoReply) {
   startBoth();
   const platform::Data garbage = {1, 2, 3};
   EXPECT_EQ(fakes.messagePorts.deliver("G.Sync.4711", garbage, 7), std::nullopt);
+  EXPECT_THAT(takeSummaries(), ElementsAre("showError:"));
 }
 
 TEST_F(Ports, withoutTheEntitlementAndAHostStartUpPostsExactlyOneFailureWithTheLookUpsText) {

@@ -90,6 +90,13 @@ TEST_F(ObservedFolders, twoBookmarksOfOneFolderAreOneMember) {
   EXPECT_THAT(watched(), ElementsAre("/w"));
 }
 
+TEST_F(ObservedFolders, aFolderThatVanishesOnceItsBookmarkIsResolvedIsSkipped) {
+  setFolders(Array{bookmarkOf("/w"), bookmarkOf("/w/sub")});
+  fakes.fileManager.find("/w")->hasReference = false;
+  startExtension();
+  EXPECT_THAT(watched(), ElementsAre("/w/sub"));
+}
+
 TEST_F(ObservedFolders, anEmptyListReplacesTheWatchedSet) {
   setFolders(Array{bookmarkOf("/w")});
   startExtension();
@@ -107,14 +114,22 @@ TEST_F(ObservedFolders, enteringAFolderAsksOncePerRegularFileAndMarksEveryEntry)
   EXPECT_EQ(extension->archives().count(), 5u) << "subfolders are not entered";
 }
 
-TEST_F(ObservedFolders, eachFileIsMarkedBeforeItsRequestIsSent) {
+TEST_F(ObservedFolders, ofTwoNamesOfOneFileTheHostIsAskedOnceAndBothAreRecorded) {
+  fakes.fileManager.find("/w/2")->number = fakes.fileManager.find("/w/1")->number;
+  startBoth();
+  extension->beginObservingDirectoryAtURL(fileURL("/w"));
+  EXPECT_THAT(takeSummaries(), ElementsAre("openArchive:portName: /w/1", "openArchive:portName: /w/3"));
+  EXPECT_THAT(observedIn("/w"), ElementsAre("/w/1", "/w/2", "/w/3"));
+}
+
+TEST_F(ObservedFolders, aFailedRequestLeavesTheFileMarkedAndIsNotRepeated) {
   startBoth();
   // A host without a port: the send fails, the marker stands.
   fakes.messagePorts.sendStatus = platform::MessagePortStatus::sendTimeout;
   extension->beginObservingDirectoryAtURL(fileURL("/w"));
   EXPECT_TRUE(isMarked("/w/1"));
   extension->beginObservingDirectoryAtURL(fileURL("/w"));
-  EXPECT_EQ(fakes.distributedNotificationCenter.posted.size(), 3u) << "a failed request is not repeated";
+  EXPECT_EQ(fakes.distributedNotificationCenter.posted.size(), 3u);
 }
 
 TEST_F(ObservedFolders, enteringTheSameFolderAgainSendsNothingAndRecordsWhatIsKnownByThen) {
@@ -134,6 +149,14 @@ TEST_F(ObservedFolders, theMessagesArgumentIsTheURLAsListed) {
   ASSERT_EQ(messages.size(), 1u);
   EXPECT_EQ(messages[0].argument().get<URL>()->absoluteString(), "file:///v/na%20me");
   EXPECT_EQ(messages[0].portName(), "G.Sync.4711");
+}
+
+TEST_F(ObservedFolders, theMessagesArgumentIsTheURLAsShown) {
+  startBoth();
+  extension->requestBadgeIdentifierForURL(URL::URLWithString("file:///w//1"));
+  const auto messages = takeMessages();
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_EQ(messages[0].argument().get<URL>()->relativeString(), "file:///w//1");
 }
 
 TEST_F(ObservedFolders, withoutAHostNothingIsSentAndOnlyOtherKindsAreMarked) {

@@ -164,3 +164,10 @@ Data ArchiveBytes::archive(std::optional<std::uint32_t> root) {
   top = dictionary(pairs);
   return bytes();
 }
+
+std::string hexOf(platform::ByteView bytes) {
+  static constexpr char digits[] = "0123456789abcdef";
+  std::string hex;
+  for (const std::uint8_t byte : bytes) hex += {digits[byte >> 4], digits[byte & 15]};
+  return hex;
+}

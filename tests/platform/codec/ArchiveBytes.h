@@ -75,3 +75,5 @@ class ArchiveBytes : public ListBytes {
 
 platform::Data bytesOf(std::initializer_list<int> bytes);
 platform::Data bytesOf(std::string_view text);
+/// As hexadecimal digits, two a byte.
+std::string hexOf(platform::ByteView bytes);

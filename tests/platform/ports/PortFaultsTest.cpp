@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
 
 #include "tests/platform/ports/LinuxPortsFixture.h"
 
@@ -142,6 +143,21 @@ TEST_F(PortFaults, aHostThatEndedMakesThePortInvalidOnceAndForAll) {
   EXPECT_EQ(send(*remote, bytes("d")), MessagePortStatus::isInvalid);
   EXPECT_EQ(send(*ports->createRemote("G.App"), bytes("e")), MessagePortStatus::success);
   EXPECT_EQ(host->hear(), 'r');
+}
+
+// A browser that left this signal at its default would be ended by it.
+TEST_F(PortFaults, aSendToAHostThatEndedRaisesNoSignal) {
+  static std::atomic<int> raised = 0;
+  const auto old = std::signal(SIGPIPE, [](int) { ++raised; });
+  for (const std::size_t length : {std::size_t{1000}, std::size_t{3'000'000}}) {
+    auto host = startHost();
+    const auto remote = ports->createRemote("G.App");
+    ASSERT_EQ(send(*remote, bytes("a")), MessagePortStatus::success);
+    host->kill();
+    EXPECT_EQ(send(*remote, Data(length, 'x')), MessagePortStatus::becameInvalid) << length;
+  }
+  std::signal(SIGPIPE, old);
+  EXPECT_EQ(raised, 0);
 }
 
 TEST_F(PortFaults, aHostThatNeverAcceptedAndEndedMakesThePortInvalid) {
