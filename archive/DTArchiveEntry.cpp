@@ -90,6 +90,5 @@ bool DTArchiveEntry::readFrom(KeyedArchiveReader& reader, const KeyedValues& val
     if (!reader.read(values[1], folder) || folder.kind != PropertyListKind::Boolean) return false;
     isFolder_ = folder.value != 0;
   }
-  return readNumber(reader, values[2], index_) && readNumber(reader, values[3], rsrcIndex_) &&
-         readNumber(reader, values[4], size_);
+  return readNumber(reader, values[2], index_) && readNumber(reader, values[3], rsrcIndex_) && readNumber(reader, values[4], size_);
 }

@@ -22,10 +22,7 @@ constexpr platform::PropertyListKey entryClass(DTArchiveEntry::className);
 DTTreeNode::DTTreeNode(std::optional<DTArchiveEntry> representedObject) : entry_(std::move(representedObject)) {}
 
 DTTreeNode::DTTreeNode(DTTreeNode&& other) noexcept
-    : entry_(std::move(other.entry_)),
-      children_(std::move(other.children_)),
-      parent_(other.parent_),
-      position_(other.position_) {
+    : entry_(std::move(other.entry_)), children_(std::move(other.children_)), parent_(other.parent_), position_(other.position_) {
   adoptChildren();
 }
 
@@ -101,8 +98,7 @@ std::shared_ptr<const platform::Coding> DTTreeNode::initWithCoder(platform::Keye
 
 bool DTTreeNode::readFrom(KeyedArchiveReader& reader, const KeyedValues& values, Blobs& blobs) {
   std::uint32_t children = 0;
-  return readRepresentedObject(reader, values[0]) && reader.readUID(values[1], children) &&
-         reader.dataArray(children, blobs);
+  return readRepresentedObject(reader, values[0]) && reader.readUID(values[1], children) && reader.dataArray(children, blobs);
 }
 
 bool DTTreeNode::readRepresentedObject(KeyedArchiveReader& reader, std::uint64_t value) {

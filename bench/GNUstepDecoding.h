@@ -6,4 +6,5 @@
 #ifdef __cplusplus
 extern "C"
 #endif
-void decodeWithGNUstep(const void *bytes, size_t length);
+    void
+    decodeWithGNUstep(const void* bytes, size_t length);

@@ -50,10 +50,10 @@ struct World {
     fakes.runningApplications.processes["host"] = {2};
     fakes.userDefaultsSuites.set("G", "DTApplicationVersion", platform::Object("1.0"));
     const platform::Platform fake = fakes.references();
-    extension = DTDovetailSync::init({fake.finderSyncController, fake.messagePorts, fake.userDefaultsSuites, fake.security,
-                                      fake.distributedNotificationCenter, fake.runningApplications, fake.processSources,
-                                      fake.fileManager, workspace, fake.mainBundle, fake.log},
-                                     onceOnly);
+    extension = DTDovetailSync::init(
+        {fake.finderSyncController, fake.messagePorts, fake.userDefaultsSuites, fake.security, fake.distributedNotificationCenter,
+         fake.runningApplications, fake.processSources, fake.fileManager, workspace, fake.mainBundle, fake.log},
+        onceOnly);
     fakes.finderSyncController.selection = {platform::URL::fileURLWithPath("/a.zip")};
   }
 
@@ -116,7 +116,8 @@ void compareShape(const char* name, std::shared_ptr<const DTTreeNode> tree) {
   };
   const auto medians = mediansOf({ours, bare, glib});
   std::fprintf(stderr, "%s: %.0f ns an entry\n", name, medians[0] / entryCount * 1e9);
-  printFigure(std::string("archive menu of 100,000, ") + name, "bare structs in one vector", medians[0] / medians[1], Bar::atMost(5, 1.25));
+  printFigure(std::string("archive menu of 100,000, ") + name, "bare structs in one vector", medians[0] / medians[1],
+              Bar::atMost(5, 1.25));
   printFigure("GLib's GMenu", std::string("archive menu of 100,000, ") + name, medians[2] / medians[0], Bar::atLeast(6, 25));
 }
 
@@ -172,7 +173,8 @@ void compareDefaultMenus() {
     });
   }
   const auto medians = mediansOfMeasures(sides, 31);
-  std::fprintf(stderr, "menuForMenuKind: with the default lists, over files in memory: one file %.1f us, 1,000 %.1f us, 10,000 %.0f us\n",
+  std::fprintf(stderr,
+               "menuForMenuKind: with the default lists, over files in memory: one file %.1f us, 1,000 %.1f us, 10,000 %.0f us\n",
                medians[0] * 1e6, medians[1] * 1e6, medians[2] * 1e6);
   printFigure("default menu, 10,000 selected files", "1,000 selected files", medians[2] / medians[1], Bar::atMost(12, 10));
 }

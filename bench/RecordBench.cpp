@@ -103,8 +103,8 @@ void compareSmallRecords(const std::string& folder) {
     return static_cast<double>(now() - start) / times * 1e-9;
   };
   const auto medians = mediansOfMeasures({ours, bare, codec}, 31);
-  std::fprintf(stderr, "a record of %zu bytes: %.2f us, bare %.2f us; of them encode and decode %.2f us\n", record.size(), medians[0] * 1e6,
-              medians[1] * 1e6, medians[2] * 1e6);
+  std::fprintf(stderr, "a record of %zu bytes: %.2f us, bare %.2f us; of them encode and decode %.2f us\n", record.size(),
+               medians[0] * 1e6, medians[1] * 1e6, medians[2] * 1e6);
   printFigure("record: encode, send, receive, decode", "bare send and receive of as many bytes", medians[0] / medians[1],
               Bar::atMost(1.75, 1.4));
 }
@@ -147,8 +147,8 @@ void compareTrees(const std::string& folder) {
   const auto ours = [&] { return secondsOf(reader, 4, [&] { send(*port, tree); }); };
   const auto bare = [&] { return secondsOf(bareReader, 4, [&] { sendStream(out.get(), tree); }); };
   const auto medians = mediansOfMeasures({ours, bare}, 31);
-  std::fprintf(stderr, "a tree of %.1f MB: %.2f ms, by stream socket %.2f ms\n", static_cast<double>(tree.size()) / 1e6, medians[0] * 1e3,
-              medians[1] * 1e3);
+  std::fprintf(stderr, "a tree of %.1f MB: %.2f ms, by stream socket %.2f ms\n", static_cast<double>(tree.size()) / 1e6,
+               medians[0] * 1e3, medians[1] * 1e3);
   printFigure("hand over a 10 MB tree", "stream socket into fresh pages", medians[0] / medians[1], Bar::atMost(1.3, 0.5));
 }
 

@@ -26,11 +26,11 @@ class Random {
   std::uint64_t state_ = 42;
 };
 
-constexpr std::array<std::string_view, 12> folderNames{
-    "src", "include", "docs", "test", "resources", "third_party", "modules", "examples", "images", "scripts", "build", "data"};
+constexpr std::array<std::string_view, 12> folderNames{"src",     "include",  "docs",   "test",    "resources", "third_party",
+                                                       "modules", "examples", "images", "scripts", "build",     "data"};
 constexpr std::array<std::string_view, 12> stems{
-    "main", "index", "README", "parser_state", "window-controller", "utils", "config", "render_pass",
-    "Localizable", "photo", "network_session_delegate", "types"};
+    "main",   "index",       "README",      "parser_state", "window-controller",        "utils",
+    "config", "render_pass", "Localizable", "photo",        "network_session_delegate", "types"};
 constexpr std::array<std::string_view, 10> extensions{".c", ".h", ".cpp", ".txt", ".md", ".png", ".json", ".strings", ".py", ""};
 
 std::string fileName(Random& random, std::uint64_t number) {

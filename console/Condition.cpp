@@ -12,7 +12,7 @@ struct ConditionSource {
   struct Handlers {
     std::function<bool()> holds;
     std::function<void(bool)> onEnd;
-  }* handlers;
+  } * handlers;
 };
 
 ConditionSource* self(GSource* source) { return reinterpret_cast<ConditionSource*>(source); }

@@ -49,10 +49,9 @@ Console::Request Console::find(std::string_view name) {
     std::string_view name;
     Request request;
   } requests[] = {
-      {"begin", &Console::begin},   {"end", &Console::end},       {"badge", &Console::badge},
-      {"open", &Console::open},     {"close", &Console::close},   {"select", &Console::select},
-      {"target", &Console::target}, {"menu", &Console::menu},     {"choose", &Console::choose},
-      {"state", &Console::state},   {"toolbar", &Console::toolbar}, {"quit", &Console::quit},
+      {"begin", &Console::begin},   {"end", &Console::end},       {"badge", &Console::badge},     {"open", &Console::open},
+      {"close", &Console::close},   {"select", &Console::select}, {"target", &Console::target},   {"menu", &Console::menu},
+      {"choose", &Console::choose}, {"state", &Console::state},   {"toolbar", &Console::toolbar}, {"quit", &Console::quit},
   };
   const auto* found = std::ranges::find(requests, name, [](const auto& row) { return row.name; });
   return found == std::end(requests) ? nullptr : found->request;
@@ -172,7 +171,8 @@ JSON Console::quit(const JSON&) { return done(); }
 
 void Console::wait(const JSON& request, std::function<void(JSON)> reply) {
   const auto holds = conditionOf(request);
-  if (!holds) return reply(error("\"until\" is to be host, noHost, archive (of a \"file\"), folders or archiveMenus (of a \"count\")"));
+  if (!holds)
+    return reply(error("\"until\" is to be host, noHost, archive (of a \"file\"), folders or archiveMenus (of a \"count\")"));
   const JSON* seconds = request.member("seconds");
   const auto* whole = seconds ? seconds->get<std::int64_t>() : nullptr;
   const auto* real = seconds ? seconds->get<double>() : nullptr;

@@ -10,7 +10,7 @@ struct ConsoleOptions {
   std::optional<std::string> bundleVersion;
   std::optional<std::string> imagesFolder;  ///< Set when all images are to be drawn into it, and nothing else is to be done.
 
-  bool isDiagnosisWanted = false;           ///< Only to be told why a menu may be missing.
+  bool isDiagnosisWanted = false;  ///< Only to be told why a menu may be missing.
 
   std::optional<int> status;  ///< Set when the program is to end at once, with this exit status, after it has written `text`.
   std::string text;

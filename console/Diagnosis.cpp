@@ -33,7 +33,8 @@ Finding versionFinding(const Platform& services, const UserDefaults& settings) {
   const auto own = services.mainBundle.objectForInfoDictionaryKey(platform::BundleVersionKey).value_or("");
   const auto host = settings.stringForKey("DTApplicationVersion");
   if (!host) return fault("version", "the host has never written its version into the settings: start it");
-  if (*host != own) return fault("version", "the host is of build " + *host + ", the extension of " + own + ": install both of one build");
+  if (*host != own)
+    return fault("version", "the host is of build " + *host + ", the extension of " + own + ": install both of one build");
   return good("version", "both of build " + own);
 }
 
@@ -49,8 +50,8 @@ void addFolderFindings(std::vector<Finding>& findings, const Platform& services,
     const auto* data = bookmark.get<platform::Data>();
     bool isStale = false;
     platform::Error error;
-    const auto url = services.fileManager.URLByResolvingBookmarkData(
-        data ? platform::ByteView(*data) : platform::ByteView(), platform::BookmarkResolutionWithoutUI, &isStale, &error);
+    const auto url = services.fileManager.URLByResolvingBookmarkData(data ? platform::ByteView(*data) : platform::ByteView(),
+                                                                     platform::BookmarkResolutionWithoutUI, &isStale, &error);
     findings.push_back(url ? good("watched folder", url->path())
                            : fault("watched folder", "one can no longer be found (" + error.domain + " " +
                                                          std::to_string(error.code) + "): choose it again in the host"));

@@ -63,10 +63,8 @@ std::vector<Entry> catalogueEntries(platform::Workspace& workspace, platform::Sy
   std::vector<Entry> entries;
   for (const DTExtension::MenuSymbol& entry : DTExtension::menuSymbols()) {
     const std::string name(entry.operation);
-    entries.push_back(
-        {name + "-symbol", menuSymbolImage(entry, {workspace, symbolImages, graphics, current})});
-    entries.push_back(
-        {name + "-fallback", menuSymbolImage(entry, {workspace, symbolImages, graphics, earlier})});
+    entries.push_back({name + "-symbol", menuSymbolImage(entry, {workspace, symbolImages, graphics, current})});
+    entries.push_back({name + "-fallback", menuSymbolImage(entry, {workspace, symbolImages, graphics, earlier})});
   }
   return entries;
 }
@@ -76,8 +74,7 @@ void appendIcons(std::vector<Entry>& entries, platform::Workspace& workspace) {
   entries.push_back({"applicationIcon", workspace.imageNamed(platform::ImageNameApplicationIcon)});
   entries.push_back({"folder", workspace.imageNamed(platform::ImageNameFolder)});
   entries.push_back({"fileType", workspace.iconForFileType("")});
-  for (const char* type :
-       {"zip", "7z", "txt", "pdf", "png", "mp3", "mp4", "html", "cpp", "ttf", "sh", "unheard-of"}) {
+  for (const char* type : {"zip", "7z", "txt", "pdf", "png", "mp3", "mp4", "html", "cpp", "ttf", "sh", "unheard-of"}) {
     entries.push_back({std::string("fileType-") + type, workspace.iconForFileType(type)});
   }
 }
@@ -85,8 +82,7 @@ void appendIcons(std::vector<Entry>& entries, platform::Workspace& workspace) {
 std::shared_ptr<const Bitmap> pixelsOf(const Image& image, double side, platform::Graphics& graphics) {
   const auto context = graphics.lockFocus({side, side});
   context->setImageInterpolation(platform::ImageInterpolation::high);
-  context->drawImage(image, {{0, 0}, {side, side}}, {{0, 0}, image.size},
-                     platform::CompositingOperation::sourceOver, 1);
+  context->drawImage(image, {{0, 0}, {side, side}}, {{0, 0}, image.size}, platform::CompositingOperation::sourceOver, 1);
   const ImageRef drawn = context->unlockFocus();
   return drawn->representations.empty() ? std::make_shared<Bitmap>() : drawn->representations.front().bitmap;
 }
@@ -106,8 +102,7 @@ Surface surfaceOf(const Bitmap& bitmap) {
 }
 
 // Of a template image only the shape counts: it is painted with the panel's own foreground.
-void paint(cairo_t* sheet, const Entry& entry, double side, int scale, const Shade& shade,
-           platform::Graphics& graphics) {
+void paint(cairo_t* sheet, const Entry& entry, double side, int scale, const Shade& shade, platform::Graphics& graphics) {
   const Surface surface = surfaceOf(*pixelsOf(*entry.image, side, graphics));
   cairo_save(sheet);
   cairo_scale(sheet, scale, scale);
@@ -151,8 +146,7 @@ void paintUnit(cairo_t* sheet, const Entry& entry, platform::Graphics& graphics)
 
 bool writeSheet(const std::vector<Entry>& entries, const std::string& file, platform::Graphics& graphics) {
   const int rows = static_cast<int>((entries.size() + unitsAcross - 1) / unitsAcross);
-  const Surface surface(
-      cairo_image_surface_create(CAIRO_FORMAT_RGB24, unitsAcross * unitWidth, rows * unitHeight));
+  const Surface surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, unitsAcross * unitWidth, rows * unitHeight));
   const std::unique_ptr<cairo_t, Release> sheet(cairo_create(surface.get()));
   cairo_set_source_rgb(sheet.get(), 1, 1, 1);
   cairo_paint(sheet.get());
@@ -175,8 +169,8 @@ int failed(const std::string& file) {
 
 }  // namespace
 
-int writeImages(const std::string& folder, platform::Workspace& workspace,
-                platform::SymbolImages& symbolImages, platform::Graphics& graphics) {
+int writeImages(const std::string& folder, platform::Workspace& workspace, platform::SymbolImages& symbolImages,
+                platform::Graphics& graphics) {
   std::error_code error;
   std::filesystem::create_directories(folder, error);
   if (error) return failed(folder);
@@ -184,8 +178,7 @@ int writeImages(const std::string& folder, platform::Workspace& workspace,
   appendIcons(entries, workspace);
   for (const Entry& entry : entries) {
     const std::string file = folder + '/' + entry.name + ".png";
-    if (!entry.image || !platform::native::writePNG(*pixelsOf(*entry.image, 32, graphics), file))
-      return failed(file);
+    if (!entry.image || !platform::native::writePNG(*pixelsOf(*entry.image, 32, graphics), file)) return failed(file);
   }
   const std::string sheet = folder + "/sheet.png";
   return writeSheet(entries, sheet, graphics) ? 0 : failed(sheet);

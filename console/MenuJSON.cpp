@@ -6,9 +6,7 @@ using platform::JSON;
 
 namespace {
 
-JSON numberJSON(double number) {
-  return number == std::floor(number) ? JSON(static_cast<std::int64_t>(number)) : JSON(number);
-}
+JSON numberJSON(double number) { return number == std::floor(number) ? JSON(static_cast<std::int64_t>(number)) : JSON(number); }
 
 JSON itemJSON(const platform::MenuItem& item) {
   JSON json(JSON::ObjectValue{

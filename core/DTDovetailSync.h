@@ -32,8 +32,8 @@ class DTDovetailSync final : public platform::FinderSync,
   /// A table of contents, or null for the null marker: the host was asked, or the file is not one to ask about.
   using Archive = std::shared_ptr<const DTTreeNode>;
   /// Action name → file identity → what finds the index path of a chosen item. Only "expand:" is used.
-  using SenderObjects = std::map<std::string, std::unordered_map<platform::FileIdentity, std::shared_ptr<EntryPathMap>>,
-                                 std::less<>>;
+  using SenderObjects =
+      std::map<std::string, std::unordered_map<platform::FileIdentity, std::shared_ptr<EntryPathMap>>, std::less<>>;
 
   // ---- Life: core/Lifecycle.cpp
 

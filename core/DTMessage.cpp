@@ -8,9 +8,7 @@
 
 namespace {
 
-platform::Object objectOf(const std::optional<std::string>& text) {
-  return text ? platform::Object(*text) : platform::Object();
-}
+platform::Object objectOf(const std::optional<std::string>& text) { return text ? platform::Object(*text) : platform::Object(); }
 
 std::optional<std::string> textOf(const platform::Object& object) {
   const auto* text = object.get<std::string>();

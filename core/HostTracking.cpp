@@ -5,8 +5,7 @@ using platform::FileIdentity;
 
 void DTDovetailSync::updateApplicationRunning() {
   const platform::Bundle& bundle = platform_.mainBundle;
-  const auto running =
-      platform_.runningApplications.runningApplicationsWithBundleIdentifier(bundle.hostBundleIdentifier());
+  const auto running = platform_.runningApplications.runningApplicationsWithBundleIdentifier(bundle.hostBundleIdentifier());
   if (running.size() != 1) {
     setApplicationPid(-1);
     return;
@@ -56,8 +55,7 @@ void DTDovetailSync::askAboutObservedFiles() {
 // A watcher stored before is let go, not cancelled: it stays armed until it fires. A signal delivered to the host counts
 // as its exit.
 void DTDovetailSync::watchHost(std::int32_t pid) {
-  const auto watcher =
-      platform_.processSources.createProcessSource(pid, platform::ProcessExit | platform::ProcessSignal);
+  const auto watcher = platform_.processSources.createProcessSource(pid, platform::ProcessExit | platform::ProcessSignal);
   portMonitor_ = watcher;
   watcher->setEventHandler([weak = weak_from_this(), watcher] {
     if (const auto self = weak.lock()) {

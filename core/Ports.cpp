@@ -69,8 +69,7 @@ std::optional<std::string> DTDovetailSync::deliver(DTMessage& message) {
   if (!archive) return "There was an error archiving message for sending.";
   const MessagePortStatus status = port_->sendRequest(0, *archive, sendTimeoutInSeconds, receiveTimeoutInSeconds);
   if (status == MessagePortStatus::success) return std::nullopt;
-  return "There was an error sending message to application, status " +
-         std::to_string(static_cast<std::int32_t>(status)) + ".";
+  return "There was an error sending message to application, status " + std::to_string(static_cast<std::int32_t>(status)) + ".";
 }
 
 void DTDovetailSync::reportSendFailure(std::string_view reason) {

@@ -1,7 +1,6 @@
 #include "core/URLSet.h"
 
-bool URLSet::insert(const platform::URL& url, const platform::FileIdentity& identity,
-                    platform::FileManager& fileManager) {
+bool URLSet::insert(const platform::URL& url, const platform::FileIdentity& identity, platform::FileManager& fileManager) {
   const std::size_t hash = url.hash();
   const auto isEqual = [&](std::uint32_t member) {
     if (hashes_[member] != hash) return false;

@@ -26,8 +26,8 @@ void DTDovetailSync::updateFolders() {
     const auto* data = bookmark.get<platform::Data>();
     bool isStale = false;  // a stale bookmark is used as it resolves
     platform::Error error;
-    const auto url = platform_.fileManager.URLByResolvingBookmarkData(
-        data ? platform::ByteView(*data) : platform::ByteView(), platform::BookmarkResolutionWithoutUI, &isStale, &error);
+    const auto url = platform_.fileManager.URLByResolvingBookmarkData(data ? platform::ByteView(*data) : platform::ByteView(),
+                                                                      platform::BookmarkResolutionWithoutUI, &isStale, &error);
     if (!url) {
       log("updateFolders", description(error));
       continue;

@@ -69,17 +69,13 @@ std::optional<std::string> localizedName(FileManager& fileManager, const URL& ur
   return value<std::string>(fileManager, url, ResourceKey::localizedName);
 }
 
-bool isRegularFile(FileManager& fileManager, const URL& url) {
-  return flag(fileManager, url, ResourceKey::isRegularFile);
-}
+bool isRegularFile(FileManager& fileManager, const URL& url) { return flag(fileManager, url, ResourceKey::isRegularFile); }
 
 bool isDirectory(FileManager& fileManager, const URL& url) { return flag(fileManager, url, ResourceKey::isDirectory); }
 
 bool isAliasFile(FileManager& fileManager, const URL& url) { return flag(fileManager, url, ResourceKey::isAliasFile); }
 
-bool isSymbolicLink(FileManager& fileManager, const URL& url) {
-  return flag(fileManager, url, ResourceKey::isSymbolicLink);
-}
+bool isSymbolicLink(FileManager& fileManager, const URL& url) { return flag(fileManager, url, ResourceKey::isSymbolicLink); }
 
 std::optional<Date> creationDate(FileManager& fileManager, const URL& url) {
   return value<Date>(fileManager, url, ResourceKey::creationDate);

@@ -63,10 +63,8 @@ void readObject(const PropertyListReader& list, ByteView bytes, std::uint64_t ob
       return;
     case PropertyListKind::Array:
     case PropertyListKind::Set:
-    case PropertyListKind::Dictionary:
-      return readContainer(list, item);
-    default:
-      fuzz::expect(isSame(item, likely), "a scalar reads the same as a likely UID");
+    case PropertyListKind::Dictionary: return readContainer(list, item);
+    default: fuzz::expect(isSame(item, likely), "a scalar reads the same as a likely UID");
   }
 }
 

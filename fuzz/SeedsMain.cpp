@@ -49,7 +49,9 @@ Data message(const char* selector, Object argument) {
   return archived(instance(std::move(message)));
 }
 
-DTTreeNode leaf(const char* name, std::uint64_t index, std::uint64_t size = 0) { return DTTreeNode(DTArchiveEntry(name, false, index, size)); }
+DTTreeNode leaf(const char* name, std::uint64_t index, std::uint64_t size = 0) {
+  return DTTreeNode(DTArchiveEntry(name, false, index, size));
+}
 
 DTTreeNode tree() {
   DTTreeNode folder(DTArchiveEntry("folder", true, 2, 0));
@@ -91,9 +93,11 @@ Data oddArchive() {
   archive.referenceSize = 2;
   const auto wide = archive.slot(archive.wideText(u"wide"));
   const auto number = archive.slot(archive.integer(3, 16));
-  const auto numbered = archive.instance("NSArray", {{"NS.object.0", archive.uid(wide, 4)}, {"NS.object.1", archive.uid(number, 8)}});
+  const auto numbered =
+      archive.instance("NSArray", {{"NS.object.0", archive.uid(wide, 4)}, {"NS.object.1", archive.uid(number, 8)}});
   const auto hinted = archive.classRecord("Unheard", {"NSURL"});
-  const auto url = archive.slot(archive.object({{"NS.base", archive.uid(0)}, {"NS.relative", archive.uid(wide)}, {"$class", archive.uid(hinted)}}));
+  const auto url = archive.slot(
+      archive.object({{"NS.base", archive.uid(0)}, {"NS.relative", archive.uid(wide)}, {"$class", archive.uid(hinted)}}));
   return archive.archive(archive.collection("NSMutableSet", {numbered, url}));
 }
 
@@ -127,23 +131,30 @@ void writeRecords() {
   identity[23] = 3;
   const Data archive = message("setArchive:", option(instance(tree()), identity));
   write("dispatch", "archive", archive);
-  write("dispatch", "archives", joined({archive, message("setArchives:", Object()), archive, message("setArchiveMenus:", Object())}));
+  write("dispatch", "archives",
+        joined({archive, message("setArchives:", Object()), archive, message("setArchiveMenus:", Object())}));
   write("dispatch", "actions", joined({message("delete:", Object()), message("compress:", 1.5), message("expand:", Object())}));
-  write("dispatch", "folders", joined({message("beginObservingDirectoryAtURL:", platform::URL::fileURLWithPath("/w")),
-                                       message("requestBadgeIdentifierForURL:", platform::URL::fileURLWithPath("/w/a.zip")),
-                                       message("endObservingDirectoryAtURL:", platform::URL::fileURLWithPath("/w"))}));
+  write("dispatch", "folders",
+        joined({message("beginObservingDirectoryAtURL:", platform::URL::fileURLWithPath("/w")),
+                message("requestBadgeIdentifierForURL:", platform::URL::fileURLWithPath("/w/a.zip")),
+                message("endObservingDirectoryAtURL:", platform::URL::fileURLWithPath("/w"))}));
   write("dispatch", "targets", message("setTargetUrls:", Array{platform::URL::fileURLWithPath("/w/b.txt")}));
-  write("dispatch", "state", joined({message("setPortName:", "other"), message("setSenderObjects:", Object()),
-                                     message("setObservedFiles:", Object()), message("setPortMonitor:", Object()),
-                                     message("updateApplicationRunning:", "x")}));
+  write("dispatch", "state",
+        joined({message("setPortName:", "other"), message("setSenderObjects:", Object()), message("setObservedFiles:", Object()),
+                message("setPortMonitor:", Object()), message("updateApplicationRunning:", "x")}));
   write("dispatch", "nested", message("handleMessage:", message("sendMessage:", instance(DTMessage("echo:", "x")))));
-  write("dispatch", "none", joined({text("bplist00"), message("noSuchMethod:", "x"), archived("text"), message("iconForFileType:", "zip")}));
+  write("dispatch", "none",
+        joined({text("bplist00"), message("noSuchMethod:", "x"), archived("text"), message("iconForFileType:", "zip")}));
 }
 
 // The identity asked for, then the path.
 void writeBookmarks() {
-  for (const auto& [name, flags, path] : {std::tuple{"folder", 1, "folder"}, {"inner", 1, "folder/inner"}, {"file", 2, "file"},
-                                          {"moved", 2, "folder/gone"}, {"elsewhere", 3, "gone/gone/gone"}, {"other", 4, "link"}}) {
+  for (const auto& [name, flags, path] : {std::tuple{"folder", 1, "folder"},
+                                          {"inner", 1, "folder/inner"},
+                                          {"file", 2, "file"},
+                                          {"moved", 2, "folder/gone"},
+                                          {"elsewhere", 3, "gone/gone/gone"},
+                                          {"other", 4, "link"}}) {
     Data input(25, 0);
     input[0] = static_cast<std::uint8_t>(flags);
     const Data end = text(path);

@@ -15,9 +15,11 @@ using namespace platform::native;
 
 namespace {
 
-constexpr std::array types{"v", "a{sv}", "aay", "av", "as", "ai", "ab", "ay", "s", "o", "b", "y", "n", "u", "x", "t", "d", "a{s(iv)}", "aav", "mv"};
-constexpr std::array keys{"DTFoldersPaths", "DTContextualMenuItems", "DTToolbarItemMenuItems", "DTArchiveIconsShown ",
-                          "DTMenuBarIconShown", "DTContextualMenuItemsIconShown", "DTToolbarItemMenuItemsIconShown", "DTApplicationVersion"};
+constexpr std::array types{"v", "a{sv}", "aay", "av", "as", "ai", "ab", "ay",       "s",   "o",
+                           "b", "y",     "n",   "u",  "x",  "t",  "d",  "a{s(iv)}", "aav", "mv"};
+constexpr std::array keys{
+    "DTFoldersPaths",     "DTContextualMenuItems",          "DTToolbarItemMenuItems",          "DTArchiveIconsShown ",
+    "DTMenuBarIconShown", "DTContextualMenuItemsIconShown", "DTToolbarItemMenuItemsIconShown", "DTApplicationVersion"};
 
 OwnedVariant variantOf(const char* type, ByteView bytes) {
   GBytes* const owned = g_bytes_new(bytes.data(), bytes.size());

@@ -36,17 +36,19 @@ bool isSame(const DTTreeNode& a, const DTTreeNode& b) {
   }
   for (std::size_t i = 0; i < a.childNodes().size(); ++i) {
     const DTTreeNode& child = a.childNodes()[i];
-    if (child.parentNode() != &a || child.position() != b.childNodes()[i].position() || !isSame(child, b.childNodes()[i])) return false;
+    if (child.parentNode() != &a || child.position() != b.childNodes()[i].position() || !isSame(child, b.childNodes()[i]))
+      return false;
   }
   return true;
 }
 
 void writeAndReadAgain(const DTTreeNode& tree) {
-  const auto archive = platform::KeyedArchiver::archivedDataWithRootObject(
-      std::shared_ptr<const platform::Coding>(std::shared_ptr<void>(), &tree));
+  const auto archive =
+      platform::KeyedArchiver::archivedDataWithRootObject(std::shared_ptr<const platform::Coding>(std::shared_ptr<void>(), &tree));
   if (!archive) return;
   const auto again = decoded(*archive);
-  fuzz::expect(again && again->childNodes().size() == tree.childNodes().size(), "a tree that was read can be written and read again");
+  fuzz::expect(again && again->childNodes().size() == tree.childNodes().size(),
+               "a tree that was read can be written and read again");
 }
 
 }  // namespace

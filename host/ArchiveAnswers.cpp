@@ -19,12 +19,7 @@ platform::Data dataOf(const platform::FileIdentity& identity) {
 
 ArchiveAnswers::ArchiveAnswers(platform::MessagePorts& ports, platform::FileManager& files, ArchiveLister& lister,
                                SentTrees& sentTrees, EventLines& lines, std::string ownPortName)
-    : ports_(ports),
-      files_(files),
-      lister_(lister),
-      sentTrees_(sentTrees),
-      lines_(lines),
-      ownPortName_(std::move(ownPortName)) {}
+    : ports_(ports), files_(files), lister_(lister), sentTrees_(sentTrees), lines_(lines), ownPortName_(std::move(ownPortName)) {}
 
 void ArchiveAnswers::answer(const platform::URL& file, const std::string& portName) {
   const auto identity = files_.fileResourceIdentifier(file);

@@ -59,7 +59,8 @@ bool ArchiveLister::startNext() {
     child = started.get();
     if (started) children_.push_back(std::move(started));
   }
-  if (child) begin(*child, std::move(file), std::move(request));
+  if (child)
+    begin(*child, std::move(file), std::move(request));
   else {
     log_.line("The listing of \"" + request.path + "\" was given up: no process could be started for it.");
     request.completion(std::nullopt);
@@ -68,17 +69,17 @@ bool ArchiveLister::startNext() {
 }
 
 ListingChild* ArchiveLister::idleChild() {
-  const auto idle = std::find_if(children_.begin(), children_.end(),
-                                 [](const auto& child) { return child->isSound() && !child->isBusy(); });
+  const auto idle =
+      std::find_if(children_.begin(), children_.end(), [](const auto& child) { return child->isSound() && !child->isBusy(); });
   return idle == children_.end() ? nullptr : idle->get();
 }
 
 void ArchiveLister::begin(ListingChild& child, Descriptor file, Request request) {
   ++underWay_;
-  child.list(std::move(file), [this, &child, request = std::move(request)](std::optional<Listing> listing,
-                                                                           const std::string& trouble) {
-    childIsDone(child, request, std::move(listing), trouble);
-  });
+  child.list(std::move(file),
+             [this, &child, request = std::move(request)](std::optional<Listing> listing, const std::string& trouble) {
+               childIsDone(child, request, std::move(listing), trouble);
+             });
 }
 
 void ArchiveLister::childIsDone(ListingChild& child, const Request& request, std::optional<Listing> listing,

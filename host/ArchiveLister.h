@@ -53,8 +53,7 @@ class ArchiveLister {
   bool startNext();
   ListingChild* idleChild();
   void begin(ListingChild& child, platform::native::Descriptor file, Request request);
-  void childIsDone(ListingChild& child, const Request& request, std::optional<Listing> listing,
-                   const std::string& trouble);
+  void childIsDone(ListingChild& child, const Request& request, std::optional<Listing> listing, const std::string& trouble);
   void removeChild(ListingChild& child);
 
   const Options options_;

@@ -16,10 +16,14 @@ std::string* textOption(CommandLine& line, std::string_view option) {
 }
 
 bool takeFlag(CommandLine& line, std::string_view option) {
-  if (option == "--no-answer") line.answersRequests = false;
-  else if (option == "--quiet") line.isQuiet = true;
-  else if (option == "--help" || option == "-h") line.isHelpWanted = true;
-  else return false;
+  if (option == "--no-answer")
+    line.answersRequests = false;
+  else if (option == "--quiet")
+    line.isQuiet = true;
+  else if (option == "--help" || option == "-h")
+    line.isHelpWanted = true;
+  else
+    return false;
   return true;
 }
 

@@ -88,8 +88,10 @@ class TreeBuilder {
     }
     Number parent = 0;
     for (std::size_t i = 0; i + 1 < parts->size(); ++i) parent = folder(parent, (*parts)[i]);
-    if (entry.isFolder) folder(parent, parts->back());
-    else append(parent, parts->back(), false, entry.size);
+    if (entry.isFolder)
+      folder(parent, parts->back());
+    else
+      append(parent, parts->back(), false, entry.size);
   }
 
   std::size_t leftOut() const { return leftOut_; }
@@ -112,8 +114,10 @@ class TreeBuilder {
     wireBytes_ += wireBytesOfNode + 2 * name.size();
     nodes_.push_back({.name = name, .size = size, .isFolder = isFolder});
     FlatNode& owner = nodes_[parent];
-    if (owner.firstChild == none) owner.firstChild = number;
-    else nodes_[owner.lastChild].nextSibling = number;
+    if (owner.firstChild == none)
+      owner.firstChild = number;
+    else
+      nodes_[owner.lastChild].nextSibling = number;
     owner.lastChild = number;
     ++owner.children;
   }
@@ -123,8 +127,7 @@ class TreeBuilder {
     node.reserveChildren(nodes_[number].children);
     for (Number child = nodes_[number].firstChild; child != none; child = nodes_[child].nextSibling) {
       const FlatNode& flat = nodes_[child];
-      appendChildren(node.appendChild(DTTreeNode(DTArchiveEntry(readableText(flat.name), flat.isFolder, child, flat.size))),
-                     child);
+      appendChildren(node.appendChild(DTTreeNode(DTArchiveEntry(readableText(flat.name), flat.isFolder, child, flat.size))), child);
     }
   }
 

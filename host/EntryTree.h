@@ -13,7 +13,7 @@
 /// What a tree may hold; entries that would exceed it are left out whole.
 struct TreeBounds {
   std::size_t nodes = 1'000'000;
-  std::size_t depth = 256;                ///< Levels below the root.
+  std::size_t depth = 256;             ///< Levels below the root.
   std::size_t wireBytes = 240u << 20;  ///< Of the tree's archive, by estimate: a port takes records of 256 MiB.
 };
 

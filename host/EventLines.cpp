@@ -23,7 +23,9 @@ void EventLines::writeText(std::string_view name, std::string_view members) {
   std::string_view rest = line;
   while (!rest.empty() && descriptor_ >= 0) {
     const ssize_t written = ::write(descriptor_, rest.data(), rest.size());
-    if (written >= 0) rest.remove_prefix(static_cast<std::size_t>(written));
-    else if (errno != EINTR) descriptor_ = -1;
+    if (written >= 0)
+      rest.remove_prefix(static_cast<std::size_t>(written));
+    else if (errno != EINTR)
+      descriptor_ = -1;
   }
 }

@@ -28,8 +28,8 @@ Host::Host(HostOptions options, HostServices services, EventLines& lines, std::f
       lines_(lines),
       onEnd_(std::move(onEnd)),
       portName_(options_.group + ".App"),
-      answers_(std::make_unique<ArchiveAnswers>(services.messagePorts, services.fileManager, services.archiveLister,
-                                                sentTrees_, lines, portName_)) {}
+      answers_(std::make_unique<ArchiveAnswers>(services.messagePorts, services.fileManager, services.archiveLister, sentTrees_,
+                                                lines, portName_)) {}
 
 Host::~Host() { services_.notificationCenter.removeObserver(this); }
 
@@ -39,8 +39,7 @@ void Host::start() {
   });
   // Before the name: whoever finds the name may send at once. Where another instance has the port this one waits for its end.
   openPort();
-  name_ = std::make_unique<BusName>(&services_.bus, options_.identifier,
-                                    [this](BusName::State state) { nameChanged(state); });
+  name_ = std::make_unique<BusName>(&services_.bus, options_.identifier, [this](BusName::State state) { nameChanged(state); });
 }
 
 bool Host::openPort() {
@@ -68,21 +67,22 @@ void Host::becomeOwner(unsigned attempt) {
 // Each instance announces itself, also one that queues behind another: the extension is to find out that there are two.
 void Host::announce() {
   services_.notificationCenter.postNotificationName("DTDovetailRunning", "", true);
-  lines_.write(isReady_ ? "promoted" : "ready",
-               {{"group", JSON(options_.group)},
-                {"identifier", JSON(options_.identifier)},
-                {"isFirst", JSON(name_->state() == BusName::State::owned)},
-                {"pid", JSON(static_cast<std::int64_t>(getpid()))},
-                {"portName", port_ ? JSON(portName_) : JSON()},
-                {"version", JSON(options_.version)}});
+  lines_.write(isReady_ ? "promoted" : "ready", {{"group", JSON(options_.group)},
+                                                 {"identifier", JSON(options_.identifier)},
+                                                 {"isFirst", JSON(name_->state() == BusName::State::owned)},
+                                                 {"pid", JSON(static_cast<std::int64_t>(getpid()))},
+                                                 {"portName", port_ ? JSON(portName_) : JSON()},
+                                                 {"version", JSON(options_.version)}});
   isReady_ = true;
 }
 
 std::optional<platform::Data> Host::receive(platform::LocalMessagePort&, std::int32_t, platform::ByteView data, void* self) {
   auto* host = static_cast<Host*>(self);
   const Object root = platform::KeyedUnarchiver::unarchiveObjectWithData(data, archivedClasses());
-  if (const auto message = root.instance<DTMessage>()) host->handle(*message);
-  else host->lines_.write("badMessage", {{"bytes", JSON(data.size())}});
+  if (const auto message = root.instance<DTMessage>())
+    host->handle(*message);
+  else
+    host->lines_.write("badMessage", {{"bytes", JSON(data.size())}});
   return std::nullopt;
 }
 
@@ -115,6 +115,8 @@ std::string Host::entryMember(const Object& argument) {
 
 void Host::openArchive(const DTMessage& message) {
   const auto* url = message.argument().get<platform::URL>();
-  if (url && url->isFileURL() && message.portName()) answers_->answer(*url, *message.portName());
-  else lines_.write("unanswered", {{"file", JSON()}, {"reason", JSON("the request names no file or no port")}});
+  if (url && url->isFileURL() && message.portName())
+    answers_->answer(*url, *message.portName());
+  else
+    lines_.write("unanswered", {{"file", JSON()}, {"reason", JSON("the request names no file or no port")}});
 }

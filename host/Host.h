@@ -49,8 +49,8 @@ class Host {
   void start();
 
  private:
-  static std::optional<platform::Data> receive(platform::LocalMessagePort& port, std::int32_t messageId,
-                                               platform::ByteView data, void* self);
+  static std::optional<platform::Data> receive(platform::LocalMessagePort& port, std::int32_t messageId, platform::ByteView data,
+                                               void* self);
 
   bool openPort();
   void nameChanged(BusName::State state);

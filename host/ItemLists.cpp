@@ -12,9 +12,10 @@ using platform::Object;
 
 namespace {
 
-constexpr std::array<std::string_view, 10> commandNames{
-    "Permissions", "Combined Permissions", "Access Control List", "Rename",   "Size Browser",
-    "Checksum",    "Delete",               "Secure Delete",       "Compress", "Expand"};
+constexpr std::array<std::string_view, 10> commandNames{"Permissions", "Combined Permissions", "Access Control List",
+                                                        "Rename",      "Size Browser",         "Checksum",
+                                                        "Delete",      "Secure Delete",        "Compress",
+                                                        "Expand"};
 
 using Tags = std::vector<std::int64_t>;
 
@@ -102,8 +103,7 @@ std::optional<ItemLists> ItemLists::ofWords(const std::vector<std::string>& word
     isOtherGiven |= list->word == "other";
   }
   if (!isOtherGiven) items.other = leftOver(items);
-  if (const std::int64_t tag = doubledTag(items))
-    return fault = "The tag " + std::to_string(tag) + " stands twice.", std::nullopt;
+  if (const std::int64_t tag = doubledTag(items)) return fault = "The tag " + std::to_string(tag) + " stands twice.", std::nullopt;
   return items;
 }
 

@@ -19,8 +19,7 @@ std::uint64_t littleEndian(std::string_view bytes) {
 }  // namespace
 
 void Listing::append(std::string_view path, bool isFolder, std::uint64_t size) {
-  records_.push_back({size, static_cast<std::uint32_t>(paths_.size()), static_cast<std::uint16_t>(path.size()),
-                      isFolder});
+  records_.push_back({size, static_cast<std::uint32_t>(paths_.size()), static_cast<std::uint16_t>(path.size()), isFolder});
   paths_.append(path);
 }
 
@@ -47,8 +46,7 @@ ListingParser::State ListingParser::take(std::string_view bytes) {
     const std::uint64_t length = littleEndian(rest.substr(9, 4));
     if (length > Listing::maximumPathLength) return state_ = State::refused;
     if (rest.size() - headLength < length) break;
-    state_ = takeFrame(static_cast<ListingFrame>(rest[0]), littleEndian(rest.substr(1, 8)),
-                       rest.substr(headLength, length));
+    state_ = takeFrame(static_cast<ListingFrame>(rest[0]), littleEndian(rest.substr(1, 8)), rest.substr(headLength, length));
     start += headLength + length;
   }
   pending_.erase(0, start);
@@ -60,16 +58,12 @@ ListingParser::State ListingParser::takeFrame(ListingFrame kind, std::uint64_t s
   switch (kind) {
     case ListingFrame::file:
     case ListingFrame::folder:
-      if (listing_.count() >= bounds_.entries || listing_.pathBytes() + text.size() > bounds_.pathBytes)
-        return State::refused;
+      if (listing_.count() >= bounds_.entries || listing_.pathBytes() + text.size() > bounds_.pathBytes) return State::refused;
       listing_.append(text, kind == ListingFrame::folder, size);
       return State::unfinished;
-    case ListingFrame::whole:
-      return finish({});
-    case ListingFrame::partial:
-      return finish(text);
-    case ListingFrame::noArchive:
-      return State::finished;
+    case ListingFrame::whole: return finish({});
+    case ListingFrame::partial: return finish(text);
+    case ListingFrame::noArchive: return State::finished;
   }
   return State::refused;
 }

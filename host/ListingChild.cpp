@@ -95,11 +95,7 @@ std::unique_ptr<ListingChild> ListingChild::start(const std::string& program, co
 }
 
 ListingChild::ListingChild(pid_t process, Descriptor handle, Descriptor socket, const ListingLimits& limits)
-    : process_(process),
-      handle_(std::move(handle)),
-      socket_(std::move(socket)),
-      limits_(limits),
-      parser_(limits.bounds) {
+    : process_(process), handle_(std::move(handle)), socket_(std::move(socket)), limits_(limits), parser_(limits.bounds) {
   g_unix_set_fd_nonblocking(socket_.get(), TRUE, nullptr);
   reading_ = MainLoopSource::whenReadable(socket_.get(), [this] { takeBytes(); });
 }
@@ -116,8 +112,8 @@ void ListingChild::list(Descriptor file, Completion completion) {
   parser_ = ListingParser(limits_.bounds);
   ++listedFiles_;
   const auto milliseconds = static_cast<unsigned>(limits_.time.count());
-  timeLimit_ = MainLoopSource::after(
-      milliseconds, [this, milliseconds] { fail("it took longer than " + std::to_string(milliseconds) + " ms"); });
+  timeLimit_ = MainLoopSource::after(milliseconds,
+                                     [this, milliseconds] { fail("it took longer than " + std::to_string(milliseconds) + " ms"); });
   // A refused send means that the child has died, which the end of its socket tells from the main loop.
   sendFile(socket_.get(), file.get());
 }

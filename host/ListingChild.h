@@ -15,8 +15,8 @@
 #include "platform/linux/MainLoopSource.h"
 
 struct ListingLimits {
-  std::chrono::milliseconds time{30'000};   ///< For one file.
-  std::uint64_t memoryBytes = 512u << 20;   ///< Of the child's address space.
+  std::chrono::milliseconds time{30'000};  ///< For one file.
+  std::uint64_t memoryBytes = 512u << 20;  ///< Of the child's address space.
   ListingBounds bounds;
 };
 

@@ -95,8 +95,7 @@ std::string pathOf(archive_entry* entry) {
 }
 
 std::uint64_t sizeOf(archive_entry* entry) {
-  return archive_entry_size_is_set(entry) ? static_cast<std::uint64_t>(std::max<la_int64_t>(archive_entry_size(entry), 0))
-                                          : 0;
+  return archive_entry_size_is_set(entry) ? static_cast<std::uint64_t>(std::max<la_int64_t>(archive_entry_size(entry), 0)) : 0;
 }
 
 // The library takes any file that starts with a block of zeros for an empty tar, many a disk image among them.
@@ -195,8 +194,10 @@ class SocketSink final : public FrameSink {
   bool write(std::string_view frames) override {
     while (!frames.empty() && !isBroken_) {
       const ssize_t written = send(socket_, frames.data(), frames.size(), MSG_NOSIGNAL);
-      if (written >= 0) frames.remove_prefix(static_cast<std::size_t>(written));
-      else isBroken_ = errno != EINTR;
+      if (written >= 0)
+        frames.remove_prefix(static_cast<std::size_t>(written));
+      else
+        isBroken_ = errno != EINTR;
     }
     return !isBroken_;
   }

@@ -86,8 +86,10 @@ class Writer {
     text_ += R"({"code":")" + std::to_string(error.code) + R"(","domain":)";
     string(error.domain);
     text_ += R"(,"info":)";
-    if (error.userInfo.entries.empty()) put(std::monostate());
-    else put(error.userInfo);
+    if (error.userInfo.entries.empty())
+      put(std::monostate());
+    else
+      put(error.userInfo);
     text_ += R"(,"t":"error"})";
   }
 
@@ -159,8 +161,10 @@ class Writer {
     text_ += R"({"children":[)";
     list(node.childNodes(), [this](const DTTreeNode& child) { put(child); });
     text_ += R"(],"object":)";
-    if (node.representedObject()) put(*node.representedObject());
-    else put(std::monostate());
+    if (node.representedObject())
+      put(*node.representedObject());
+    else
+      put(std::monostate());
     text_ += R"(,"t":"node"})";
   }
 

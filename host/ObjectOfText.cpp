@@ -227,11 +227,10 @@ class Reader {
 };
 
 const std::pair<std::string_view, Reader::Kind> Reader::kinds[] = {
-    {"array", &readArray}, {"bool", &readBoolean}, {"data", &readData},      {"date", &readDate},
-    {"dict", &readDictionary}, {"entry", &readEntry}, {"error", &readError}, {"int", &readInteger},
-    {"ipath", &readIndexPath}, {"msg", &readMessage}, {"node", &readNode},   {"null", &readNull},
-    {"real", &readReal},   {"set", &readSet},      {"str", &readText},       {"url", &readURL},
-    {"uuid", &readUUID},
+    {"array", &readArray}, {"bool", &readBoolean}, {"data", &readData},   {"date", &readDate},       {"dict", &readDictionary},
+    {"entry", &readEntry}, {"error", &readError},  {"int", &readInteger}, {"ipath", &readIndexPath}, {"msg", &readMessage},
+    {"node", &readNode},   {"null", &readNull},    {"real", &readReal},   {"set", &readSet},         {"str", &readText},
+    {"url", &readURL},     {"uuid", &readUUID},
 };
 
 std::optional<Object> Reader::read(const JSON& json) {

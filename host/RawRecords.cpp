@@ -86,8 +86,8 @@ std::shared_ptr<const platform::Coding> RawNode::initWithCoder(platform::KeyedUn
 
 bool RawNode::readFrom(KeyedArchiveReader& reader, const KeyedValues& values, Blobs& blobs) {
   std::uint32_t objectUID = 0, childrenUID = 0;
-  return reader.readUID(values[0], objectUID) && reader.object(objectUID, object) &&
-         reader.readUID(values[1], childrenUID) && reader.dataArray(childrenUID, blobs);
+  return reader.readUID(values[0], objectUID) && reader.object(objectUID, object) && reader.readUID(values[1], childrenUID) &&
+         reader.dataArray(childrenUID, blobs);
 }
 
 bool RawNode::readFrom(platform::ByteView archive, const KeyedArchiveReader& parent, Blobs& blobs) {

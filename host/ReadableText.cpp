@@ -29,8 +29,10 @@ std::string readableText(std::string_view bytes) {
     if (isUTF8) break;
     bytes.remove_prefix(static_cast<std::size_t>(firstBad - bytes.data()));
     // A NUL, which the validation refuses too, is a character like any other.
-    if (bytes[0] == '\0') text.push_back('\0');
-    else appendByte(text, static_cast<std::uint8_t>(bytes[0]));
+    if (bytes[0] == '\0')
+      text.push_back('\0');
+    else
+      appendByte(text, static_cast<std::uint8_t>(bytes[0]));
     bytes.remove_prefix(1);
   }
   return text;

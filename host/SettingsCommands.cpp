@@ -19,9 +19,8 @@ constexpr std::string_view archiveIconsKey = "DTArchiveIconsShown ";
 
 const std::map<std::string_view, std::string_view> itemKeys{{"contextual", "DTContextualMenuItems"},
                                                             {"toolbar", "DTToolbarItemMenuItems"}};
-const std::map<std::string_view, std::string_view> iconKeys{{"archive", archiveIconsKey},
-                                                            {"contextual", "DTContextualMenuItemsIconShown"},
-                                                            {"toolbar", "DTToolbarItemMenuItemsIconShown"}};
+const std::map<std::string_view, std::string_view> iconKeys{
+    {"archive", archiveIconsKey}, {"contextual", "DTContextualMenuItemsIconShown"}, {"toolbar", "DTToolbarItemMenuItemsIconShown"}};
 
 /// The folder itself, whatever links the path goes through; nothing when it is no folder.
 std::optional<URL> folderAtPath(const std::string& path) {
@@ -89,7 +88,8 @@ SettingsCommands::ExitStatus SettingsCommands::removeFolders(const Words& paths)
     const auto folder = folderAtPath(path);
     if (!folder || !isStored(folders, *folder)) return fail("\"" + path + "\" is no watched folder.");
     const auto identity = files_.fileResourceIdentifier(*folder);
-    std::erase_if(folders, [&](const Folder& stored) { return stored.url && files_.fileResourceIdentifier(*stored.url) == identity; });
+    std::erase_if(folders,
+                  [&](const Folder& stored) { return stored.url && files_.fileResourceIdentifier(*stored.url) == identity; });
   }
   return storeFolders(folders);
 }
@@ -102,9 +102,9 @@ std::vector<SettingsCommands::Folder> SettingsCommands::storedFolders() {
     const auto* data = bookmark.get<platform::Data>();
     bool isStale = false;
     platform::Error error;
-    folders.push_back({bookmark, data ? files_.URLByResolvingBookmarkData(*data, platform::BookmarkResolutionWithoutUI,
-                                                                          &isStale, &error)
-                                      : std::nullopt});
+    folders.push_back(
+        {bookmark,
+         data ? files_.URLByResolvingBookmarkData(*data, platform::BookmarkResolutionWithoutUI, &isStale, &error) : std::nullopt});
   }
   return folders;
 }

@@ -17,8 +17,8 @@ class SettingsCommands {
   enum ExitStatus : int { done = 0, failed = 1, misused = 2 };
   using Words = std::vector<std::string>;
 
-  SettingsCommands(const platform::UserDefaults& settings, platform::native::SettingsWriter& writer,
-                   platform::FileManager& files, std::ostream& out, std::ostream& errors)
+  SettingsCommands(const platform::UserDefaults& settings, platform::native::SettingsWriter& writer, platform::FileManager& files,
+                   std::ostream& out, std::ostream& errors)
       : settings_(settings), writer_(writer), files_(files), out_(out), errors_(errors) {}
 
   /// Runs one command: its name and what follows it. A command that is none, or has wrong words, says so and changes nothing.

@@ -14,9 +14,7 @@ namespace {
 
 Object tagOf(const MenuItem* sender) { return Integer::ofSigned(sender ? sender->tag : 0); }
 
-Object arrayOf(const std::optional<std::vector<URL>>& urls) {
-  return urls ? Object(Array(urls->begin(), urls->end())) : Object();
-}
+Object arrayOf(const std::optional<std::vector<URL>>& urls) { return urls ? Object(Array(urls->begin(), urls->end())) : Object(); }
 
 }  // namespace
 

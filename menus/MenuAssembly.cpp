@@ -22,12 +22,9 @@ struct MenuSettings {
 std::optional<MenuSettings> settingsForKind(MenuKind kind) {
   switch (kind) {
     case MenuKind::contextualMenuForItems:
-    case MenuKind::contextualMenuForContainer:
-      return MenuSettings{"DTContextualMenuItems", "DTContextualMenuItemsIconShown"};
-    case MenuKind::toolbarItemMenu:
-      return MenuSettings{"DTToolbarItemMenuItems", "DTToolbarItemMenuItemsIconShown"};
-    default:
-      return std::nullopt;
+    case MenuKind::contextualMenuForContainer: return MenuSettings{"DTContextualMenuItems", "DTContextualMenuItemsIconShown"};
+    case MenuKind::toolbarItemMenu: return MenuSettings{"DTToolbarItemMenuItems", "DTToolbarItemMenuItemsIconShown"};
+    default: return std::nullopt;
   }
 }
 

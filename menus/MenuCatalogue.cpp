@@ -48,30 +48,21 @@ std::size_t countOf(const std::optional<std::vector<URL>>& urls) { return urls ?
 
 Item DTDovetailSync::menuItemWithTag(std::int64_t tag) {
   switch (tag) {
-    case DTMenuItemPermissions:
-      return item("Permissions…", "showPermissions:");
+    case DTMenuItemPermissions: return item("Permissions…", "showPermissions:");
     case DTMenuItemCombinedPermissions:
       if (countOf(targetUrls_) < 2) return nullptr;
       return item("Combined Permissions…", "showPermissions:", combinedPermissionsTag);
-    case DTMenuItemAccessControlList:
-      return item("Access Control List…", "showAcl:");
-    case DTMenuItemRename:
-      return item("Rename…", "rename:");
-    case DTMenuItemSizeBrowser:
-      return isSizeBrowserOffered() ? item("Size Browser…", "showSizeBrowser:") : nullptr;
+    case DTMenuItemAccessControlList: return item("Access Control List…", "showAcl:");
+    case DTMenuItemRename: return item("Rename…", "rename:");
+    case DTMenuItemSizeBrowser: return isSizeBrowserOffered() ? item("Size Browser…", "showSizeBrowser:") : nullptr;
     case DTMenuItemChecksum:
       if (!isChecksumOffered()) return nullptr;
       return item("Checksum…", "showChecksum:", 0, choices(checksumAlgorithms, "showChecksum:"));
-    case DTMenuItemDelete:
-      return item("Delete…", "delete:", deleteTag);
-    case DTMenuItemSecureDelete:
-      return item("Secure Delete…", "delete:", secureDeleteTag, choices(secureDeleteLevels, "delete:"));
-    case DTMenuItemCompress:
-      return item("Compress", "compress:", 0, archiveFormats());
-    case DTMenuItemExpand:
-      return expandItem();
-    default:
-      return nullptr;
+    case DTMenuItemDelete: return item("Delete…", "delete:", deleteTag);
+    case DTMenuItemSecureDelete: return item("Secure Delete…", "delete:", secureDeleteTag, choices(secureDeleteLevels, "delete:"));
+    case DTMenuItemCompress: return item("Compress", "compress:", 0, archiveFormats());
+    case DTMenuItemExpand: return expandItem();
+    default: return nullptr;
   }
 }
 

@@ -59,9 +59,7 @@ ImageRef fallbackImage(const MenuSymbol& entry, const MenuSymbolSources& sources
 
 }  // namespace
 
-std::span<const MenuSymbol> menuSymbols() {
-  return table;
-}
+std::span<const MenuSymbol> menuSymbols() { return table; }
 
 const MenuSymbol* menuSymbol(std::string_view operation) {
   const auto entry = std::ranges::find(table, operation, &MenuSymbol::operation);
@@ -76,8 +74,7 @@ ImageRef menuSymbolImage(const MenuSymbol& entry, const MenuSymbolSources& sourc
 ImageRef roundedImage(const Image& image, platform::Graphics& graphics) {
   const double side = std::min(image.size.width, image.size.height);
   const platform::Rect destination{{0, 0}, {side, side}};
-  const platform::Rect source{{(image.size.width - side) * 0.5, (image.size.height - side) * 0.5},
-                              {side, side}};
+  const platform::Rect source{{(image.size.width - side) * 0.5, (image.size.height - side) * 0.5}, {side, side}};
 
   const auto context = graphics.lockFocus({side, side});
   context->setImageInterpolation(platform::ImageInterpolation::high);

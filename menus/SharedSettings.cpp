@@ -13,8 +13,10 @@ using platform::Object;
 namespace {
 
 constexpr std::string_view titles[] = {
-    "Permissions…",  "Combined Permissions…", "Access Control List…", "Rename…",  "Size Browser…",
-    "Checksum…",     "Delete…",               "Secure Delete…",       "Compress", "Expand",
+    "Permissions…", "Combined Permissions…", "Access Control List…",
+    "Rename…",      "Size Browser…",         "Checksum…",
+    "Delete…",      "Secure Delete…",        "Compress",
+    "Expand",
 };
 
 Array tags(std::initializer_list<std::int64_t> values) {

@@ -13,8 +13,7 @@ class DistributedNotificationCenter {
   virtual ~DistributedNotificationCenter() = default;
 
   /// Runs `handler` for each notification of that name from any sender, with its string.
-  virtual void addObserver(const void* observer, std::string_view name,
-                           std::function<void(const std::string& object)> handler) = 0;
+  virtual void addObserver(const void* observer, std::string_view name, std::function<void(const std::string& object)> handler) = 0;
   /// Ends all subscriptions of `observer`. Does nothing for an unknown one.
   virtual void removeObserver(const void* observer) = 0;
   /// Posts to every process of the session at once, without waiting. Lost without a report when there is no session bus.

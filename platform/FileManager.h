@@ -18,24 +18,24 @@ namespace platform {
 
 /// The platform's names of resource properties, spelled as there, so that a log of calls reads like its documentation.
 namespace ResourceKey {
-inline constexpr std::string_view fileResourceIdentifier = "NSURLFileResourceIdentifierKey";  // data
-inline constexpr std::string_view name = "NSURLNameKey";                                      // string
-inline constexpr std::string_view localizedName = "NSURLLocalizedNameKey";                    // string
-inline constexpr std::string_view isRegularFile = "NSURLIsRegularFileKey";                    // boolean
-inline constexpr std::string_view isDirectory = "NSURLIsDirectoryKey";                        // boolean
-inline constexpr std::string_view isAliasFile = "NSURLIsAliasFileKey";                        // boolean
-inline constexpr std::string_view isSymbolicLink = "NSURLIsSymbolicLinkKey";                  // boolean
-inline constexpr std::string_view creationDate = "NSURLCreationDateKey";                      // date
-inline constexpr std::string_view contentModificationDate = "NSURLContentModificationDateKey";      // date
-inline constexpr std::string_view attributeModificationDate = "NSURLAttributeModificationDateKey";  // date
-inline constexpr std::string_view addedToDirectoryDate = "NSURLAddedToDirectoryDateKey";      // date
-inline constexpr std::string_view parentDirectoryURL = "NSURLParentDirectoryURLKey";          // URL
-inline constexpr std::string_view volumeURL = "NSURLVolumeURLKey";                            // URL
-inline constexpr std::string_view volumeIsRootFileSystem = "NSURLVolumeIsRootFileSystemKey";  // boolean
+inline constexpr std::string_view fileResourceIdentifier = "NSURLFileResourceIdentifierKey";                      // data
+inline constexpr std::string_view name = "NSURLNameKey";                                                          // string
+inline constexpr std::string_view localizedName = "NSURLLocalizedNameKey";                                        // string
+inline constexpr std::string_view isRegularFile = "NSURLIsRegularFileKey";                                        // boolean
+inline constexpr std::string_view isDirectory = "NSURLIsDirectoryKey";                                            // boolean
+inline constexpr std::string_view isAliasFile = "NSURLIsAliasFileKey";                                            // boolean
+inline constexpr std::string_view isSymbolicLink = "NSURLIsSymbolicLinkKey";                                      // boolean
+inline constexpr std::string_view creationDate = "NSURLCreationDateKey";                                          // date
+inline constexpr std::string_view contentModificationDate = "NSURLContentModificationDateKey";                    // date
+inline constexpr std::string_view attributeModificationDate = "NSURLAttributeModificationDateKey";                // date
+inline constexpr std::string_view addedToDirectoryDate = "NSURLAddedToDirectoryDateKey";                          // date
+inline constexpr std::string_view parentDirectoryURL = "NSURLParentDirectoryURLKey";                              // URL
+inline constexpr std::string_view volumeURL = "NSURLVolumeURLKey";                                                // URL
+inline constexpr std::string_view volumeIsRootFileSystem = "NSURLVolumeIsRootFileSystemKey";                      // boolean
 inline constexpr std::string_view volumeSupportsCaseSensitiveNames = "NSURLVolumeSupportsCaseSensitiveNamesKey";  // boolean
-inline constexpr std::string_view volumeIsReadOnly = "NSURLVolumeIsReadOnlyKey";              // boolean
-inline constexpr std::string_view isUserImmutable = "NSURLIsUserImmutableKey";                // boolean
-inline constexpr std::string_view isSystemImmutable = "NSURLIsSystemImmutableKey";            // boolean
+inline constexpr std::string_view volumeIsReadOnly = "NSURLVolumeIsReadOnlyKey";                                  // boolean
+inline constexpr std::string_view isUserImmutable = "NSURLIsUserImmutableKey";                                    // boolean
+inline constexpr std::string_view isSystemImmutable = "NSURLIsSystemImmutableKey";                                // boolean
 }  // namespace ResourceKey
 
 /// The platform's metadata attribute of a file's last use.
@@ -77,8 +77,7 @@ class FileManager {
 
   /// The file that the bookmark names, or nothing with `error` set. `isStale` tells that the bookmark should be made anew, as
   /// the file was moved or renamed. `options` are those of `BookmarkResolutionWithoutUI`.
-  virtual std::optional<URL> URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t options, bool* isStale,
-                                                        Error* error) = 0;
+  virtual std::optional<URL> URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t options, bool* isStale, Error* error) = 0;
   /// A bookmark of an existing file, or nothing with `error` set.
   virtual std::optional<Data> bookmarkDataWithURL(const URL& url, Error* error) = 0;
   /// A URL that follows the file when it is moved or renamed, or nothing when the file is gone.

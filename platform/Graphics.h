@@ -45,8 +45,8 @@ class GraphicsContext {
   virtual void addClip(const BezierPath& path) = 0;
   /// Draws the part `source` of the image over `destination`, at an opacity of 0 to 1. An image whose pixels
   /// cannot be read draws nothing.
-  virtual void drawImage(const Image& image, const Rect& destination, const Rect& source,
-                         CompositingOperation operation, double fraction) = 0;
+  virtual void drawImage(const Image& image, const Rect& destination, const Rect& source, CompositingOperation operation,
+                         double fraction) = 0;
   /// Ends the drawing; nothing may be asked of the context afterwards. The image holds one representation,
   /// drawn at one pixel a point, or none when it is empty or too large to draw (over 4096 points a side).
   virtual ImageRef unlockFocus() = 0;

@@ -30,8 +30,7 @@ class LocalMessagePort {
 
 /// Called on the main loop for each record. `data` is valid during the call only. The result is the reply, which a one-way
 /// send never sees.
-using MessagePortCallBack = std::optional<Data> (*)(LocalMessagePort& port, std::int32_t messageId, ByteView data,
-                                                    void* info);
+using MessagePortCallBack = std::optional<Data> (*)(LocalMessagePort& port, std::int32_t messageId, ByteView data, void* info);
 
 /// What a local port carries for its callback. `info` is not owned.
 struct MessagePortContext {
@@ -55,8 +54,7 @@ class RemoteMessagePort {
   /// not drained since its last time-out may answer `sendTimeout` at once. No reply is awaited without a reply mode, which
   /// this interface does not have, so `receiveTimeout` plays no part. `becameInvalid` when the peer is found gone, from then on
   /// `isInvalid`. On failure the record is lost and nothing of it arrives.
-  virtual MessagePortStatus sendRequest(std::int32_t messageId, ByteView data, double sendTimeout,
-                                        double receiveTimeout) = 0;
+  virtual MessagePortStatus sendRequest(std::int32_t messageId, ByteView data, double sendTimeout, double receiveTimeout) = 0;
   /// Whether the peer still listens, as far as the system knows by now. Never waits.
   virtual bool isValid() const = 0;
   /// Cuts the connection. Any later send answers `isInvalid`.
@@ -69,8 +67,7 @@ class MessagePorts {
 
   /// Opens a port of that name, or null when the name is taken by a live process or cannot be opened. The port lives, unread
   /// until its source is added, as long as the process (its backend).
-  virtual LocalMessagePort* createLocal(std::string_view name, MessagePortCallBack callBack,
-                                        const MessagePortContext& context) = 0;
+  virtual LocalMessagePort* createLocal(std::string_view name, MessagePortCallBack callBack, const MessagePortContext& context) = 0;
   /// The source that reads the port; `order` 0 is the usual priority. Owned by the backend.
   virtual RunLoopSource& createRunLoopSource(LocalMessagePort& port, int order) = 0;
   /// From now on the port's records arrive on the main loop, also while a menu is up.

@@ -82,8 +82,8 @@ inline constexpr std::string_view LocalizedRecoverySuggestionErrorKey = "NSLocal
 
 class Object {
  public:
-  using Value = std::variant<std::monostate, Null, bool, Integer, double, std::string, Data, Date, UUID, Array, Set,
-                             Dictionary, URL, Error, IndexPath, std::shared_ptr<const Coding>>;
+  using Value = std::variant<std::monostate, Null, bool, Integer, double, std::string, Data, Date, UUID, Array, Set, Dictionary,
+                             URL, Error, IndexPath, std::shared_ptr<const Coding>>;
 
   Object() = default;  ///< nil
   Object(Null value) : value_(value) {}

@@ -15,8 +15,7 @@ class SymbolImages {
   /// unknown name.
   virtual ImageRef imageWithSystemSymbolName(std::string_view name) = 0;
   /// A new image of the same symbol that carries the configuration and has the size that follows from it.
-  virtual ImageRef imageWithSymbolConfiguration(const Image& image,
-                                                const SymbolConfiguration& configuration) = 0;
+  virtual ImageRef imageWithSymbolConfiguration(const Image& image, const SymbolConfiguration& configuration) = 0;
 };
 
 }  // namespace platform

@@ -13,7 +13,7 @@ struct Parts {
   std::string_view authority;
   bool hasAuthority = false;
   std::string_view path;
-  std::string_view query;  // with its question mark
+  std::string_view query;     // with its question mark
   std::string_view fragment;  // with its number sign
 };
 
@@ -207,9 +207,7 @@ URL URL::URLWithString(std::string_view relativeString, std::optional<URL> baseU
   return URL(std::move(storage));
 }
 
-bool URL::isFileURL() const {
-  return !storage_->isText() || isSameIgnoringCase(split(absoluteString()).scheme, fileScheme);
-}
+bool URL::isFileURL() const { return !storage_->isText() || isSameIgnoringCase(split(absoluteString()).scheme, fileScheme); }
 
 bool URL::isFileReferenceURL() const { return storage_->reference() != nullptr; }
 

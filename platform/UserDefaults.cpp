@@ -2,9 +2,7 @@
 
 namespace platform {
 
-const Dictionary* UserDefaults::dictionaryForKey(std::string_view key) const {
-  return objectForKey(key).get<Dictionary>();
-}
+const Dictionary* UserDefaults::dictionaryForKey(std::string_view key) const { return objectForKey(key).get<Dictionary>(); }
 
 bool UserDefaults::boolForKey(std::string_view key) const {
   const Object& value = objectForKey(key);

@@ -71,8 +71,7 @@ class ExtensionTest : public testing::Test {
   std::vector<DTMessage> takeMessages() {
     std::vector<DTMessage> messages;
     for (const platform::Data& record : fakes.messagePorts.takeReceived("G.App")) {
-      const auto message =
-          platform::KeyedUnarchiver::unarchiveObjectWithData(record, archivedClasses()).instance<DTMessage>();
+      const auto message = platform::KeyedUnarchiver::unarchiveObjectWithData(record, archivedClasses()).instance<DTMessage>();
       EXPECT_TRUE(message) << "the host received bytes that are no record";
       if (message) messages.push_back(*message);
     }
@@ -156,9 +155,7 @@ class ExtensionTest : public testing::Test {
   std::shared_ptr<DTDovetailSync> extension;
 };
 
-inline DTTreeNode leaf(const std::string& name, std::uint64_t index) {
-  return DTTreeNode(DTArchiveEntry(name, false, index, 0));
-}
+inline DTTreeNode leaf(const std::string& name, std::uint64_t index) { return DTTreeNode(DTArchiveEntry(name, false, index, 0)); }
 
 template <typename... Children>
 DTTreeNode folder(const std::string& name, std::uint64_t index, Children... children) {

@@ -43,9 +43,7 @@ bool ArchivedValue::decode(std::string_view name, Object& object) {
   return false;
 }
 
-bool ArchivedValue::find(std::string_view key, std::uint64_t& value) const {
-  return reader_.lookUp(dictionary_, key, value);
-}
+bool ArchivedValue::find(std::string_view key, std::uint64_t& value) const { return reader_.lookUp(dictionary_, key, value); }
 
 bool ArchivedValue::uidForKey(std::string_view key, std::uint32_t& uid) const {
   std::uint64_t value = 0;

@@ -12,8 +12,7 @@ namespace platform {
 
 class ArchivedValue {
  public:
-  ArchivedValue(KeyedArchiveReader& reader, const PropertyListItem& dictionary)
-      : reader_(reader), dictionary_(dictionary) {}
+  ArchivedValue(KeyedArchiveReader& reader, const PropertyListItem& dictionary) : reader_(reader), dictionary_(dictionary) {}
 
   /// The name of a class of the platform's that can be read, in static storage; empty for any other.
   static std::string_view className(const PropertyListItem& name);

@@ -171,13 +171,17 @@ bool KeyedArchiveReader::numberedElements(const PropertyListItem& dictionary, st
     if (!name.starts_with(prefix)) continue;
     auto& [number, uid] = numbered.emplace_back();
     const char* end = name.data() + name.size();
-    if (std::from_chars(name.data() + prefix.size(), end, number).ptr != end) numbered.pop_back();
-    else if (!readUID(list_.reference(dictionary, dictionary.count + i), uid) || uid == 0) return false;
+    if (std::from_chars(name.data() + prefix.size(), end, number).ptr != end)
+      numbered.pop_back();
+    else if (!readUID(list_.reference(dictionary, dictionary.count + i), uid) || uid == 0)
+      return false;
   }
   std::sort(numbered.begin(), numbered.end());
   for (const auto& [number, uid] : numbered) {
-    if (number == uids.size()) uids.push_back(uid);
-    else if (number < uids.size()) return false;
+    if (number == uids.size())
+      uids.push_back(uid);
+    else if (number < uids.size())
+      return false;
   }
   return true;
 }

@@ -39,8 +39,7 @@ class KeyedArchiveReader {
   /// The item that stands at a value of a dictionary. False for `absent`.
   bool read(std::uint64_t value, PropertyListItem& item) const { return list_.read(value, item); }
   /// The values under `keys`, `absent` for those that are not there.
-  bool lookUp(const PropertyListItem& dictionary, std::span<const PropertyListKey> keys,
-              std::span<std::uint64_t> values) const {
+  bool lookUp(const PropertyListItem& dictionary, std::span<const PropertyListKey> keys, std::span<std::uint64_t> values) const {
     return budget_->spend(2 * dictionary.count) && list_.lookUp(dictionary, keys, values);
   }
   bool lookUp(const PropertyListItem& dictionary, std::string_view key, std::uint64_t& value) const {

@@ -158,9 +158,7 @@ std::uint32_t KeyedArchiveWriter::slot(const UUID& uuid) {
 }
 
 std::uint32_t KeyedArchiveWriter::collectionSlot(const std::vector<Object>& elements, ClassNames names) {
-  return instanceSlot(names, [&] {
-    addUIDs("NS.objects", elements, [this](const Object& element) { return slot(element); });
-  });
+  return instanceSlot(names, [&] { addUIDs("NS.objects", elements, [this](const Object& element) { return slot(element); }); });
 }
 
 std::uint32_t KeyedArchiveWriter::slot(const Array& array) { return collectionSlot(array, arrayNames); }
@@ -287,9 +285,7 @@ PropertyListWriter::Reference KeyedArchiveWriter::placeBlob(std::size_t blob, st
   return placeOfBlob_[first];
 }
 
-void KeyedArchiver::encodeObject(const Object& object, std::string_view key) {
-  writer_.addUID(key, writer_.slot(object));
-}
+void KeyedArchiver::encodeObject(const Object& object, std::string_view key) { writer_.addUID(key, writer_.slot(object)); }
 
 void KeyedArchiver::encodeInstance(const Coding* instance, std::string_view key) {
   writer_.addUID(key, instance ? writer_.slot(*instance) : 0);

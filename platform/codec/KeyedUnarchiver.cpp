@@ -18,8 +18,7 @@ std::optional<Object> KeyedUnarchiver::unarchivedObjectWithData(ByteView bytes, 
   }
 }
 
-std::optional<Object> KeyedUnarchiver::unarchivedObjectWithData(ByteView bytes, ClassTable classes,
-                                                                DecodeBudget& budget) {
+std::optional<Object> KeyedUnarchiver::unarchivedObjectWithData(ByteView bytes, ClassTable classes, DecodeBudget& budget) {
   if (bytes.size() > maximumArchiveLength) return std::nullopt;
   auto reader = KeyedArchiveReader::open(bytes, classes, budget);
   Object root;
@@ -39,9 +38,7 @@ std::uint32_t KeyedUnarchiver::uidForKey(std::string_view key) {
   return uid;
 }
 
-bool KeyedUnarchiver::containsValueForKey(std::string_view key) const {
-  return find(key) != KeyedArchiveReader::absent;
-}
+bool KeyedUnarchiver::containsValueForKey(std::string_view key) const { return find(key) != KeyedArchiveReader::absent; }
 
 Object KeyedUnarchiver::decodeObjectForKey(std::string_view key) {
   Object object;

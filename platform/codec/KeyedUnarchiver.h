@@ -42,8 +42,7 @@ class KeyedUnarchiver {
 
  private:
   friend class ArchivedValue;
-  KeyedUnarchiver(KeyedArchiveReader& reader, const PropertyListItem& dictionary)
-      : reader_(reader), dictionary_(dictionary) {}
+  KeyedUnarchiver(KeyedArchiveReader& reader, const PropertyListItem& dictionary) : reader_(reader), dictionary_(dictionary) {}
 
   bool hasFailed() const { return hasFailed_; }
   std::uint64_t find(std::string_view key) const;

@@ -122,8 +122,7 @@ bool PropertyListReader::readSimple(unsigned low, PropertyListItem& item) const 
   return true;
 }
 
-bool PropertyListReader::readInteger(const std::uint8_t* at, std::size_t available, unsigned low,
-                                     PropertyListItem& item) const {
+bool PropertyListReader::readInteger(const std::uint8_t* at, std::size_t available, unsigned low, PropertyListItem& item) const {
   if (low > 4) return false;
   const std::size_t size = std::size_t{1} << low;
   if (size > available) return false;
@@ -134,8 +133,7 @@ bool PropertyListReader::readInteger(const std::uint8_t* at, std::size_t availab
   return true;
 }
 
-bool PropertyListReader::readFloat(PropertyListKind kind, unsigned low, const std::uint8_t* at,
-                                   PropertyListItem& item) const {
+bool PropertyListReader::readFloat(PropertyListKind kind, unsigned low, const std::uint8_t* at, PropertyListItem& item) const {
   const bool isSingle = low == 2 && kind == PropertyListKind::Real;
   if (!isSingle && low != 3) return false;
   if (static_cast<std::size_t>(table_ - at) < (isSingle ? 4u : 8u)) return false;

@@ -16,7 +16,17 @@
 namespace platform {
 
 enum class PropertyListKind : std::uint8_t {
-  Boolean, Integer, Real, Date, Data, ASCIIString, UTF16String, UID, Array, Set, Dictionary,
+  Boolean,
+  Integer,
+  Real,
+  Date,
+  Data,
+  ASCIIString,
+  UTF16String,
+  UID,
+  Array,
+  Set,
+  Dictionary,
 };
 
 /// One object as it stands in the bytes. Valid as long as they are.
@@ -27,9 +37,7 @@ struct PropertyListItem {
   const std::uint8_t* bytes = nullptr;  ///< The content of data, strings (UTF-16 is big-endian) and containers.
   std::size_t count = 0;                ///< Bytes, UTF-16 units, elements, or pairs.
 
-  bool isString() const {
-    return kind == PropertyListKind::ASCIIString || kind == PropertyListKind::UTF16String;
-  }
+  bool isString() const { return kind == PropertyListKind::ASCIIString || kind == PropertyListKind::UTF16String; }
   double real() const { return std::bit_cast<double>(value); }
   ByteView data() const { return {bytes, count}; }
   /// Whether a string item is this ASCII text, in either of its two forms.
@@ -101,8 +109,7 @@ class PropertyListReader {
   bool isText(std::uint64_t object, const PropertyListKey& text) const;
   /// Finds the values under `keys`, `absent` for a key that is not there. False when the dictionary is malformed: a key
   /// that is no string, one of `keys` twice, a reference to no object.
-  bool lookUp(const PropertyListItem& dictionary, std::span<const PropertyListKey> keys,
-              std::span<std::uint64_t> values) const;
+  bool lookUp(const PropertyListItem& dictionary, std::span<const PropertyListKey> keys, std::span<std::uint64_t> values) const;
 
  private:
   friend class ArchiveForm;
@@ -136,12 +143,11 @@ class PropertyListReader {
   const std::uint8_t* end(const std::uint8_t* at, const PropertyListItem& item) const;
   static std::uint64_t largest(const std::uint8_t* at, std::size_t count, unsigned size);
   bool hasValidOffsets() const;
-  bool lookUpOne(std::uint64_t key, std::uint64_t value, std::span<const PropertyListKey> keys,
-                 std::span<std::uint64_t> values, std::size_t& next) const;
+  bool lookUpOne(std::uint64_t key, std::uint64_t value, std::span<const PropertyListKey> keys, std::span<std::uint64_t> values,
+                 std::size_t& next) const;
   bool readInteger(const std::uint8_t* at, std::size_t available, unsigned low, PropertyListItem& item) const;
   bool readCount(unsigned low, const std::uint8_t*& at, PropertyListItem& item) const;
-  bool readCounted(PropertyListKind kind, unsigned low, const std::uint8_t* at, std::size_t unit,
-                   PropertyListItem& item) const;
+  bool readCounted(PropertyListKind kind, unsigned low, const std::uint8_t* at, std::size_t unit, PropertyListItem& item) const;
   bool readSimple(unsigned low, PropertyListItem& item) const;
   bool readFloat(PropertyListKind kind, unsigned low, const std::uint8_t* at, PropertyListItem& item) const;
   bool readUID(const std::uint8_t* at, unsigned low, PropertyListItem& item) const;

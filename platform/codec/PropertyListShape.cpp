@@ -67,8 +67,8 @@ bool PropertyListShape::learnGaps(std::span<const std::uint64_t> scalars) {
 
 void PropertyListShape::learnRuns() {
   for (const std::size_t offset : offsets_) {
-    const auto gapsBefore = static_cast<std::size_t>(
-        std::count_if(gaps_.begin(), gaps_.end(), [&](const Gap& gap) { return gap.start < offset; }));
+    const auto gapsBefore =
+        static_cast<std::size_t>(std::count_if(gaps_.begin(), gaps_.end(), [&](const Gap& gap) { return gap.start < offset; }));
     if (runs_.empty() || runs_.back().gapsBefore != gapsBefore) runs_.push_back({0, gapsBefore});
     ++runs_.back().count;
   }

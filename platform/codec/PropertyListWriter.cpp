@@ -58,9 +58,7 @@ unsigned PropertyListSize::referenceSize() const { return width(objects); }
 
 std::size_t PropertyListSize::tablePosition() const { return HeaderLength + bytes + references * referenceSize(); }
 
-std::size_t PropertyListSize::length() const {
-  return tablePosition() + objects * width(tablePosition()) + TrailerLength;
-}
+std::size_t PropertyListSize::length() const { return tablePosition() + objects * width(tablePosition()) + TrailerLength; }
 
 PropertyListWriter::PropertyListWriter() {
   constexpr std::size_t scalars = 64, places = 128, bytes = 1024;

@@ -69,9 +69,7 @@ class PropertyListWriter {
   Reference placeDictionary(std::size_t count);
   /// Data whose content the caller puts in its place after `write`.
   Reference placeBlob(std::size_t length);
-  void setReference(Reference container, std::size_t at, Reference to) {
-    references_[places_[container].firstReference + at] = to;
-  }
+  void setReference(Reference container, std::size_t at, Reference to) { references_[places_[container].firstReference + at] = to; }
 
   const PropertyListSize& size() const { return size_; }
   /// Writes `size().length()` bytes. The place of each blob's content, in the order of `placeBlob`, is added to `blobs`.
@@ -117,9 +115,7 @@ class PropertyListWriter {
   void append(ByteView bytes) { encoded_.append(reinterpret_cast<const char*>(bytes.data()), bytes.size()); }
   void growTable();
   std::size_t slotOf(ByteView head, ByteView content) const;
-  ByteView bytesOf(Span span) const {
-    return {reinterpret_cast<const std::uint8_t*>(encoded_.data()) + span.start, span.length};
-  }
+  ByteView bytesOf(Span span) const { return {reinterpret_cast<const std::uint8_t*>(encoded_.data()) + span.start, span.length}; }
   Reference addPlace(const Head& head, std::size_t referenceCount);
   Reference addPlace(Span encoded, std::size_t referenceCount);
 

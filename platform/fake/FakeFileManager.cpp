@@ -149,8 +149,7 @@ std::optional<std::vector<URL>> FakeFileManager::contentsOfDirectoryAtURL(const 
   return entries;
 }
 
-void FakeFileManager::seeEntriesOfDirectoryAtURL(const URL& url,
-                                                 const std::function<void(const URL&, const FileSighting&)>& see) {
+void FakeFileManager::seeEntriesOfDirectoryAtURL(const URL& url, const std::function<void(const URL&, const FileSighting&)>& see) {
   const auto entries = contentsOfDirectoryAtURL(url);
   if (!entries) return;
   for (const URL& entry : *entries) {
@@ -159,7 +158,7 @@ void FakeFileManager::seeEntriesOfDirectoryAtURL(const URL& url,
 }
 
 std::optional<URL> FakeFileManager::URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t options, bool* isStale,
-                                                              Error* error) {
+                                                               Error* error) {
   const std::string text(bookmark.begin(), bookmark.end());
   log_.add("resolve \"" + text + "\" with options " + std::to_string(options));
   *isStale = false;

@@ -15,9 +15,9 @@ enum class FakeKind { regular, directory, symbolicLink, alias, other };
 
 struct FakeFile {
   FakeKind kind = FakeKind::regular;
-  std::uint64_t number = 0;  ///< Its identity.
-  bool isReadable = true;    ///< Of a folder: whether it can be listed.
-  bool hasReference = true;  ///< Whether a file reference URL can be made of it.
+  std::uint64_t number = 0;                               ///< Its identity.
+  bool isReadable = true;                                 ///< Of a folder: whether it can be listed.
+  bool hasReference = true;                               ///< Whether a file reference URL can be made of it.
   std::map<std::string, Object, std::less<>> properties;  ///< Whatever else it has, by resource key.
   std::map<std::string, Error, std::less<>> failures;     ///< Reads that fail, by resource key.
 };
@@ -44,8 +44,7 @@ class FakeFileManager final : public FileManager {
   std::optional<std::vector<URL>> contentsOfDirectoryAtURL(const URL& url) override;
   void seeEntriesOfDirectoryAtURL(const URL& url,
                                   const std::function<void(const URL& entry, const FileSighting& sighting)>& see) override;
-  std::optional<URL> URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t options, bool* isStale,
-                                                Error* error) override;
+  std::optional<URL> URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t options, bool* isStale, Error* error) override;
   std::optional<Data> bookmarkDataWithURL(const URL& url, Error* error) override;
   std::optional<URL> fileReferenceURL(const URL& url) override;
   Object metadataItemAttribute(std::string_view path, std::string_view attribute) override;

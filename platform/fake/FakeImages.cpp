@@ -29,14 +29,13 @@ class FakeContext final : public GraphicsContext {
     log_.add("interpolation " + std::to_string(static_cast<int>(interpolation)));
   }
   void addClip(const BezierPath& path) override {
-    log_.add("clip to oval " + text(path.oval) + " rule " +
-             std::to_string(static_cast<int>(path.windingRule)));
+    log_.add("clip to oval " + text(path.oval) + " rule " + std::to_string(static_cast<int>(path.windingRule)));
   }
-  void drawImage(const Image& image, const Rect& destination, const Rect& source,
-                 CompositingOperation operation, double fraction) override {
+  void drawImage(const Image& image, const Rect& destination, const Rect& source, CompositingOperation operation,
+                 double fraction) override {
     std::ostringstream out;
-    out << "draw " << sourceOf(image) << " from " << text(source) << " in " << text(destination)
-        << " operation " << static_cast<int>(operation) << " at " << fraction;
+    out << "draw " << sourceOf(image) << " from " << text(source) << " in " << text(destination) << " operation "
+        << static_cast<int>(operation) << " at " << fraction;
     log_.add(out.str());
   }
   ImageRef unlockFocus() override {
@@ -62,11 +61,10 @@ ImageRef FakeSymbolImages::imageWithSystemSymbolName(std::string_view name) {
                                        .name = std::string(name)});
 }
 
-ImageRef FakeSymbolImages::imageWithSymbolConfiguration(const Image& image,
-                                                        const SymbolConfiguration& configuration) {
+ImageRef FakeSymbolImages::imageWithSymbolConfiguration(const Image& image, const SymbolConfiguration& configuration) {
   std::ostringstream out;
-  out << "configure " << sourceOf(image) << " point size " << configuration.pointSize << " weight "
-      << configuration.weight << " scale " << static_cast<int>(configuration.scale);
+  out << "configure " << sourceOf(image) << " point size " << configuration.pointSize << " weight " << configuration.weight
+      << " scale " << static_cast<int>(configuration.scale);
   log_.add(out.str());
   auto configured = std::make_shared<Image>(image);
   configured->symbolConfiguration = configuration;

@@ -22,8 +22,7 @@ class FakeSymbolImages final : public SymbolImages {
 
   /// One representation of 16 points, named after the symbol.
   ImageRef imageWithSystemSymbolName(std::string_view name) override;
-  ImageRef imageWithSymbolConfiguration(const Image& image,
-                                        const SymbolConfiguration& configuration) override;
+  ImageRef imageWithSymbolConfiguration(const Image& image, const SymbolConfiguration& configuration) override;
 
  private:
   CallLog& log_;
@@ -41,9 +40,7 @@ class FakeGraphics final : public Graphics {
 class FakeProcessInfo final : public ProcessInfo {
  public:
   OperatingSystemVersion version{11, 0, 0};
-  bool isOperatingSystemAtLeastVersion(const OperatingSystemVersion& wanted) const override {
-    return version >= wanted;
-  }
+  bool isOperatingSystemAtLeastVersion(const OperatingSystemVersion& wanted) const override { return version >= wanted; }
 };
 
 }  // namespace platform::fake

@@ -11,9 +11,7 @@ class FakeMessagePorts::LocalPort final : public LocalMessagePort {
 
   std::string_view name() const override { return name_; }
 
-  std::optional<Data> call(std::int32_t messageId, ByteView record) {
-    return callBack_(*this, messageId, record, context_.info);
-  }
+  std::optional<Data> call(std::int32_t messageId, ByteView record) { return callBack_(*this, messageId, record, context_.info); }
 
   bool isScheduled = false;
   std::vector<Data> waiting;
@@ -35,8 +33,7 @@ class FakeRemotePort final : public RemoteMessagePort {
   FakeRemotePort(FakeMessagePorts& ports, std::string name) : ports_(ports), name_(std::move(name)) {}
   ~FakeRemotePort() override { ports_.log_.add("release port " + name_); }
 
-  MessagePortStatus sendRequest(std::int32_t messageId, ByteView data, double sendTimeout,
-                                double receiveTimeout) override {
+  MessagePortStatus sendRequest(std::int32_t messageId, ByteView data, double sendTimeout, double receiveTimeout) override {
     ports_.log_.add("send to " + name_ + ", id " + std::to_string(messageId) + ", time-outs " +
                     std::to_string(sendTimeout).substr(0, 3) + " and " + std::to_string(receiveTimeout).substr(0, 3));
     if (isInvalid_) return MessagePortStatus::isInvalid;
@@ -45,9 +42,7 @@ class FakeRemotePort final : public RemoteMessagePort {
     return status;
   }
 
-  bool isValid() const override {
-    return !isInvalid_ && (ports_.localPorts_.contains(name_) || ports_.received_.contains(name_));
-  }
+  bool isValid() const override { return !isInvalid_ && (ports_.localPorts_.contains(name_) || ports_.received_.contains(name_)); }
 
   void invalidate() override {
     ports_.log_.add("invalidate port " + name_);

@@ -27,8 +27,7 @@ class FakeMessagePorts final : public MessagePorts {
   bool refusesLocalPorts = false;
   std::optional<MessagePortStatus> sendStatus;
 
-  LocalMessagePort* createLocal(std::string_view name, MessagePortCallBack callBack,
-                                const MessagePortContext& context) override;
+  LocalMessagePort* createLocal(std::string_view name, MessagePortCallBack callBack, const MessagePortContext& context) override;
   RunLoopSource& createRunLoopSource(LocalMessagePort& port, int order) override;
   void addSourceToCurrentRunLoop(RunLoopSource& source, RunLoopMode mode) override;
   std::unique_ptr<RemoteMessagePort> createRemote(std::string_view name) override;

@@ -57,8 +57,7 @@ void FakeDistributedNotificationCenter::postNotificationName(std::string_view na
   });
 }
 
-std::vector<RunningApplication> FakeRunningApplications::runningApplicationsWithBundleIdentifier(
-    std::string_view identifier) {
+std::vector<RunningApplication> FakeRunningApplications::runningApplicationsWithBundleIdentifier(std::string_view identifier) {
   log_.add("list running " + std::string(identifier));
   std::vector<RunningApplication> running;
   if (const auto found = processes.find(identifier); found != processes.end()) {
@@ -69,8 +68,7 @@ std::vector<RunningApplication> FakeRunningApplications::runningApplicationsWith
 
 class FakeProcessSources::Source final : public ProcessSource, public std::enable_shared_from_this<Source> {
  public:
-  Source(FakeProcessSources& owner, std::int32_t process, std::uint32_t mask)
-      : owner_(owner), process_(process), mask_(mask) {}
+  Source(FakeProcessSources& owner, std::int32_t process, std::uint32_t mask) : owner_(owner), process_(process), mask_(mask) {}
 
   void setEventHandler(std::function<void()> handler) override { eventHandler_ = std::move(handler); }
   void setCancelHandler(std::function<void()> handler) override { cancelHandler_ = std::move(handler); }
@@ -124,8 +122,7 @@ void FakeProcessSources::fire(std::int32_t processIdentifier, std::uint32_t even
 
 std::size_t FakeProcessSources::armedCount() const { return armed_.size(); }
 
-std::shared_ptr<ProcessSource> FakeProcessSources::createProcessSource(std::int32_t processIdentifier,
-                                                                       std::uint32_t mask) {
+std::shared_ptr<ProcessSource> FakeProcessSources::createProcessSource(std::int32_t processIdentifier, std::uint32_t mask) {
   log_.add("create source for process " + std::to_string(processIdentifier) + ", mask " + std::to_string(mask));
   return std::make_shared<Source>(*this, processIdentifier, mask);
 }

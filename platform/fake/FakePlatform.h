@@ -42,8 +42,7 @@ class FakeDistributedNotificationCenter final : public DistributedNotificationCe
   };
   std::vector<Posted> posted;
 
-  void addObserver(const void* observer, std::string_view name,
-                   std::function<void(const std::string& object)> handler) override;
+  void addObserver(const void* observer, std::string_view name, std::function<void(const std::string& object)> handler) override;
   void removeObserver(const void* observer) override;
   void postNotificationName(std::string_view name, std::string_view object, bool deliverImmediately) override;
 
@@ -160,9 +159,17 @@ struct FakePlatform {
   FakeLog log;
 
   Platform references() {
-    return {finderSyncController, messagePorts,        userDefaultsSuites, security,
-            distributedNotificationCenter, runningApplications, processSources, fileManager,
-            workspace, mainBundle, log};
+    return {finderSyncController,
+            messagePorts,
+            userDefaultsSuites,
+            security,
+            distributedNotificationCenter,
+            runningApplications,
+            processSources,
+            fileManager,
+            workspace,
+            mainBundle,
+            log};
   }
 };
 

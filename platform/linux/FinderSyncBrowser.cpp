@@ -102,9 +102,7 @@ void FinderSyncBrowser::addWatched(const URL& folder) {
   }
 }
 
-bool FinderSyncBrowser::isShownFolderWatched(const URL& folder) {
-  return !watched_.empty() && isWatched(shownFolder(folder));
-}
+bool FinderSyncBrowser::isShownFolderWatched(const URL& folder) { return !watched_.empty() && isWatched(shownFolder(folder)); }
 
 bool FinderSyncBrowser::isWatched(const URL& item) {
   if (watched_.empty() || !item.isFileURL()) return false;

@@ -30,14 +30,11 @@ std::string onOneLine(std::string_view text) {
 
 void LinuxLog::line(std::string_view text) {
   const std::string line = onOneLine(text);
-  const GLogField fields[] = {{"MESSAGE", line.c_str(), -1},
-                              {"PRIORITY", "6", -1},
-                              {"GLIB_DOMAIN", domain, -1},
-                              {"SYSLOG_IDENTIFIER", domain, -1}};
+  const GLogField fields[] = {
+      {"MESSAGE", line.c_str(), -1}, {"PRIORITY", "6", -1}, {"GLIB_DOMAIN", domain, -1}, {"SYSLOG_IDENTIFIER", domain, -1}};
   g_log_writer_journald(G_LOG_LEVEL_INFO, fields, G_N_ELEMENTS(fields), nullptr);
   // GLib's stream writer chooses standard error for messages, standard output for anything less.
-  if (isWantedOnStandardError())
-    g_log_writer_standard_streams(G_LOG_LEVEL_MESSAGE, fields, G_N_ELEMENTS(fields), nullptr);
+  if (isWantedOnStandardError()) g_log_writer_standard_streams(G_LOG_LEVEL_MESSAGE, fields, G_N_ELEMENTS(fields), nullptr);
   if (onLine_) onLine_(line);
 }
 

@@ -41,9 +41,7 @@ MainLoopSource MainLoopSource::whenReadable(int descriptor, Handler handler, int
   return MainLoopSource(source);
 }
 
-MainLoopSource MainLoopSource::soon(Handler handler) {
-  return once(g_idle_source_new(), std::move(handler));
-}
+MainLoopSource MainLoopSource::soon(Handler handler) { return once(g_idle_source_new(), std::move(handler)); }
 
 MainLoopSource MainLoopSource::after(unsigned milliseconds, Handler handler) {
   return once(g_timeout_source_new(milliseconds), std::move(handler));

@@ -61,8 +61,7 @@ TEST_F(ArchiveMenus, aNewTreeReplacesTheOldOneInTheNextMenu) {
   extension->sendAction(item->submenu->items[1]);
   const auto messages = takeMessages();
   ASSERT_EQ(messages.size(), 1u);
-  EXPECT_THAT(messages[0].argument().get<Dictionary>()->objectForKey("2")->get<platform::IndexPath>()->indexes,
-              ElementsAre(1));
+  EXPECT_THAT(messages[0].argument().get<Dictionary>()->objectForKey("2")->get<platform::IndexPath>()->indexes, ElementsAre(1));
 }
 
 TEST_F(ArchiveMenus, aMenuShownBeforeANewTreeCameStillFindsItsEntriesInTheOldOne) {
@@ -72,8 +71,7 @@ TEST_F(ArchiveMenus, aMenuShownBeforeANewTreeCameStillFindsItsEntriesInTheOldOne
   choose(*shown, {"a.zip", "y"});
   const auto messages = takeMessages();
   ASSERT_EQ(messages.size(), 1u);
-  EXPECT_THAT(messages[0].argument().get<Dictionary>()->objectForKey("2")->get<platform::IndexPath>()->indexes,
-              ElementsAre(1));
+  EXPECT_THAT(messages[0].argument().get<Dictionary>()->objectForKey("2")->get<platform::IndexPath>()->indexes, ElementsAre(1));
 }
 
 TEST_F(ArchiveMenus, aNumberThatOnlyTheOldTreeHadIsUnknownOnceTheNewOneIsShown) {
@@ -117,8 +115,8 @@ TEST_F(ArchiveMenus, withTwoTargetsThereIsNoArchiveItem) {
 }
 
 TEST_F(ArchiveMenus, entriesShowTheIconOfTheirTypeFoldersTheFolder) {
-  receiveArchive("/w/a.zip", archive("a.zip", leaf("x.txt", 1), folder("pictures.zip", 2), leaf("README", 3),
-                                     leaf("a.b/c", 4), leaf(".hidden", 5), leaf("dot.", 6)));
+  receiveArchive("/w/a.zip", archive("a.zip", leaf("x.txt", 1), folder("pictures.zip", 2), leaf("README", 3), leaf("a.b/c", 4),
+                                     leaf(".hidden", 5), leaf("dot.", 6)));
   const auto item = archiveItem();
   EXPECT_EQ(iconOf(*item), "type zip");
   std::vector<std::string> icons;
@@ -206,11 +204,10 @@ TEST_F(ArchiveMenus, aMessageThatLacksAHalfOrHoldsOtherKindsIsIgnored) {
     for (auto& [key, value] : entries) dictionary.add(key, std::move(value));
     return Object(dictionary);
   };
-  for (const Object& argument :
-       {Object(), Object("x"), option({}), option({{"1", tree}}), option({{"2", identity}}),
-        option({{"1", entry}, {"2", identity}}), option({{"1", Object("x")}, {"2", identity}}),
-        option({{"1", tree}, {"2", Object("x")}}), option({{"1", tree}, {"2", Object(Data())}}),
-        option({{"1", tree}, {"2", Object(Data(33))}})}) {
+  for (const Object& argument : {Object(), Object("x"), option({}), option({{"1", tree}}), option({{"2", identity}}),
+                                 option({{"1", entry}, {"2", identity}}), option({{"1", Object("x")}, {"2", identity}}),
+                                 option({{"1", tree}, {"2", Object("x")}}), option({{"1", tree}, {"2", Object(Data())}}),
+                                 option({{"1", tree}, {"2", Object(Data(33))}})}) {
     receive(DTMessage("setArchive:", argument));
   }
   EXPECT_EQ(extension->archives().count(), 0u);

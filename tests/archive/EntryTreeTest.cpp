@@ -162,7 +162,8 @@ TEST(ArchiveEntry, numbersOfAnyWidthSignAndKindAreTakenModuloTheirSixtyFourBits)
   const auto wide = archive.slot(archive.integer(3, 16));
   const auto negative = archive.slot(archive.integer(~std::uint64_t{0}, 8));
   const auto real = archive.slot(archive.real(7.9));
-  const auto made = entry(archive, {{"index", archive.uid(wide)}, {"rsrcIndex", archive.uid(negative)}, {"size", archive.uid(real)}});
+  const auto made =
+      entry(archive, {{"index", archive.uid(wide)}, {"rsrcIndex", archive.uid(negative)}, {"size", archive.uid(real)}});
   ASSERT_TRUE(made);
   EXPECT_EQ(made->index(), 3u);
   EXPECT_EQ(made->rsrcIndex(), ~std::uint64_t{0});

@@ -21,11 +21,11 @@ class SelectionMenusTest : public ExtensionTest {
     for (const char* file : {"/w/a.zip", "/w/b.zip", "/other/c.zip"}) fakes.fileManager.add(file);
     startHost();
     platform::Platform references = fakes.references();
-    extension = DTDovetailSync::init({browser, references.messagePorts, references.userDefaultsSuites, references.security,
-                                      references.distributedNotificationCenter, references.runningApplications,
-                                      references.processSources, references.fileManager, references.workspace,
-                                      references.mainBundle, references.log},
-                                     onceOnly);
+    extension =
+        DTDovetailSync::init({browser, references.messagePorts, references.userDefaultsSuites, references.security,
+                              references.distributedNotificationCenter, references.runningApplications, references.processSources,
+                              references.fileManager, references.workspace, references.mainBundle, references.log},
+                             onceOnly);
     browser.setDirectoryURLs({fileURL("/w")});
     menus.emplace(browser, *extension, fakes.fileManager, planner);
     for (const char* file : {"/w/a.zip", "/w/b.zip"}) browser.fileShown(fileURL(file));

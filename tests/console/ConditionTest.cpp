@@ -44,10 +44,11 @@ TEST(Condition, isLookedAtOnlyWhenTheLoopHasDoneSomething) {
 TEST(Condition, mayBeDestroyedByItsOwnEnd) {
   std::optional<bool> result;
   std::unique_ptr<Condition> condition;
-  condition = std::make_unique<Condition>([] { return true; }, 10, [&](bool isMet) {
-    condition.reset();
-    result = isMet;
-  });
+  condition = std::make_unique<Condition>([] { return true; }, 10,
+                                          [&](bool isMet) {
+                                            condition.reset();
+                                            result = isMet;
+                                          });
   runUntilSet(result);
   EXPECT_TRUE(*result);
 }
@@ -55,7 +56,9 @@ TEST(Condition, mayBeDestroyedByItsOwnEnd) {
 TEST(Condition, neverEndsOnceItIsDestroyed) {
   std::optional<bool> result;
   std::optional<bool> later;
-  { Condition condition([] { return true; }, 10, [&](bool isMet) { result = isMet; }); }
+  {
+    Condition condition([] { return true; }, 10, [&](bool isMet) { result = isMet; });
+  }
   const auto end = MainLoopSource::after(5, [&] { later = true; });
   runUntilSet(later);
   EXPECT_FALSE(result);

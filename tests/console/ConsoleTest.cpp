@@ -51,8 +51,7 @@ class ConsoleTest : public ExtensionTest {
 
 TEST_F(ConsoleTest, openingAWatchedFolderAsksAboutEachFileOnce) {
   EXPECT_EQ(perform(R"({"do":"open","folder":"/watched"})"), R"({"ok":true})");
-  EXPECT_THAT(takeSummaries(),
-              ElementsAre("openArchive:portName: /watched/file.zip", "openArchive:portName: /watched/notes.txt"));
+  EXPECT_THAT(takeSummaries(), ElementsAre("openArchive:portName: /watched/file.zip", "openArchive:portName: /watched/notes.txt"));
   EXPECT_EQ(perform(R"({"do":"open","folder":"/watched"})"), R"({"ok":true})");
   EXPECT_THAT(takeSummaries(), IsEmpty());
 }
@@ -66,8 +65,7 @@ TEST_F(ConsoleTest, theEntryPointsCalledDirectlyKnowNoRuleOfWatchedFolders) {
   EXPECT_EQ(perform(R"({"do":"begin","folder":"/other"})"), R"({"ok":true})");
   EXPECT_EQ(perform(R"({"do":"badge","file":"/watched/notes.txt"})"), R"({"ok":true})");
   EXPECT_EQ(perform(R"({"do":"end","folder":"/other"})"), R"({"ok":true})");
-  EXPECT_THAT(takeSummaries(),
-              ElementsAre("openArchive:portName: /other/file.zip", "openArchive:portName: /watched/notes.txt"));
+  EXPECT_THAT(takeSummaries(), ElementsAre("openArchive:portName: /other/file.zip", "openArchive:portName: /watched/notes.txt"));
 }
 
 TEST_F(ConsoleTest, aFolderWithoutAWindowCannotBeClosed) {
@@ -86,12 +84,27 @@ TEST_F(ConsoleTest, aBadRequestGetsAnErrorAndChangesNothing) {
   perform(R"({"do":"select","files":["/watched/file.zip"]})");
   perform(R"({"do":"target","folder":"/watched"})");
   for (const char* line : {
-           R"({})", R"({"do":1})", R"({"do":"fly"})", R"({"do":"select"})", R"({"do":"select","files":"/watched"})",
-           R"({"do":"select","files":["/watched/notes.txt",1]})", R"({"do":"select","files":[""]})",
-           R"({"do":"target"})", R"({"do":"target","folder":1})", R"({"do":"open"})", R"({"do":"begin","folder":null})",
-           R"({"do":"badge"})", R"({"do":"menu"})", R"({"do":"menu","kind":"0"})", R"({"do":"menu","kind":-1})",
-           R"({"do":"choose"})", R"({"do":"choose","at":[]})", R"({"do":"wait"})", R"({"do":"wait","until":"rain"})",
-           R"({"do":"select","files":["file:///a%00b"]})", R"({"do":"select","files":["a\u0000b"]})",
+           R"({})",
+           R"({"do":1})",
+           R"({"do":"fly"})",
+           R"({"do":"select"})",
+           R"({"do":"select","files":"/watched"})",
+           R"({"do":"select","files":["/watched/notes.txt",1]})",
+           R"({"do":"select","files":[""]})",
+           R"({"do":"target"})",
+           R"({"do":"target","folder":1})",
+           R"({"do":"open"})",
+           R"({"do":"begin","folder":null})",
+           R"({"do":"badge"})",
+           R"({"do":"menu"})",
+           R"({"do":"menu","kind":"0"})",
+           R"({"do":"menu","kind":-1})",
+           R"({"do":"choose"})",
+           R"({"do":"choose","at":[]})",
+           R"({"do":"wait"})",
+           R"({"do":"wait","until":"rain"})",
+           R"({"do":"select","files":["file:///a%00b"]})",
+           R"({"do":"select","files":["a\u0000b"]})",
        }) {
     EXPECT_TRUE(isError(perform(line))) << line;
   }
@@ -118,12 +131,10 @@ TEST_F(ConsoleTest, anUnwatchedSelectionHasNoContextualMenu) {
 }
 
 TEST_F(ConsoleTest, aMenuIsToldWithAllThatCanBeSeenAndSentOfItsItems) {
-  const auto replies =
-      performAll({R"({"do":"select","files":["/watched/file.zip"]})", R"({"do":"menu","kind":0})"});
+  const auto replies = performAll({R"({"do":"select","files":["/watched/file.zip"]})", R"({"do":"menu","kind":0})"});
   const auto reply = JSON::parse(replies[1]);
   const auto& items = *reply->member("menu")->member("items")->get<JSON::ArrayValue>();
-  EXPECT_EQ(items[0].text(),
-            R"({"title":"Delete\u2026","action":"delete:","tag":-203,"enabled":true,"image":null})");
+  EXPECT_EQ(items[0].text(), R"({"title":"Delete\u2026","action":"delete:","tag":-203,"enabled":true,"image":null})");
   const auto& below = *items[1].member("items")->get<JSON::ArrayValue>();
   EXPECT_EQ(below[3].text(),
             R"json({"title":"Ultra Security (35 passes)","action":"delete:","tag":-208,"enabled":true,"image":null})json");
@@ -139,10 +150,15 @@ TEST_F(ConsoleTest, anItemIsChosenByTheTitlesOrThePositionsOnTheWayToIt) {
 TEST_F(ConsoleTest, whatCannotBeChosenIsRefused) {
   const auto replies = performAll({
       R"({"do":"choose","at":[0]})",  // before any menu
-      R"({"do":"select","files":["/watched/file.zip"]})", R"({"do":"menu","kind":0})",
-      R"({"do":"choose","titles":["Fly"]})", R"({"do":"choose","titles":["Compress"]})",
-      R"({"do":"choose","titles":["Compress","TAR","GZIP","More"]})", R"({"do":"choose","at":[99]})",
-      R"({"do":"choose","at":[-1]})", R"({"do":"choose","at":["0"]})", R"({"do":"choose","titles":["Compress"],"at":[0]})",
+      R"({"do":"select","files":["/watched/file.zip"]})",
+      R"({"do":"menu","kind":0})",
+      R"({"do":"choose","titles":["Fly"]})",
+      R"({"do":"choose","titles":["Compress"]})",
+      R"({"do":"choose","titles":["Compress","TAR","GZIP","More"]})",
+      R"({"do":"choose","at":[99]})",
+      R"({"do":"choose","at":[-1]})",
+      R"({"do":"choose","at":["0"]})",
+      R"({"do":"choose","titles":["Compress"],"at":[0]})",
   });
   for (std::size_t i : {0, 3, 4, 5, 6, 7, 8, 9}) EXPECT_TRUE(isError(replies[i])) << i << ": " << replies[i];
   EXPECT_THAT(takeSummaries(), IsEmpty());
@@ -151,7 +167,8 @@ TEST_F(ConsoleTest, whatCannotBeChosenIsRefused) {
 TEST_F(ConsoleTest, theDisabledLineCannotBeChosen) {
   quitHost();
   const auto replies = performAll({R"({"do":"menu","kind":3})", R"({"do":"choose","at":[0]})"});
-  EXPECT_EQ(replies[0], R"({"menu":{"items":[{"title":"Dovetail is not running","action":null,"tag":0,"enabled":false,"image":null}]}})");
+  EXPECT_EQ(replies[0],
+            R"({"menu":{"items":[{"title":"Dovetail is not running","action":null,"tag":0,"enabled":false,"image":null}]}})");
   EXPECT_TRUE(isError(replies[1]));
 }
 

@@ -30,8 +30,7 @@ class Diagnosis : public ExtensionTest {
   }
   std::vector<std::string> lines(bool hasBus = true) {
     std::vector<std::string> lines;
-    for (const Finding& finding : findingsOfServices(fakes.references(), hasBus))
-      lines.push_back(textOfFindings({finding}));
+    for (const Finding& finding : findingsOfServices(fakes.references(), hasBus)) lines.push_back(textOfFindings({finding}));
     return lines;
   }
   std::vector<std::string> faults(bool hasBus = true) {
@@ -55,7 +54,8 @@ TEST_F(Diagnosis, aBusThatCannotBeReachedIsAFault) {
 
 TEST_F(Diagnosis, anEntitlementWithoutGroupsIsAFaultInTheExtensionsWords) {
   fakes.security.applicationGroups = platform::Object();
-  EXPECT_THAT(lines(), Contains("[FAULT] application group: There was an error getting application groups security entitlement.\n"));
+  EXPECT_THAT(lines(),
+              Contains("[FAULT] application group: There was an error getting application groups security entitlement.\n"));
   EXPECT_THAT(faults(), ElementsAre("application group", "settings"));
 }
 
@@ -103,7 +103,9 @@ class BrowserDiagnosis : public testing::Test {
   tests::TemporaryFolder folder;
 };
 
-TEST_F(BrowserDiagnosis, aModuleThatIsNotInItsFolderIsAFault) { EXPECT_THAT(found(), HasSubstr("[FAULT] caja: no libdovetail-caja.so")); }
+TEST_F(BrowserDiagnosis, aModuleThatIsNotInItsFolderIsAFault) {
+  EXPECT_THAT(found(), HasSubstr("[FAULT] caja: no libdovetail-caja.so"));
+}
 
 TEST_F(BrowserDiagnosis, eachProcessOfTheBrowserIsToldOf) {
   write("extensions/libdovetail-caja.so", "");

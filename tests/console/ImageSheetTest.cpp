@@ -13,9 +13,7 @@
 #include "tests/platform/images/ThemeFolder.h"
 
 // fontconfig, which the sheet's captions go through, keeps what it once read.
-extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
-  return "leak:libfontconfig\n";
-}
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() { return "leak:libfontconfig\n"; }
 
 namespace {
 
@@ -30,8 +28,7 @@ class ImageSheet : public testing::Test {
 TEST_F(ImageSheet, holdsEveryEntryInBothBranchesAndTheIcons) {
   const std::string images = folder.path() + "/not/there/yet";
   ASSERT_EQ(writeImages(images, workspace, workspace, graphics), 0);
-  std::set<std::string> expected{"sheet.png", "StatusItemImage.png", "applicationIcon.png", "folder.png",
-                                 "fileType.png"};
+  std::set<std::string> expected{"sheet.png", "StatusItemImage.png", "applicationIcon.png", "folder.png", "fileType.png"};
   for (const DTExtension::MenuSymbol& entry : DTExtension::menuSymbols()) {
     expected.insert(std::string(entry.operation) + "-symbol.png");
     expected.insert(std::string(entry.operation) + "-fallback.png");

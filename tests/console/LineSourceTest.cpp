@@ -22,9 +22,7 @@ class LineSourceTest : public testing::Test {
     closeInput();
   }
 
-  void write(std::string_view text) {
-    EXPECT_EQ(::write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
-  }
+  void write(std::string_view text) { EXPECT_EQ(::write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size())); }
   void closeInput() {
     if (ends[1] >= 0) close(ends[1]);
     ends[1] = -1;
@@ -38,10 +36,10 @@ class LineSourceTest : public testing::Test {
 
   std::array<int, 2> ends = openPipe();
   std::vector<std::string> seen;
-  LineSource lines{ends[0], {.onLine = [this](std::string_view line) { seen.emplace_back(line.substr(0, 20)); },
-                             .onLongLine = [this] { seen.push_back("(long)"); },
-                             .onEnd = [this] { seen.push_back("(end)"); }}};
-
+  LineSource lines{ends[0],
+                   {.onLine = [this](std::string_view line) { seen.emplace_back(line.substr(0, 20)); },
+                    .onLongLine = [this] { seen.push_back("(long)"); },
+                    .onEnd = [this] { seen.push_back("(end)"); }}};
 
  private:
   static std::array<int, 2> openPipe() {
@@ -73,7 +71,13 @@ TEST_F(LineSourceTest, noLineIsDeliveredBeforeItIsAskedFor) {
   write("one\ntwo\n");
   take();
   bool isIdle = false;
-  g_timeout_add(5, [](gpointer flag) -> gboolean { *static_cast<bool*>(flag) = true; return G_SOURCE_REMOVE; }, &isIdle);
+  g_timeout_add(
+      5,
+      [](gpointer flag) -> gboolean {
+        *static_cast<bool*>(flag) = true;
+        return G_SOURCE_REMOVE;
+      },
+      &isIdle);
   while (!isIdle) g_main_context_iteration(nullptr, TRUE);
   EXPECT_THAT(seen, ElementsAre("one"));
 }

@@ -57,8 +57,8 @@ TEST(PlainLanguage, whatIsNotUnderstoodIsAnError) {
 TEST(PlainLanguage, helpListsEveryCommand) {
   PlainLanguage language(false);
   const std::string help = language.replyText(*language.requestOfLine("help"), JSON());
-  for (const char* command : {"open", "close", "select", "target", "menu", "choose", "begin", "end", "badge", "state",
-                              "toolbar", "wait", "help", "quit"}) {
+  for (const char* command : {"open", "close", "select", "target", "menu", "choose", "begin", "end", "badge", "state", "toolbar",
+                              "wait", "help", "quit"}) {
     EXPECT_NE(help.find(command), std::string::npos) << command;
   }
 }

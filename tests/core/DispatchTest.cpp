@@ -11,11 +11,32 @@ namespace {
 
 // Every operation with one object argument.
 constexpr const char* selectors[] = {
-    "beginObservingDirectoryAtURL:", "compress:", "delete:", "endObservingDirectoryAtURL:", "expand:", "handleMessage:",
-    "iconForFileType:", "openArchive:portName:", "pingPortName:", "rename:", "requestBadgeIdentifierForURL:",
-    "sendMessage:", "setArchive:", "setArchiveMenus:", "setArchives:", "setObservedFiles:", "setPortMonitor:",
-    "setPortName:", "setSenderObjects:", "setTargetUrls:", "showAcl:", "showChecksum:", "showError:",
-    "showPermissions:", "showSizeBrowser:", "updateApplicationRunning:",
+    "beginObservingDirectoryAtURL:",
+    "compress:",
+    "delete:",
+    "endObservingDirectoryAtURL:",
+    "expand:",
+    "handleMessage:",
+    "iconForFileType:",
+    "openArchive:portName:",
+    "pingPortName:",
+    "rename:",
+    "requestBadgeIdentifierForURL:",
+    "sendMessage:",
+    "setArchive:",
+    "setArchiveMenus:",
+    "setArchives:",
+    "setObservedFiles:",
+    "setPortMonitor:",
+    "setPortName:",
+    "setSenderObjects:",
+    "setTargetUrls:",
+    "showAcl:",
+    "showChecksum:",
+    "showError:",
+    "showPermissions:",
+    "showSizeBrowser:",
+    "updateApplicationRunning:",
 };
 
 std::vector<Object> oneObjectOfEachKind() {
@@ -44,11 +65,12 @@ std::vector<Object> oneObjectOfEachKind() {
 
 // Whether an operation takes an argument of that kind, whatever it then makes of it.
 bool isTaken(const std::string& selector, const Object& argument) {
-  static const std::set<std::string> forNilAlone{"compress:", "delete:", "expand:", "rename:", "setArchiveMenus:", "setArchives:",
-                                                 "setObservedFiles:", "setPortMonitor:", "setSenderObjects:", "showAcl:",
-                                                 "showChecksum:", "showPermissions:", "showSizeBrowser:"};
-  static const std::set<std::string> forURLs{"beginObservingDirectoryAtURL:", "endObservingDirectoryAtURL:",
-                                             "requestBadgeIdentifierForURL:"};
+  static const std::set<std::string> forNilAlone{
+      "compress:",     "delete:",           "expand:",         "rename:",           "setArchiveMenus:",
+      "setArchives:",  "setObservedFiles:", "setPortMonitor:", "setSenderObjects:", "showAcl:",
+      "showChecksum:", "showPermissions:",  "showSizeBrowser:"};
+  static const std::set<std::string> forURLs{
+      "beginObservingDirectoryAtURL:", "endObservingDirectoryAtURL:", "requestBadgeIdentifierForURL:"};
   if (forNilAlone.contains(selector)) return argument.isNil();
   if (forURLs.contains(selector)) return argument.get<platform::URL>();
   if (selector == "handleMessage:") return argument.get<Data>();
@@ -75,8 +97,7 @@ class Dispatch : public ExtensionTest {
     EXPECT_EQ(error->domain, "DTMessageErrorDomain");
     EXPECT_EQ(error->code, 2);
     EXPECT_EQ(error->userInfo.entries.size(), 2u);
-    EXPECT_EQ(*error->textForKey("NSLocalizedDescription"),
-              "Finder extension failed to receive message from application");
+    EXPECT_EQ(*error->textForKey("NSLocalizedDescription"), "Finder extension failed to receive message from application");
     EXPECT_EQ(*error->textForKey("NSLocalizedRecoverySuggestion"), "There was an error unarchiving received message.");
   }
 };
@@ -194,8 +215,8 @@ TEST_F(Dispatch, everyOperationWithOneObjectArgumentIsInTheTable) {
   EXPECT_THAT(takeSummaries(), ElementsAre("openArchive:portName: /w/a.txt"));
   receive(DTMessage("setObservedFiles:", Object()));
   EXPECT_TRUE(extension->observedFiles().empty());
-  for (const char* action : {"compress:", "delete:", "showPermissions:", "showChecksum:", "rename:", "showAcl:",
-                             "showSizeBrowser:"}) {
+  for (const char* action :
+       {"compress:", "delete:", "showPermissions:", "showChecksum:", "rename:", "showAcl:", "showSizeBrowser:"}) {
     receive(DTMessage(action, Object()));
     const auto messages = takeMessages();
     ASSERT_EQ(messages.size(), 1u) << action;
@@ -239,8 +260,8 @@ TEST_F(Dispatch, aRecordMaySendARecord) {
 
 TEST_F(Dispatch, recordsInsideRecordsAreHandledToABoundedDepth) {
   const auto wrapped = [](const Data& bytes) {
-    return *platform::KeyedArchiver::archivedDataWithRootObject(Object(
-        std::shared_ptr<const platform::Coding>(std::make_shared<DTMessage>("handleMessage:", Object(bytes)))));
+    return *platform::KeyedArchiver::archivedDataWithRootObject(
+        Object(std::shared_ptr<const platform::Coding>(std::make_shared<DTMessage>("handleMessage:", Object(bytes)))));
   };
   Data record = {'n', 'o', 'n', 'e'};
   record = wrapped(record);

@@ -94,8 +94,8 @@ TEST_F(HostTracking, enteringHostRunningPingsAndThenAsksAboutEachObservedFile) {
   ASSERT_EQ(messages.size(), 4u);
   EXPECT_EQ(messages[0], "pingPortName: G.Sync.4711");
   messages.erase(messages.begin());
-  EXPECT_THAT(messages, UnorderedElementsAre("openArchive:portName: /w/1", "openArchive:portName: /w/2",
-                                             "openArchive:portName: /v/3"));
+  EXPECT_THAT(messages,
+              UnorderedElementsAre("openArchive:portName: /w/1", "openArchive:portName: /w/2", "openArchive:portName: /v/3"));
   EXPECT_TRUE(isMarked("/w/1") && isMarked("/w/2") && isMarked("/v/3"));
   EXPECT_TRUE(extension->observedFiles().empty());
 }
@@ -149,8 +149,7 @@ TEST_F(HostTracking, theExitOfTheHostDropsThePortAndTheCachesAndKeepsTheRest) {
   EXPECT_EQ(extension->senderObjects().count("expand:"), 1u);
   EXPECT_THAT(observedIn("/w"), ElementsAre("/w/a.zip"));
   EXPECT_EQ(extension->targetUrls()->size(), 1u);
-  EXPECT_THAT(fakes.calls.take(),
-              ElementsAre("invalidate port G.App", "release port G.App", "cancel watch on process 900"));
+  EXPECT_THAT(fakes.calls.take(), ElementsAre("invalidate port G.App", "release port G.App", "cancel watch on process 900"));
 }
 
 TEST_F(HostTracking, aSignalDeliveredToTheHostCountsAsItsExit) {

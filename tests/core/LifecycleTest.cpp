@@ -10,26 +10,25 @@ TEST_F(Lifecycle, startUpWithAHostCallsThePlatformInItsFixedOrder) {
   startHost();
   fakes.calls.take();
   startExtension();
-  EXPECT_THAT(fakes.calls.take(),
-              ElementsAre("init base",
-                          // the inbound port
-                          "create task", "copy entitlement com.apple.security.application-groups", "release task",
-                          "create local port G.Sync.4711, context version 1", "create source of G.Sync.4711, order 0",
-                          "add source of G.Sync.4711 in the common modes",
-                          // the watched folders, from the settings that are opened now
-                          "create task", "copy entitlement com.apple.security.application-groups", "release task",
-                          "open settings of G",
-                          "register defaults \"DTMenuBarIconShown\" \"DTArchiveIconsShown \" \"DTContextualMenuItems\" "
-                          "\"DTToolbarItemMenuItems\"",
-                          "set 0 directory URLs",
-                          // the host
-                          "list running host", "create task",
-                          "copy entitlement com.apple.security.application-groups", "release task",
-                          "create remote port G.App", "send to G.App, id 0, time-outs 1.0 and 1.0",
-                          "create source for process 900, mask 2281701376", "watch process 900",
-                          // what may change
-                          "observe setting \"DTFoldersPaths\"", "observe setting \"DTArchiveIconsShown \"",
-                          "subscribe to DTDovetailRunning"));
+  EXPECT_THAT(
+      fakes.calls.take(),
+      ElementsAre("init base",
+                  // the inbound port
+                  "create task", "copy entitlement com.apple.security.application-groups", "release task",
+                  "create local port G.Sync.4711, context version 1", "create source of G.Sync.4711, order 0",
+                  "add source of G.Sync.4711 in the common modes",
+                  // the watched folders, from the settings that are opened now
+                  "create task", "copy entitlement com.apple.security.application-groups", "release task", "open settings of G",
+                  "register defaults \"DTMenuBarIconShown\" \"DTArchiveIconsShown \" \"DTContextualMenuItems\" "
+                  "\"DTToolbarItemMenuItems\"",
+                  "set 0 directory URLs",
+                  // the host
+                  "list running host", "create task", "copy entitlement com.apple.security.application-groups", "release task",
+                  "create remote port G.App", "send to G.App, id 0, time-outs 1.0 and 1.0",
+                  "create source for process 900, mask 2281701376", "watch process 900",
+                  // what may change
+                  "observe setting \"DTFoldersPaths\"", "observe setting \"DTArchiveIconsShown \"",
+                  "subscribe to DTDovetailRunning"));
   EXPECT_EQ(extension->applicationPid(), hostPid);
   EXPECT_THAT(takeSummaries(), ElementsAre("pingPortName: G.Sync.4711"));
 }
@@ -95,10 +94,9 @@ TEST_F(Lifecycle, startUpWithoutAnInboundPortReportsItToTheHostAndGoesOn) {
 TEST_F(Lifecycle, teardownWithAHostCallsThePlatformInItsFixedOrder) {
   startBoth();
   extension = nullptr;
-  EXPECT_THAT(fakes.calls.take(),
-              ElementsAre("end all subscriptions", "stop observing setting \"DTFoldersPaths\"",
-                          "stop observing setting \"DTArchiveIconsShown \"", "invalidate port G.App",
-                          "release port G.App", "dealloc base"));
+  EXPECT_THAT(fakes.calls.take(), ElementsAre("end all subscriptions", "stop observing setting \"DTFoldersPaths\"",
+                                              "stop observing setting \"DTArchiveIconsShown \"", "invalidate port G.App",
+                                              "release port G.App", "dealloc base"));
   EXPECT_EQ(fakes.processSources.armedCount(), 1u) << "the watcher is let go, not cancelled";
 }
 
@@ -106,9 +104,8 @@ TEST_F(Lifecycle, teardownWithoutAnOutboundPortPerformsNoPortOperation) {
   startExtension();
   fakes.calls.take();
   extension = nullptr;
-  EXPECT_THAT(fakes.calls.take(),
-              ElementsAre("end all subscriptions", "stop observing setting \"DTFoldersPaths\"",
-                          "stop observing setting \"DTArchiveIconsShown \"", "dealloc base"));
+  EXPECT_THAT(fakes.calls.take(), ElementsAre("end all subscriptions", "stop observing setting \"DTFoldersPaths\"",
+                                              "stop observing setting \"DTArchiveIconsShown \"", "dealloc base"));
 }
 
 TEST_F(Lifecycle, aWatcherThatFiresAfterTeardownTouchesNothing) {

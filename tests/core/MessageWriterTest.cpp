@@ -36,7 +36,8 @@ TEST_F(MessageWriting, aRunOfQuestionsIsWrittenAsEachWouldBeByItself) {
   for (std::size_t length = 1; length < 400; ++length) {
     expectSameQuestion(URL::fileURLWithPath("/" + std::string(length, 'a')), std::to_string(length));
   }
-  for (const char* path : {"/a", "/na me", "/\xc3\xa4", "/\xff", "/%", "/$null"}) expectSameQuestion(URL::fileURLWithPath(path), path);
+  for (const char* path : {"/a", "/na me", "/\xc3\xa4", "/\xff", "/%", "/$null"})
+    expectSameQuestion(URL::fileURLWithPath(path), path);
   expectSameQuestion(URL::fileURLWithPath("/folder", true), "a folder");
 }
 

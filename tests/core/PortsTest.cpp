@@ -31,14 +31,12 @@ class Ports : public ExtensionTest {
 
 TEST_F(Ports, withoutATaskTheGroupLookUpSaysSo) {
   fakes.security.hasTask = false;
-  EXPECT_EQ(copyApplicationGroup(fakes.security).reason,
-            "There was an error creating security task for Finder extension.");
+  EXPECT_EQ(copyApplicationGroup(fakes.security).reason, "There was an error creating security task for Finder extension.");
 }
 
 TEST_F(Ports, withoutTheEntitlementTheGroupLookUpSaysSo) {
   fakes.security.applicationGroups = Object();
-  EXPECT_EQ(copyApplicationGroup(fakes.security).reason,
-            "There was an error getting application groups security entitlement.");
+  EXPECT_EQ(copyApplicationGroup(fakes.security).reason, "There was an error getting application groups security entitlement.");
 }
 
 TEST_F(Ports, anEntitlementThatIsAStringIsEmpty) {
@@ -94,8 +92,7 @@ TEST_F(Ports, anInboundPortThatCannotBeOpenedReachesTheHostAsCodeOne) {
   EXPECT_EQ(error->code, 1);
   EXPECT_EQ(error->userInfo.entries.size(), 2u);
   EXPECT_EQ(*error->textForKey("NSLocalizedDescription"), "Finder extension failed to receive message from application");
-  EXPECT_EQ(*error->textForKey("NSLocalizedRecoverySuggestion"),
-            "There was an error creating receiving communication port.");
+  EXPECT_EQ(*error->textForKey("NSLocalizedRecoverySuggestion"), "There was an error creating receiving communication port.");
 }
 
 TEST_F(Ports, withAHostThatDoesNotListenAMessageVanishesAndTheNextSendTriesAgain) {
@@ -121,8 +118,8 @@ TEST_F(Ports, theSenderIsStampedOverWhateverPortNameTheMessageHeld) {
 
 TEST_F(Ports, aFailedSendPostsItsStatusAndKeepsThePort) {
   startBoth();
-  for (const auto status : {MessagePortStatus::sendTimeout, MessagePortStatus::isInvalid,
-                            MessagePortStatus::transportError, MessagePortStatus::becameInvalid}) {
+  for (const auto status : {MessagePortStatus::sendTimeout, MessagePortStatus::isInvalid, MessagePortStatus::transportError,
+                            MessagePortStatus::becameInvalid}) {
     fakes.distributedNotificationCenter.posted.clear();
     fakes.messagePorts.sendStatus = status;
     const auto* port = extension->port();
@@ -130,9 +127,8 @@ TEST_F(Ports, aFailedSendPostsItsStatusAndKeepsThePort) {
     extension->sendMessage(message);
     EXPECT_EQ(extension->port(), port);
     if (status == MessagePortStatus::becameInvalid) break;  // from here on the port itself says that it is invalid
-    EXPECT_THAT(postedReasons(),
-                ElementsAre(sendFailure("There was an error sending message to application, status " +
-                                        std::to_string(static_cast<int>(status)) + ".")));
+    EXPECT_THAT(postedReasons(), ElementsAre(sendFailure("There was an error sending message to application, status " +
+                                                         std::to_string(static_cast<int>(status)) + ".")));
   }
 }
 
@@ -140,8 +136,7 @@ TEST_F(Ports, aFailedSendIsPostedAtOnceAndNotRetried) {
   startBoth();
   fakes.messagePorts.sendStatus = MessagePortStatus::sendTimeout;
   send("go:");
-  EXPECT_THAT(fakes.calls.take(),
-              ElementsAre("send to G.App, id 0, time-outs 1.0 and 1.0", "post DTDovetailAppMessage at once"));
+  EXPECT_THAT(fakes.calls.take(), ElementsAre("send to G.App, id 0, time-outs 1.0 and 1.0", "post DTDovetailAppMessage at once"));
 }
 
 TEST_F(Ports, aStalePortFailsOncePerMessage) {
@@ -149,9 +144,8 @@ TEST_F(Ports, aStalePortFailsOncePerMessage) {
   fakes.messagePorts.hangUp("G.App");
   send("one:");
   send("two:");
-  EXPECT_THAT(postedReasons(),
-              ElementsAre(sendFailure("There was an error sending message to application, status -5."),
-                          sendFailure("There was an error sending message to application, status -3.")));
+  EXPECT_THAT(postedReasons(), ElementsAre(sendFailure("There was an error sending message to application, status -5."),
+                                           sendFailure("There was an error sending message to application, status -3.")));
 }
 
 TEST_F(Ports, aMessageThatCannotBeArchivedIsReportedAndNotSent) {

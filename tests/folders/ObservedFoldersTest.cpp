@@ -168,9 +168,8 @@ TEST_F(ObservedFolders, withoutAHostNothingIsSentAndOnlyOtherKindsAreMarked) {
   EXPECT_THAT(observedIn("/w"), ElementsAre("/w/1", "/w/2", "/w/3"));
   startHost();
   notice();
-  EXPECT_THAT(takeSummaries(),
-              ElementsAre("pingPortName: G.Sync.4711", "openArchive:portName: /w/1", "openArchive:portName: /w/2",
-                          "openArchive:portName: /w/3"));
+  EXPECT_THAT(takeSummaries(), ElementsAre("pingPortName: G.Sync.4711", "openArchive:portName: /w/1", "openArchive:portName: /w/2",
+                                           "openArchive:portName: /w/3"));
   EXPECT_THAT(observedIn("/w"), ElementsAre("no record"));
 }
 

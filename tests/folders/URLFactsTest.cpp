@@ -55,10 +55,9 @@ TEST_F(URLFacts, eachSimpleFactReadsItsOnePropertyOfTheURLItself) {
   parentUrl(files, url);
   std::vector<std::string> expected;
   for (const char* key :
-       {"NSURLFileResourceIdentifierKey", "NSURLNameKey", "NSURLLocalizedNameKey", "NSURLIsRegularFileKey",
-        "NSURLIsDirectoryKey", "NSURLIsAliasFileKey", "NSURLIsSymbolicLinkKey", "NSURLCreationDateKey",
-        "NSURLContentModificationDateKey", "NSURLAttributeModificationDateKey", "NSURLAddedToDirectoryDateKey",
-        "NSURLParentDirectoryURLKey"}) {
+       {"NSURLFileResourceIdentifierKey", "NSURLNameKey", "NSURLLocalizedNameKey", "NSURLIsRegularFileKey", "NSURLIsDirectoryKey",
+        "NSURLIsAliasFileKey", "NSURLIsSymbolicLinkKey", "NSURLCreationDateKey", "NSURLContentModificationDateKey",
+        "NSURLAttributeModificationDateKey", "NSURLAddedToDirectoryDateKey", "NSURLParentDirectoryURLKey"}) {
     expected.push_back(std::string("read ") + key + " of /v/folder/file");
   }
   EXPECT_EQ(calls.take(), expected);
@@ -96,20 +95,19 @@ TEST_F(URLFacts, everyFactOfAMissingFileIsAbsentOrFalse) {
   EXPECT_FALSE(icon(files, url));
   EXPECT_FALSE(name(files, url));
   EXPECT_FALSE(localizedName(files, url));
-  EXPECT_FALSE(isRegularFile(files, url) || isDirectory(files, url) || isAliasFile(files, url) ||
-               isSymbolicLink(files, url) || isRootFileSystem(files, url) || isNameCaseSensitive(files, url));
-  EXPECT_FALSE(creationDate(files, url) || contentModificationDate(files, url) ||
-               attributeModificationDate(files, url) || addedToDirectoryDate(files, url) || lastUsedDate(files, url));
+  EXPECT_FALSE(isRegularFile(files, url) || isDirectory(files, url) || isAliasFile(files, url) || isSymbolicLink(files, url) ||
+               isRootFileSystem(files, url) || isNameCaseSensitive(files, url));
+  EXPECT_FALSE(creationDate(files, url) || contentModificationDate(files, url) || attributeModificationDate(files, url) ||
+               addedToDirectoryDate(files, url) || lastUsedDate(files, url));
   EXPECT_FALSE(parentUrl(files, url));
 }
 
 TEST_F(URLFacts, volumeFactsAskForTheVolumeFirstAndThenReadTheFilesOwnProperty) {
   DTExtension::isRootFileSystem(files, at("/v/beside"));
-  EXPECT_THAT(calls.take(), ElementsAre("read NSURLVolumeURLKey of /v/beside",
-                                        "read NSURLVolumeIsRootFileSystemKey of /v/beside"));
+  EXPECT_THAT(calls.take(), ElementsAre("read NSURLVolumeURLKey of /v/beside", "read NSURLVolumeIsRootFileSystemKey of /v/beside"));
   DTExtension::isNameCaseSensitive(files, at("/v/beside"));
-  EXPECT_THAT(calls.take(), ElementsAre("read NSURLVolumeURLKey of /v/beside",
-                                        "read NSURLVolumeSupportsCaseSensitiveNamesKey of /v/beside"));
+  EXPECT_THAT(calls.take(),
+              ElementsAre("read NSURLVolumeURLKey of /v/beside", "read NSURLVolumeSupportsCaseSensitiveNamesKey of /v/beside"));
 }
 
 TEST_F(URLFacts, theLastUseComesFromTheMetadataStore) {
@@ -177,11 +175,9 @@ TEST_F(URLFacts, theWalkStopsAtTheFoldersOwnParent) {
   EXPECT_THAT(calls.take(),
               ElementsAre("read NSURLIsDirectoryKey of /v/folder", "read NSURLParentDirectoryURLKey of /v/folder",
                           // is it /v already?
-                          "read NSURLFileResourceIdentifierKey of /v/beside",
-                          "read NSURLFileResourceIdentifierKey of /v",
+                          "read NSURLFileResourceIdentifierKey of /v/beside", "read NSURLFileResourceIdentifierKey of /v",
                           // is its parent the folder?
-                          "read NSURLParentDirectoryURLKey of /v/beside",
-                          "read NSURLFileResourceIdentifierKey of /v",
+                          "read NSURLParentDirectoryURLKey of /v/beside", "read NSURLFileResourceIdentifierKey of /v",
                           "read NSURLFileResourceIdentifierKey of /v/folder",
                           // one up
                           "read NSURLFileResourceIdentifierKey of /v", "read NSURLFileResourceIdentifierKey of /v"));
@@ -202,9 +198,8 @@ TEST_F(URLFacts, aWritableFileOnAWritableVolumeIsNotReadOnlyAndTheErrorIsCleared
   std::optional<Error> error = underlying(false);
   EXPECT_FALSE(DTExtension::isReadOnlyAndError(files, at("/v/beside"), &error));
   EXPECT_FALSE(error);
-  EXPECT_THAT(calls.take(),
-              ElementsAre("read NSURLIsUserImmutableKey of /v/beside", "read NSURLIsSystemImmutableKey of /v/beside",
-                          "read NSURLVolumeURLKey of /v/beside", "read NSURLVolumeIsReadOnlyKey of /"));
+  EXPECT_THAT(calls.take(), ElementsAre("read NSURLIsUserImmutableKey of /v/beside", "read NSURLIsSystemImmutableKey of /v/beside",
+                                        "read NSURLVolumeURLKey of /v/beside", "read NSURLVolumeIsReadOnlyKey of /"));
   EXPECT_FALSE(DTExtension::isReadOnlyAndError(files, at("/v/beside"), nullptr));
 }
 

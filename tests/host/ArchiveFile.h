@@ -62,8 +62,7 @@ class ArchiveFile {
  private:
   void setFormat(int format) {
     // The one format that the library cannot set by its code.
-    check(format == ARCHIVE_FORMAT_AR_GNU ? archive_write_set_format_ar_svr4(writer_)
-                                           : archive_write_set_format(writer_, format));
+    check(format == ARCHIVE_FORMAT_AR_GNU ? archive_write_set_format_ar_svr4(writer_) : archive_write_set_format(writer_, format));
   }
   void check(int status) {
     if (status < ARCHIVE_WARN) throw std::runtime_error(archive_error_string(writer_));

@@ -129,8 +129,8 @@ TEST_F(ArchiveListing, aCompressedFileThatHoldsNoArchiveIsNone) {
 }
 
 TEST_F(ArchiveListing, emptyArchivesAreArchives) {
-  for (const int format : {ARCHIVE_FORMAT_TAR_PAX_RESTRICTED, ARCHIVE_FORMAT_ZIP, ARCHIVE_FORMAT_7ZIP,
-                           ARCHIVE_FORMAT_CPIO_SVR4_NOCRC}) {
+  for (const int format :
+       {ARCHIVE_FORMAT_TAR_PAX_RESTRICTED, ARCHIVE_FORMAT_ZIP, ARCHIVE_FORMAT_7ZIP, ARCHIVE_FORMAT_CPIO_SVR4_NOCRC}) {
     const Lines found = written({.format = format}, {});
     ASSERT_TRUE(found) << "format " << format;
     EXPECT_THAT(*found, IsEmpty());
@@ -279,8 +279,7 @@ TEST_F(ArchiveListing, entriesBeyondTheBoundsAreLeftOutAndSaidSo) {
 }
 
 TEST_F(ArchiveListing, aPathBeyondAllMeasureIsLeftOut) {
-  EXPECT_THAT(*written({.format = ARCHIVE_FORMAT_TAR_PAX_RESTRICTED},
-                       {{"before"}, {std::string(70'000, 'x')}, {"after"}}),
+  EXPECT_THAT(*written({.format = ARCHIVE_FORMAT_TAR_PAX_RESTRICTED}, {{"before"}, {std::string(70'000, 'x')}, {"after"}}),
               ElementsAre("before 0", "after 0"));
 }
 
@@ -342,8 +341,7 @@ TEST_F(ListingChildren, aProgramThatCannotRunMeansNoArchiveAndOneLine) {
 }
 
 TEST_F(ListingChildren, manyFilesAreListedByFewProcessesThatGoWithTheLastFile) {
-  for (int i = 0; i < 40; ++i)
-    ArchiveFile::write(folder.path(std::to_string(i)), {}, {{"of " + std::to_string(i)}});
+  for (int i = 0; i < 40; ++i) ArchiveFile::write(folder.path(std::to_string(i)), {}, {{"of " + std::to_string(i)}});
   auto how = options();
   how.filesPerChild = 8;
   ArchiveLister lister(how, log);
@@ -367,8 +365,8 @@ TEST_F(ListingChildren, manyFilesAreListedByFewProcessesThatGoWithTheLastFile) {
 TEST_F(ListingChildren, aHangingFileHoldsUpNoOther) {
   // The first child that is started hangs; all others are real ones.
   auto how = options();
-  how.childProgram = program(
-      "if mkdir " + folder.path("first") + " 2>/dev/null; then exec tail -f /dev/null; fi; exec " DOVETAIL_HOST " \"$@\"");
+  how.childProgram =
+      program("if mkdir " + folder.path("first") + " 2>/dev/null; then exec tail -f /dev/null; fi; exec " DOVETAIL_HOST " \"$@\"");
   how.limits.time = std::chrono::seconds(5);
   ArchiveFile::write(folder.path("archive"), {}, threeEntries);
   ArchiveLister lister(how, log);
@@ -381,8 +379,8 @@ TEST_F(ListingChildren, aHangingFileHoldsUpNoOther) {
 TEST_F(ListingChildren, aListerThatGoesDropsItsWorkAndEndsItsProcesses) {
   ArchiveFile::write(folder.path("archive"), {}, threeEntries);
   auto how = options();
-  how.childProgram = program("echo $$ > " + folder.path("pid.new") + "; mv " + folder.path("pid.new") + " " +
-                             folder.path("pid") + "; exec tail -f /dev/null");
+  how.childProgram = program("echo $$ > " + folder.path("pid.new") + "; mv " + folder.path("pid.new") + " " + folder.path("pid") +
+                             "; exec tail -f /dev/null");
   auto lister = std::make_unique<ArchiveLister>(how, log);
   lister->list(folder.path("archive"), [](std::optional<Listing>) { FAIL() << "no completion after the end"; });
   ASSERT_TRUE(tests::pumpUntil([&] { return std::filesystem::exists(folder.path("pid")); }));

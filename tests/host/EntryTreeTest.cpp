@@ -71,9 +71,7 @@ TEST(EntryTree, emptyPartsAndDotsVanishFromPaths) {
               ElementsAre("1 etc/", "2 etc/passwd", "3 a", "4 a/", "5 a/b/", "6 a/b/c", "7 x/"));
 }
 
-TEST(EntryTree, aPathThatNamesNothingHasNoNodeAndNoNumber) {
-  EXPECT_THAT(linesOf({"./", "/", "", ".", "a"}), ElementsAre("1 a"));
-}
+TEST(EntryTree, aPathThatNamesNothingHasNoNodeAndNoNumber) { EXPECT_THAT(linesOf({"./", "/", "", ".", "a"}), ElementsAre("1 a")); }
 
 TEST(EntryTree, twoDotsAreANameAndNeverLeadElsewhere) {
   EXPECT_THAT(linesOf({"a/../b", "../c", "b"}), ElementsAre("1 a/", "2 a/../", "3 a/../b", "4 ../", "5 ../c", "6 b"));
@@ -91,7 +89,8 @@ TEST(EntryTree, sizesAreThoseOfFilesAlone) {
 }
 
 TEST(EntryTree, entriesDeeperThanTheBoundAreLeftOutWhole) {
-  EXPECT_THAT(linesOf({"a/b/c", "d/e", "f/g/"}, {.nodes = 100, .depth = 2, .wireBytes = 100'000}), ElementsAre("1 d/", "2 d/e", "3 f/", "4 f/g/"));
+  EXPECT_THAT(linesOf({"a/b/c", "d/e", "f/g/"}, {.nodes = 100, .depth = 2, .wireBytes = 100'000}),
+              ElementsAre("1 d/", "2 d/e", "3 f/", "4 f/g/"));
 }
 
 TEST(EntryTree, entriesBeyondTheBoundOnNodesAreLeftOutWhole) {
@@ -109,7 +108,8 @@ TEST(EntryTree, entriesThatTheBoundsKeepOutAreCounted) {
 TEST(EntryTree, theEstimateOfATreesArchiveIsNeverTooLow) {
   Listing listing;
   for (int i = 0; i < 20'000; ++i)
-    listing.append("folder " + std::to_string(i % 700) + "/\xE6\x97\xA5\xE6\x9C\xAC " + std::to_string(i), false, ~std::uint64_t{0});
+    listing.append("folder " + std::to_string(i % 700) + "/\xE6\x97\xA5\xE6\x9C\xAC " + std::to_string(i), false,
+                   ~std::uint64_t{0});
   const std::size_t bytes = 4'000'000;
   const EntryTree tree = treeOfListing("a", listing, {.wireBytes = bytes});
   ASSERT_GT(tree.leftOut, 0u);
@@ -139,7 +139,8 @@ TEST(EntryTree, anIndexPathThatLeadsNowhereFindsNothing) {
 
 TEST(EntryTree, eachNodeIsFoundByItsOwnIndexPathAfterTheWire) {
   std::vector<std::string> paths;
-  for (int i = 0; i < 300; ++i) paths.push_back("f" + std::to_string(i % 7) + "/g" + std::to_string(i % 3) + "/" + std::to_string(i));
+  for (int i = 0; i < 300; ++i)
+    paths.push_back("f" + std::to_string(i % 7) + "/g" + std::to_string(i % 3) + "/" + std::to_string(i));
   const auto sent = treeOfListing("a", listingOf(paths)).root;
   const auto bytes = platform::KeyedArchiver::archivedDataWithRootObject(platform::Object(sent));
   ASSERT_TRUE(bytes);

@@ -67,7 +67,8 @@ RunningProgram::~RunningProgram() {
 void RunningProgram::read(Stream& stream) {
   std::array<char, 64 * 1024> bytes;
   const ssize_t length = ::read(stream.pipe.get(), bytes.data(), bytes.size());
-  if (length > 0) stream.text.append(bytes.data(), static_cast<std::size_t>(length));
+  if (length > 0)
+    stream.text.append(bytes.data(), static_cast<std::size_t>(length));
   else if (length == 0 || errno != EINTR) {
     stream.isAtEnd = true;
     stream.source.reset();
@@ -104,11 +105,14 @@ std::optional<int> RunningProgram::exitStatus() {
 }
 
 HostSession::HostSession() {
-  const std::vector<std::pair<std::string, std::string>> variables{
-      {"HOME", folder_.path("home")},           {"XDG_RUNTIME_DIR", folder_.path("run")},
-      {"XDG_CONFIG_HOME", folder_.path("config")}, {"XDG_DATA_HOME", folder_.path("data")},
-      {"XDG_CACHE_HOME", folder_.path("cache")},   {"DBUS_SESSION_BUS_ADDRESS", busAddress()},
-      {"PATH", "/usr/bin:/bin"},                {"LC_ALL", "C.UTF-8"}};
+  const std::vector<std::pair<std::string, std::string>> variables{{"HOME", folder_.path("home")},
+                                                                   {"XDG_RUNTIME_DIR", folder_.path("run")},
+                                                                   {"XDG_CONFIG_HOME", folder_.path("config")},
+                                                                   {"XDG_DATA_HOME", folder_.path("data")},
+                                                                   {"XDG_CACHE_HOME", folder_.path("cache")},
+                                                                   {"DBUS_SESSION_BUS_ADDRESS", busAddress()},
+                                                                   {"PATH", "/usr/bin:/bin"},
+                                                                   {"LC_ALL", "C.UTF-8"}};
   for (const auto& [name, value] : variables) {
     environment_.push_back(name + "=" + value);
     if (name != "PATH") setenv(name.c_str(), value.c_str(), 1);
@@ -117,10 +121,9 @@ HostSession::HostSession() {
   std::filesystem::permissions(folder_.path("run"), std::filesystem::perms::owner_all);
   for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "TSAN_OPTIONS"})
     if (const char* value = getenv(name)) environment_.push_back(std::string(name) + "=" + value);
-  bus_ = std::make_unique<RunningProgram>(
-      std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--nopidfile", "--nosyslog", "--print-address",
-                               "--address=" + busAddress()},
-      environment_);
+  bus_ = std::make_unique<RunningProgram>(std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--nopidfile",
+                                                                   "--nosyslog", "--print-address", "--address=" + busAddress()},
+                                          environment_);
   if (!tests::pumpUntil([this] { return !bus_->lines().empty(); })) throw std::runtime_error("no session bus");
 }
 

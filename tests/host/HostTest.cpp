@@ -175,10 +175,11 @@ TEST_F(RunningHost, aRequestThatNamesNoFileOrNoPortIsNotAnswered) {
   const auto host = readyHost();
   ASSERT_TRUE(extension.send(DTMessage("openArchive:portName:", Object("no URL"))));
   EXPECT_FALSE(host->nextEvent("unanswered").isNull());
-  ASSERT_TRUE(extension.send(DTMessage("openArchive:portName:", Object(platform::URL::URLWithString("https://example.org/a.zip")))));
+  ASSERT_TRUE(
+      extension.send(DTMessage("openArchive:portName:", Object(platform::URL::URLWithString("https://example.org/a.zip")))));
   EXPECT_FALSE(host->nextEvent("unanswered").isNull());
-  ASSERT_TRUE(extension.sendAsItIs(
-      DTMessage("openArchive:portName:", Object(platform::URL::fileURLWithPath(archive("a.tar", {}))))));
+  ASSERT_TRUE(
+      extension.sendAsItIs(DTMessage("openArchive:portName:", Object(platform::URL::fileURLWithPath(archive("a.tar", {}))))));
   EXPECT_FALSE(host->nextEvent("unanswered").isNull());
 }
 
@@ -202,7 +203,8 @@ TEST_F(RunningHost, aPositionThatLeadsNowhereHasNoEntry) {
   const auto host = readyHost();
   ASSERT_TRUE(extension.askFor(path));
   ASSERT_FALSE(host->nextEvent("answered").isNull());
-  for (const Object& argument : {Object(expandArgument(path, {9})), Object(expandArgument(unasked, {0})), Object("text"), Object()}) {
+  for (const Object& argument :
+       {Object(expandArgument(path, {9})), Object(expandArgument(unasked, {0})), Object("text"), Object()}) {
     ASSERT_TRUE(extension.send(DTMessage("expand:", argument)));
     const JSON chosen = host->nextEvent("message");
     ASSERT_TRUE(chosen.member("entry"));

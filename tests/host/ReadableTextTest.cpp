@@ -25,8 +25,6 @@ TEST(ReadableText, aSequenceCutShortIsReadByteByByte) { EXPECT_EQ(readableText("
 
 TEST(ReadableText, anEncodedSurrogateIsNoUTF8) { EXPECT_EQ(readableText("\xED\xA0\xBD"), "í\u00A0½"); }
 
-TEST(ReadableText, aZeroByteStays) {
-  EXPECT_EQ(readableText(std::string_view("a\0\xE9", 3)), std::string_view("a\0é", 4));
-}
+TEST(ReadableText, aZeroByteStays) { EXPECT_EQ(readableText(std::string_view("a\0\xE9", 3)), std::string_view("a\0é", 4)); }
 
 }  // namespace

@@ -24,9 +24,7 @@ class SettingsProgram : public testing::Test {
     errors = program->errors();
     return program->output();
   }
-  std::string stored(const std::string& key) {
-    return session.run({"dconf", "read", "/org/dovetail/group/" + key})->output();
-  }
+  std::string stored(const std::string& key) { return session.run({"dconf", "read", "/org/dovetail/group/" + key})->output(); }
   std::string makeFolder(const std::string& name) {
     std::filesystem::create_directory(session.folder().path(name));
     return std::filesystem::canonical(session.folder().path(name)).string();
@@ -125,7 +123,10 @@ TEST_F(SettingsProgram, allSettingsArePrintedAsOneObject) {
             R"({"DTApplicationVersion":null,"DTArchiveIconsShown ":true,"DTContextualMenuItems":)"
             R"({"DTRootMenuItems":[{"tag":7,"command":"Delete"}],"DTMoreMenuItems":[],"DTOtherMenuItems":[]},)"
             R"("DTContextualMenuItemsIconShown":null,"DTToolbarItemMenuItems":null,"DTToolbarItemMenuItemsIconShown":null,)"
-            R"("DTFoldersPaths":[")" + one + R"("],"DTMenuBarIconShown":null})" "\n");
+            R"("DTFoldersPaths":[")" +
+                one +
+                R"("],"DTMenuBarIconShown":null})"
+                "\n");
 }
 
 TEST_F(SettingsProgram, anotherGroupHasSettingsOfItsOwn) {
@@ -135,10 +136,21 @@ TEST_F(SettingsProgram, anotherGroupHasSettingsOfItsOwn) {
 }
 
 TEST_F(SettingsProgram, wrongWordsAreRefusedWithStatusTwo) {
-  const std::vector<std::vector<std::string>> wrong{
-      {"folder"},         {"folders"},          {"folders", "add"},  {"folders", "list", "x"},         {"items"},
-      {"items", "menu"},  {"items", "toolbar", "root=11"}, {"items", "toolbar", "top=1"}, {"icons", "archive"},
-      {"icons", "archive", "yes"}, {"settings", "x"}, {"run", "x"}, {"--group"}, {"--nonsense"}, {"--identifier", "no name"}};
+  const std::vector<std::vector<std::string>> wrong{{"folder"},
+                                                    {"folders"},
+                                                    {"folders", "add"},
+                                                    {"folders", "list", "x"},
+                                                    {"items"},
+                                                    {"items", "menu"},
+                                                    {"items", "toolbar", "root=11"},
+                                                    {"items", "toolbar", "top=1"},
+                                                    {"icons", "archive"},
+                                                    {"icons", "archive", "yes"},
+                                                    {"settings", "x"},
+                                                    {"run", "x"},
+                                                    {"--group"},
+                                                    {"--nonsense"},
+                                                    {"--identifier", "no name"}};
   for (const auto& words : wrong) {
     EXPECT_EQ(run(words), "") << testing::PrintToString(words);
     EXPECT_EQ(status, 2) << testing::PrintToString(words);
@@ -156,7 +168,8 @@ TEST_F(SettingsProgram, aSettingThatCannotBeWrittenIsSaidSo) {
 TEST_F(SettingsProgram, theHelpNamesEachCommand) {
   const std::string help = run({"--help"});
   EXPECT_EQ(status, 0);
-  for (const char* command : {"run", "folders add", "items contextual", "icons archive", "settings"}) EXPECT_THAT(help, HasSubstr(command));
+  for (const char* command : {"run", "folders add", "items contextual", "icons archive", "settings"})
+    EXPECT_THAT(help, HasSubstr(command));
 }
 
 TEST(ItemLists, theirStoredFormReadsBack) {
@@ -179,8 +192,16 @@ TEST(ItemLists, listsThatAreNotNamedAreEmptyButTheOthersTakeWhatIsLeft) {
 }
 
 TEST(ItemLists, tagsThatAreNoneOrStandTwiceAreRefused) {
-  for (const auto& words : std::vector<std::vector<std::string>>{
-           {"root=0"}, {"root=11"}, {"root=-1"}, {"root=1,"}, {"root=,1"}, {"root=x"}, {"root=1 2"}, {"root=1,1"}, {"root=1", "more=1"}, {"root"}}) {
+  for (const auto& words : std::vector<std::vector<std::string>>{{"root=0"},
+                                                                 {"root=11"},
+                                                                 {"root=-1"},
+                                                                 {"root=1,"},
+                                                                 {"root=,1"},
+                                                                 {"root=x"},
+                                                                 {"root=1 2"},
+                                                                 {"root=1,1"},
+                                                                 {"root=1", "more=1"},
+                                                                 {"root"}}) {
     std::string fault;
     EXPECT_FALSE(ItemLists::ofWords(words, fault)) << words[0];
     EXPECT_NE(fault, "");

@@ -78,8 +78,8 @@ TEST_F(MenuAssembly, theBackgroundOfAFolderActsOnThatFolder) {
   ASSERT_TRUE(shown);
   ASSERT_EQ(extension->targetUrls()->size(), 1u);
   EXPECT_EQ(extension->targetUrls()->front().path(), "/w/folder");
-  EXPECT_THAT(titlesOf(*shown), ElementsAre("Delete…", "Secure Delete…", "Compress", "Rename…", "Size Browser…",
-                                            "Permissions…", "Access Control List…"));
+  EXPECT_THAT(titlesOf(*shown), ElementsAre("Delete…", "Secure Delete…", "Compress", "Rename…", "Size Browser…", "Permissions…",
+                                            "Access Control List…"));
 }
 
 TEST_F(MenuAssembly, aSelectionGoesBeforeTheTargetedFolder) {
@@ -98,8 +98,8 @@ TEST_F(MenuAssembly, oneFileWithTheDefaultListsGetsItsCommandsInOrderAndChecksum
   select({"/w/file"});
   const auto shown = menu();
   ASSERT_TRUE(shown);
-  EXPECT_THAT(titlesOf(*shown), ElementsAre("Delete…", "Secure Delete…", "Compress", "Rename…", "Permissions…",
-                                            "Access Control List…", "More"));
+  EXPECT_THAT(titlesOf(*shown),
+              ElementsAre("Delete…", "Secure Delete…", "Compress", "Rename…", "Permissions…", "Access Control List…", "More"));
   EXPECT_THAT(titlesOf(*itemIn(*shown, {"More"})->submenu), ElementsAre("Checksum…"));
   EXPECT_EQ(shown->items.back().action, "");
 }
@@ -107,8 +107,8 @@ TEST_F(MenuAssembly, oneFileWithTheDefaultListsGetsItsCommandsInOrderAndChecksum
 TEST_F(MenuAssembly, anArchiveWithAKnownTreeStandsInItsPlaceInTheList) {
   receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1)));
   select({"/w/a.zip"});
-  EXPECT_THAT(titlesOf(*menu()), ElementsAre("Delete…", "Secure Delete…", "Compress", "a.zip", "Rename…",
-                                             "Permissions…", "Access Control List…", "More"));
+  EXPECT_THAT(titlesOf(*menu()), ElementsAre("Delete…", "Secure Delete…", "Compress", "a.zip", "Rename…", "Permissions…",
+                                             "Access Control List…", "More"));
 }
 
 TEST_F(MenuAssembly, moreIsLeftOutWhenNoneOfItsCommandsApplies) {

@@ -51,10 +51,14 @@ TEST_F(MenuCatalogue, everyCommandHasItsTitleActionAndTag) {
     bool hasSubmenu;
   };
   const Row rows[] = {
-      {1, "Permissions…", "showPermissions:", 0, false}, {2, "Combined Permissions…", "showPermissions:", 1, false},
-      {3, "Access Control List…", "showAcl:", 0, false}, {4, "Rename…", "rename:", 0, false},
-      {5, "Size Browser…", "showSizeBrowser:", 0, false}, {6, "Checksum…", "showChecksum:", 0, true},
-      {7, "Delete…", "delete:", -203, false},             {8, "Secure Delete…", "delete:", -204, true},
+      {1, "Permissions…", "showPermissions:", 0, false},
+      {2, "Combined Permissions…", "showPermissions:", 1, false},
+      {3, "Access Control List…", "showAcl:", 0, false},
+      {4, "Rename…", "rename:", 0, false},
+      {5, "Size Browser…", "showSizeBrowser:", 0, false},
+      {6, "Checksum…", "showChecksum:", 0, true},
+      {7, "Delete…", "delete:", -203, false},
+      {8, "Secure Delete…", "delete:", -204, true},
       {9, "Compress", "compress:", 0, true},
   };
   target({"/w/file", "/w/other"});
@@ -87,9 +91,8 @@ TEST_F(MenuCatalogue, theChecksumAlgorithmsStandInTheirOrder) {
 TEST_F(MenuCatalogue, theArchiveFormatsKeepTheHostsCodesWithTheirGaps) {
   target({"/w/file"});
   EXPECT_THAT(choicesOf(extension->menuItemWithTag(9)->submenu.get(), "compress:"),
-              ElementsAre(Pair("ZIP", 0x10000), Pair("ZIP with Password", 0x20000), Pair("7-ZIP", 0x80000),
-                          Pair("XAR", 0x2000000), Pair("TAR", 0x4000000), Pair("PAX", 0x8000000),
-                          Pair("CPIO", 0x10000000)));
+              ElementsAre(Pair("ZIP", 0x10000), Pair("ZIP with Password", 0x20000), Pair("7-ZIP", 0x80000), Pair("XAR", 0x2000000),
+                          Pair("TAR", 0x4000000), Pair("PAX", 0x8000000), Pair("CPIO", 0x10000000)));
 }
 
 TEST_F(MenuCatalogue, onlyTarPaxAndCpioOfferCompressionsWhoseTagsJoinFlagAndFormat) {
@@ -101,9 +104,8 @@ TEST_F(MenuCatalogue, onlyTarPaxAndCpioOfferCompressionsWhoseTagsJoinFlagAndForm
       EXPECT_THAT(choices, IsEmpty()) << format.title;
       continue;
     }
-    EXPECT_THAT(choices, ElementsAre(Pair("None", format.tag + 1), Pair("GZIP", format.tag + 2),
-                                     Pair("BZIP2", format.tag + 4), Pair("XZ", format.tag + 8),
-                                     Pair("UNIX", format.tag + 16)));
+    EXPECT_THAT(choices, ElementsAre(Pair("None", format.tag + 1), Pair("GZIP", format.tag + 2), Pair("BZIP2", format.tag + 4),
+                                     Pair("XZ", format.tag + 8), Pair("UNIX", format.tag + 16)));
   }
 }
 

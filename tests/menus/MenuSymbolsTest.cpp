@@ -49,9 +49,7 @@ constexpr Row rows[] = {
     {"swapImage", "arrow.left.arrow.right", "SwapImage"},
 };
 
-bool isPortrait(const Row& row) {
-  return row.operation == std::string("userImage") || row.operation == std::string("groupImage");
-}
+bool isPortrait(const Row& row) { return row.operation == std::string("userImage") || row.operation == std::string("groupImage"); }
 
 // Gives every image with the template flag that the test asks for, and notes which text it was asked with.
 class FlaggedImages final : public platform::Workspace {
@@ -115,8 +113,7 @@ TEST_F(MenuSymbols, everyEntryIsItsFallbackOnAnEarlierSystem) {
       const auto made = calls.take();
       EXPECT_EQ(made.front(), std::string("image named ") + row.fallback);
       EXPECT_EQ(made.size(), isPortrait(row) ? 6u : 1u) << row.operation;
-      EXPECT_EQ(fallback->representations.front().source,
-                isPortrait(row) ? "drawn" : std::string("named ") + row.fallback);
+      EXPECT_EQ(fallback->representations.front().source, isPortrait(row) ? "drawn" : std::string("named ") + row.fallback);
     }
   }
 }
@@ -128,13 +125,11 @@ TEST_F(MenuSymbols, stopIsTheFilledCrossInACircleAndXmarkTheBareOne) {
   processInfo.version = {10, 15, 0};
   image("stopImage");
   image("xmarkImage");
-  EXPECT_THAT(calls.take(), ElementsAre("image named NSStopProgressFreestandingTemplate",
-                                        "image named NSStopProgressTemplate"));
+  EXPECT_THAT(calls.take(), ElementsAre("image named NSStopProgressFreestandingTemplate", "image named NSStopProgressTemplate"));
 }
 
 TEST_F(MenuSymbols, onlyPeopleAreConfiguredAt13PointsRegularAndLarge) {
-  const platform::SymbolConfiguration expected{13.0, platform::FontWeightRegular,
-                                               platform::SymbolScale::large};
+  const platform::SymbolConfiguration expected{13.0, platform::FontWeightRegular, platform::SymbolScale::large};
   for (const Row& row : rows) {
     const ImageRef symbol = image(row.operation);
     EXPECT_EQ(symbol->symbolConfiguration.has_value(), isPortrait(row)) << row.operation;
@@ -145,10 +140,9 @@ TEST_F(MenuSymbols, onlyPeopleAreConfiguredAt13PointsRegularAndLarge) {
   calls.take();
   image("userImage");
   image("groupImage");
-  EXPECT_THAT(calls.take(), ElementsAre("symbol person.circle",
-                                        "configure symbol person.circle point size 13 weight 0 scale 3",
-                                        "symbol person.2.circle",
-                                        "configure symbol person.2.circle point size 13 weight 0 scale 3"));
+  EXPECT_THAT(calls.take(),
+              ElementsAre("symbol person.circle", "configure symbol person.circle point size 13 weight 0 scale 3",
+                          "symbol person.2.circle", "configure symbol person.2.circle point size 13 weight 0 scale 3"));
 }
 
 TEST_F(MenuSymbols, peopleOfAnEarlierSystemAreCutToACircleAndBecomeTemplates) {
@@ -160,11 +154,10 @@ TEST_F(MenuSymbols, peopleOfAnEarlierSystemAreCutToACircleAndBecomeTemplates) {
     EXPECT_TRUE(portrait->isTemplate);
     EXPECT_EQ(portrait->size, (platform::Size{16, 16}));
     EXPECT_FALSE(portrait->symbolConfiguration.has_value());
-    EXPECT_THAT(calls.take(),
-                ElementsAre("lock focus on 16x16", "interpolation 3", "clip to oval 0,0 16x16 rule 1",
-                            "draw " + std::string(menuSymbol(operation)->fallback) +
-                                " from 0,0 16x16 in 0,0 16x16 operation 2 at 1",
-                            "unlock focus"));
+    EXPECT_THAT(calls.take(), ElementsAre("lock focus on 16x16", "interpolation 3", "clip to oval 0,0 16x16 rule 1",
+                                          "draw " + std::string(menuSymbol(operation)->fallback) +
+                                              " from 0,0 16x16 in 0,0 16x16 operation 2 at 1",
+                                          "unlock focus"));
   }
 }
 
@@ -177,9 +170,7 @@ TEST_F(MenuSymbols, noOtherEntrySetsOrClearsTheTemplateFlag) {
       processInfo.version = {11, 0, 0};
       EXPECT_EQ(menuSymbolImage(*menuSymbol(row.operation), both)->isTemplate, areTemplates) << row.operation;
       processInfo.version = {10, 15, 0};
-      EXPECT_EQ(menuSymbolImage(*menuSymbol(row.operation), both)->isTemplate,
-                areTemplates || isPortrait(row))
-          << row.operation;
+      EXPECT_EQ(menuSymbolImage(*menuSymbol(row.operation), both)->isTemplate, areTemplates || isPortrait(row)) << row.operation;
     }
   }
 }
@@ -205,22 +196,19 @@ TEST_F(MenuSymbols, anImageThatThePlatformLacksIsNull) {
 TEST_F(MenuSymbols, aWideImageIsRoundedFromItsMiddleColumns) {
   const Image wide{.size = {32, 16}, .representations = {{{32, 16}, "wide", {}}}, .name = {}};
   EXPECT_EQ(DTExtension::roundedImage(wide, graphics)->size, (platform::Size{16, 16}));
-  EXPECT_THAT(calls.take(),
-              ElementsAre("lock focus on 16x16", "interpolation 3", "clip to oval 0,0 16x16 rule 1",
-                          "draw wide from 8,0 16x16 in 0,0 16x16 operation 2 at 1", "unlock focus"));
+  EXPECT_THAT(calls.take(), ElementsAre("lock focus on 16x16", "interpolation 3", "clip to oval 0,0 16x16 rule 1",
+                                        "draw wide from 8,0 16x16 in 0,0 16x16 operation 2 at 1", "unlock focus"));
 }
 
 TEST_F(MenuSymbols, aTallImageIsRoundedFromItsMiddleRows) {
   const Image tall{.size = {15, 32}, .representations = {{{15, 32}, "tall", {}}}, .name = {}};
   EXPECT_EQ(DTExtension::roundedImage(tall, graphics)->size, (platform::Size{15, 15}));
-  EXPECT_THAT(calls.take(),
-              ElementsAre("lock focus on 15x15", "interpolation 3", "clip to oval 0,0 15x15 rule 1",
-                          "draw tall from 0,8.5 15x15 in 0,0 15x15 operation 2 at 1", "unlock focus"));
+  EXPECT_THAT(calls.take(), ElementsAre("lock focus on 15x15", "interpolation 3", "clip to oval 0,0 15x15 rule 1",
+                                        "draw tall from 0,8.5 15x15 in 0,0 15x15 operation 2 at 1", "unlock focus"));
 }
 
 TEST_F(MenuSymbols, roundingLeavesTheReceiverAsItWas) {
-  const Image receiver{
-      .size = {4, 4}, .representations = {{{4, 4}, "it", {}}}, .isTemplate = true, .name = "it"};
+  const Image receiver{.size = {4, 4}, .representations = {{{4, 4}, "it", {}}}, .isTemplate = true, .name = "it"};
   const ImageRef rounded = DTExtension::roundedImage(receiver, graphics);
   EXPECT_TRUE(receiver.isTemplate);
   EXPECT_FALSE(rounded->isTemplate);

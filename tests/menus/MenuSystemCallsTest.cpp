@@ -72,12 +72,12 @@ class MenuSystemCalls : public testing::Test {
   }
 
   void SetUp() override {
-    forbiddenCall = static_cast<int*>(
-        ::mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    forbiddenCall = static_cast<int*>(::mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     ASSERT_NE(forbiddenCall, MAP_FAILED);
     // A host that is there and reads nothing.
-    ASSERT_NE(ports.createLocal("G.App", [](LocalMessagePort&, std::int32_t, ByteView, void*) { return std::optional<Data>(); }, {}),
-              nullptr);
+    ASSERT_NE(
+        ports.createLocal("G.App", [](LocalMessagePort&, std::int32_t, ByteView, void*) { return std::optional<Data>(); }, {}),
+        nullptr);
     fakes.runningApplications.processes["host"] = {2};
     const Platform fake = fakes.references();
     extension = DTDovetailSync::init({fake.finderSyncController, ports, settings, fake.security, fake.distributedNotificationCenter,
@@ -94,7 +94,8 @@ class MenuSystemCalls : public testing::Test {
   // As if the host had answered: a folder with a file in it.
   void giveTree(const URL& archive) {
     auto root = std::make_shared<DTTreeNode>(DTArchiveEntry("a.zip", true, 0, 0));
-    root->appendChild(DTTreeNode(DTArchiveEntry("folder", true, 1, 0))).appendChild(DTTreeNode(DTArchiveEntry("b.txt", false, 2, 5)));
+    root->appendChild(DTTreeNode(DTArchiveEntry("folder", true, 1, 0)))
+        .appendChild(DTTreeNode(DTArchiveEntry("b.txt", false, 2, 5)));
     const auto identity = files.fileResourceIdentifier(archive);
     ASSERT_TRUE(identity);
     Dictionary answer;
@@ -107,9 +108,8 @@ class MenuSystemCalls : public testing::Test {
     return menu ? menu->items.size() : 0;
   }
   static bool hasArchive(const Menu& menu) {
-    return std::ranges::any_of(menu.items, [](const MenuItem& item) {
-      return item.submenu && (item.title == "a.zip" || hasArchive(*item.submenu));
-    });
+    return std::ranges::any_of(
+        menu.items, [](const MenuItem& item) { return item.submenu && (item.title == "a.zip" || hasArchive(*item.submenu)); });
   }
   // The number of a call that the menu made and may not; 0 when there is none, -1 when the menu was empty.
   int forbiddenCallOf(MenuKind kind) {

@@ -27,8 +27,7 @@ Image grid(int width, int height) {
   auto bitmap = std::make_shared<Bitmap>(Bitmap{width, height, {}});
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
-      for (const int value : {x * 4, y * 4, 200, 255})
-        bitmap->bytes.push_back(static_cast<std::uint8_t>(value));
+      for (const int value : {x * 4, y * 4, 200, 255}) bitmap->bytes.push_back(static_cast<std::uint8_t>(value));
     }
   }
   const platform::Size size{static_cast<double>(width), static_cast<double>(height)};
@@ -49,8 +48,7 @@ class RoundedImage : public testing::Test {
   // diameter.
   static int side(int x, int y, double diameter) {
     const double centre = diameter / 2;
-    const double nearX = std::max({x - centre, centre - x - 1, 0.0}),
-                 nearY = std::max({y - centre, centre - y - 1, 0.0});
+    const double nearX = std::max({x - centre, centre - x - 1, 0.0}), nearY = std::max({y - centre, centre - y - 1, 0.0});
     const double farX = std::max(std::abs(x - centre), std::abs(x + 1 - centre));
     const double farY = std::max(std::abs(y - centre), std::abs(y + 1 - centre));
     if (std::hypot(farX, farY) < centre - 0.05) return 1;
@@ -79,17 +77,11 @@ class RoundedImage : public testing::Test {
   platform::native::LinuxGraphics graphics;
 };
 
-TEST_F(RoundedImage, ofAWideImageShowsColumns8To23) {
-  expectGridInCircle(rounded(grid(32, 16)), 16, 8, 0);
-}
+TEST_F(RoundedImage, ofAWideImageShowsColumns8To23) { expectGridInCircle(rounded(grid(32, 16)), 16, 8, 0); }
 
-TEST_F(RoundedImage, ofATallImageShowsTheRowsFrom8) {
-  expectGridInCircle(rounded(grid(16, 32)), 16, 0, 8);
-}
+TEST_F(RoundedImage, ofATallImageShowsTheRowsFrom8) { expectGridInCircle(rounded(grid(16, 32)), 16, 0, 8); }
 
-TEST_F(RoundedImage, ofASquareImageShowsAllOfIt) {
-  expectGridInCircle(rounded(grid(32, 32)), 32, 0, 0);
-}
+TEST_F(RoundedImage, ofASquareImageShowsAllOfIt) { expectGridInCircle(rounded(grid(32, 32)), 32, 0, 0); }
 
 TEST_F(RoundedImage, hasTransparentCornersAndASmoothedEdge) {
   const ImageRef image = rounded(grid(16, 16));
@@ -140,8 +132,7 @@ TEST_F(RoundedImage, ofNothingIsAnEmptyImage) {
 }
 
 TEST_F(RoundedImage, ofAnImageWithoutPixelsIsTransparent) {
-  const ImageRef image =
-      rounded({.size = {16, 16}, .representations = {{{16, 16}, "gone", "/no/such/file.svg"}}, .name = {}});
+  const ImageRef image = rounded({.size = {16, 16}, .representations = {{{16, 16}, "gone", "/no/such/file.svg"}}, .name = {}});
   EXPECT_EQ(pixel(image, 8, 8).alpha, 0);
 }
 

@@ -62,8 +62,7 @@ TEST_F(SharedSettings, aFreshStoreReadsTheRegisteredDefaultsAndNoOthers) {
   const auto* store = extension->sharedApplicationGroupDefaults();
   EXPECT_TRUE(store->boolForKey("DTMenuBarIconShown"));
   EXPECT_TRUE(store->boolForKey("DTArchiveIconsShown "));
-  EXPECT_THAT(tagsIn(*store->dictionaryForKey("DTContextualMenuItems"), "DTRootMenuItems"),
-              ElementsAre(7, 8, 9, 10, 4, 5, 1, 3));
+  EXPECT_THAT(tagsIn(*store->dictionaryForKey("DTContextualMenuItems"), "DTRootMenuItems"), ElementsAre(7, 8, 9, 10, 4, 5, 1, 3));
   EXPECT_THAT(tagsIn(*store->dictionaryForKey("DTToolbarItemMenuItems"), "DTMoreMenuItems"), ElementsAre(2, 6));
   EXPECT_FALSE(store->boolForKey("DTContextualMenuItemsIconShown"));
   EXPECT_FALSE(store->boolForKey("DTToolbarItemMenuItemsIconShown"));
@@ -97,9 +96,10 @@ TEST_F(SharedSettings, theDefaultItemListsAreOneObjectWithAllTenTags) {
 }
 
 TEST_F(SharedSettings, everyTagHasItsTitle) {
-  const char* titles[] = {"Permissions…",  "Combined Permissions…", "Access Control List…", "Rename…",
-                          "Size Browser…", "Checksum…",             "Delete…",              "Secure Delete…",
-                          "Compress",      "Expand"};
+  const char* titles[] = {"Permissions…", "Combined Permissions…", "Access Control List…",
+                          "Rename…",      "Size Browser…",         "Checksum…",
+                          "Delete…",      "Secure Delete…",        "Compress",
+                          "Expand"};
   for (int tag = 1; tag <= 10; ++tag) {
     EXPECT_EQ(DTExtension::titleForMenuItemTag(Integer::ofSigned(tag), fakes.log), titles[tag - 1]);
   }

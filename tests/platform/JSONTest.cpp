@@ -21,8 +21,8 @@ std::string stringOf(std::string_view text) {
 }
 
 TEST(JSONText, eachKindIsWrittenAndReadAgain) {
-  for (const char* text : {"null", "true", "false", "0", "-1", "1.5", "\"\"", "[]", "{}", "[1,[2,{}],null]",
-                           "{\"a\":{\"b\":[]}}", "9223372036854775807", "-9223372036854775808"}) {
+  for (const char* text : {"null", "true", "false", "0", "-1", "1.5", "\"\"", "[]", "{}", "[1,[2,{}],null]", "{\"a\":{\"b\":[]}}",
+                           "9223372036854775807", "-9223372036854775808"}) {
     EXPECT_EQ(again(text), text);
   }
 }
@@ -79,8 +79,8 @@ TEST(JSONText, whatIsNoJSONIsRefused) {
 }
 
 TEST(JSONText, numbersAreOfTheStandardsForm) {
-  for (const char* text : {"01", "-01", "+1", ".5", "1.", "1.e5", "1e", "1e+", "--1", "1-1", "1.2.3", "0x10",
-                           "1e5e5", "00", "-.5", "1_0"}) {
+  for (const char* text :
+       {"01", "-01", "+1", ".5", "1.", "1.e5", "1e", "1e+", "--1", "1-1", "1.2.3", "0x10", "1e5e5", "00", "-.5", "1_0"}) {
     EXPECT_FALSE(JSON::parse(text)) << text;
   }
   EXPECT_EQ(again("-0"), "0");
@@ -170,10 +170,8 @@ TEST(JSONText, membersStandInTheirOrderOrSortedByCodePoint) {
   object.set("a", JSON(JSON::ObjectValue{{"z", true}, {"y", false}}));
   object.set("\U0001F600", 3);
   object.set("\uFFFD", 4);
-  EXPECT_EQ(object.text(),
-            "{\"b\":1,\"\\u00e9\":2,\"a\":{\"z\":true,\"y\":false},\"\\ud83d\\ude00\":3,\"\\ufffd\":4}");
-  EXPECT_EQ(object.text(true),
-            "{\"a\":{\"y\":false,\"z\":true},\"b\":1,\"\\u00e9\":2,\"\\ufffd\":4,\"\\ud83d\\ude00\":3}");
+  EXPECT_EQ(object.text(), "{\"b\":1,\"\\u00e9\":2,\"a\":{\"z\":true,\"y\":false},\"\\ud83d\\ude00\":3,\"\\ufffd\":4}");
+  EXPECT_EQ(object.text(true), "{\"a\":{\"y\":false,\"z\":true},\"b\":1,\"\\u00e9\":2,\"\\ufffd\":4,\"\\ud83d\\ude00\":3}");
 }
 
 TEST(JSONText, ofEqualKeysTheLastCounts) {

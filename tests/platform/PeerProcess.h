@@ -109,16 +109,14 @@ class PeerProcess {
 
 /// Another program as a peer.
 inline std::unique_ptr<PeerProcess> startProgram(std::vector<std::string> arguments) {
-  return std::make_unique<PeerProcess>(
-      [arguments = std::move(arguments)](const PeerProcess::Line& line) mutable {
-        ::fcntl(line.descriptor(), F_SETFD, 0);
-        std::replace(arguments.begin(), arguments.end(), std::string(PeerProcess::lineArgument),
-                     std::to_string(line.descriptor()));
-        std::vector<char*> pointers;
-        for (std::string& argument : arguments) pointers.push_back(argument.data());
-        pointers.push_back(nullptr);
-        return ::execv(pointers[0], pointers.data());
-      });
+  return std::make_unique<PeerProcess>([arguments = std::move(arguments)](const PeerProcess::Line& line) mutable {
+    ::fcntl(line.descriptor(), F_SETFD, 0);
+    std::replace(arguments.begin(), arguments.end(), std::string(PeerProcess::lineArgument), std::to_string(line.descriptor()));
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    return ::execv(pointers[0], pointers.data());
+  });
 }
 
 }  // namespace tests

@@ -44,9 +44,7 @@ class PrivateBus {
   }
   /// Another program's notification; it is on the bus when this returns.
   void post(const std::string& name, const std::string& text) const {
-    EXPECT_EQ(
-        startProgram({DOVETAIL_BUS_PEER, PeerProcess::lineArgument, address_, "post", name, text})->wait(),
-        0);
+    EXPECT_EQ(startProgram({DOVETAIL_BUS_PEER, PeerProcess::lineArgument, address_, "post", name, text})->wait(), 0);
   }
 
  private:

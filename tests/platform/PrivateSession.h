@@ -52,8 +52,8 @@ class PrivateSession : public testing::Environment {
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     const std::string print = "--print-address=" + std::to_string(ends[1]);
-    bus_ = spawn({"dbus-daemon", "--session", "--nofork", "--nopidfile", "--nosyslog",
-                  "--address=unix:path=" + path("runtime/bus"), print});
+    bus_ = spawn(
+        {"dbus-daemon", "--session", "--nofork", "--nopidfile", "--nosyslog", "--address=unix:path=" + path("runtime/bus"), print});
     close(ends[1]);
     char byte = 0;
     const bool isListening = read(ends[0], &byte, 1) == 1;

@@ -9,9 +9,7 @@ namespace {
 using platform::FileReference;
 using platform::URL;
 
-std::string pathOf(std::string_view text) {
-  return URL::URLWithString(text).path();
-}
+std::string pathOf(std::string_view text) { return URL::URLWithString(text).path(); }
 std::string textOf(std::string_view path, bool isDirectory = false) {
   return URL::fileURLWithPath(path, isDirectory).absoluteString();
 }
@@ -68,8 +66,7 @@ TEST(URLs, textsThatNameNoFileOfThisMachineHaveNoPath) {
 }
 
 TEST(URLs, anEncodedNULOrABrokenEscapeLeavesNoPath) {
-  for (const char* text :
-       {"file:///a%00", "file:///%00/b", "file:///a%", "file:///a%2", "file:///a%zz", "file:///a%2g"}) {
+  for (const char* text : {"file:///a%00", "file:///%00/b", "file:///a%", "file:///a%2", "file:///a%zz", "file:///a%2g"}) {
     EXPECT_EQ(pathOf(text), "") << text;
     EXPECT_TRUE(URL::URLWithString(text).isFileURL()) << text;
     EXPECT_EQ(URL::URLWithString(text).absoluteString(), text);
@@ -168,8 +165,7 @@ TEST(URLs, theLastComponentIsInBytes) {
 }
 
 TEST(URLs, anEntryOfAFolderIsThePathAndTheName) {
-  EXPECT_EQ(URL::fileURLWithPath("/a", true).URLByAppendingPathComponent("b").absoluteString(),
-            "file:///a/b");
+  EXPECT_EQ(URL::fileURLWithPath("/a", true).URLByAppendingPathComponent("b").absoluteString(), "file:///a/b");
   EXPECT_EQ(URL::fileURLWithPath("/").URLByAppendingPathComponent("b", true).absoluteString(), "file:///b/");
   const auto file = std::make_shared<MovingFile>();
   EXPECT_EQ(URL::fileURLWithReference(file).URLByAppendingPathComponent("b").path(), "/before/b");

@@ -66,8 +66,7 @@ TEST(Errors, aTextIsReplacedOrAdded) {
 
 Image imageOfSizes(std::initializer_list<double> sides) {
   Image image;
-  for (const double side : sides)
-    image.representations.push_back({{side, side}, std::to_string(static_cast<int>(side)), ""});
+  for (const double side : sides) image.representations.push_back({{side, side}, std::to_string(static_cast<int>(side)), ""});
   return image;
 }
 
@@ -134,8 +133,7 @@ TEST_F(TypedReads, aValueOfAnotherKindReadsAsEmpty) {
 
 TEST_F(TypedReads, aNumberReadsAsAFlag) {
   const std::pair<Object, bool> examples[] = {
-      {true, true}, {false, false}, {Integer::ofSigned(0), false}, {Integer::ofSigned(-1), true},
-      {0.0, false}, {0.5, true}};
+      {true, true}, {false, false}, {Integer::ofSigned(0), false}, {Integer::ofSigned(-1), true}, {0.0, false}, {0.5, true}};
   for (const auto& [value, expected] : examples) {
     set(value);
     EXPECT_EQ(store->boolForKey("key"), expected);

@@ -37,7 +37,8 @@ PlannedItem restOf(const MenuItem& folder, const std::string& name, std::size_t 
   PlannedItem rest;
   rest.name = name + ".rest";
   rest.label = std::to_string(count) + " more\u2026";
-  rest.choice = {.title = rest.label, .action = folder.action, .tag = folder.tag, .isEnabled = true, .image = nullptr, .submenu = nullptr};
+  rest.choice = {
+      .title = rest.label, .action = folder.action, .tag = folder.tag, .isEnabled = true, .image = nullptr, .submenu = nullptr};
   return rest;
 }
 
@@ -75,8 +76,12 @@ PlannedItem MenuPlanner::item(const MenuItem& source, std::string name) {
   planned.label = menuLabel(source.title);
   if (icons_) planned.icon = icons_->fileOf(source.image);
   planned.isEnabled = source.isEnabled;
-  planned.choice = {.title = source.title, .action = source.action, .tag = source.tag, .isEnabled = source.isEnabled,
-                    .image = nullptr, .submenu = nullptr};
+  planned.choice = {.title = source.title,
+                    .action = source.action,
+                    .tag = source.tag,
+                    .isEnabled = source.isEnabled,
+                    .image = nullptr,
+                    .submenu = nullptr};
   return planned;
 }
 

@@ -23,7 +23,7 @@ struct PlannedItem {
   std::string label;  ///< Mnemonics escaped.
   std::string icon;   ///< A PNG file; empty for none.
   bool isEnabled = true;
-  MenuItem choice;    ///< What is sent when it is chosen: its action and tag alone.
+  MenuItem choice;                            ///< What is sent when it is chosen: its action and tag alone.
   std::shared_ptr<const PlannedItems> items;  ///< Null for none; an item with some opens them and is not chosen itself.
 };
 

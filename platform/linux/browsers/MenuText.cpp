@@ -13,9 +13,7 @@ bool isDirectionMark(gunichar character) {
          (character >= 0x2066 && character <= 0x2069);
 }
 
-bool isLineBreakOrControl(gunichar character) {
-  return g_unichar_iscntrl(character) || character == 0x2028 || character == 0x2029;
-}
+bool isLineBreakOrControl(gunichar character) { return g_unichar_iscntrl(character) || character == 0x2028 || character == 0x2029; }
 
 std::string shortened(const std::string& text) {
   const glong length = g_utf8_strlen(text.data(), static_cast<gssize>(text.size()));

@@ -54,7 +54,8 @@ BoundMenuRef SelectionMenus::build(const Request& request) {
   browser_.setSelectedItemURLs(request.selection);
   browser_.setTargetedURL(request.folder);
   // Not every browser tells of a file that came after its folder was entered, and none of those that a new host has to be asked about.
-  if (request.kind == MenuKind::contextualMenuForItems && request.selection.size() == 1) browser_.fileShown(request.selection.front());
+  if (request.kind == MenuKind::contextualMenuForItems && request.selection.size() == 1)
+    browser_.fileShown(request.selection.front());
   const auto menu = browser_.menuForMenuKind(request.kind);
   if (!menu || menu->items.empty()) return nullptr;
   const std::string name = "DTDovetailSync" + std::to_string(static_cast<int>(request.kind));

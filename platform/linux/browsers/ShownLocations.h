@@ -15,8 +15,8 @@ class ShownLocations {
  public:
   /// What the browser publishes. The objects that show a folder are the windows, or parts of them.
   struct Published {
-    const char* location;     ///< The property that holds the shown folder, or null while there is none.
-    const char* partAdded;    ///< The window's signal with a new part; null where windows show folders themselves.
+    const char* location;   ///< The property that holds the shown folder, or null while there is none.
+    const char* partAdded;  ///< The window's signal with a new part; null where windows show folders themselves.
     const char* partRemoved;
     URL (*urlOf)(GObject* location);
   };

@@ -23,8 +23,7 @@ struct LinuxDistributedNotificationCenter::Subscription {
     if (isActive && center.beforeDelivery_) center.beforeDelivery_();
     if (isActive) handler(object);
   }
-  static void onSignal(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* body,
-                       gpointer data) {
+  static void onSignal(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* body, gpointer data) {
     // The handler may end its own subscription.
     const auto subscription = *static_cast<std::shared_ptr<Subscription>*>(data);
     if (!g_variant_is_of_type(body, G_VARIANT_TYPE("(s)"))) return;
@@ -34,8 +33,7 @@ struct LinuxDistributedNotificationCenter::Subscription {
   }
 };
 
-LinuxDistributedNotificationCenter::LinuxDistributedNotificationCenter(SessionBus& bus, Log& log)
-    : bus_(bus), log_(log) {
+LinuxDistributedNotificationCenter::LinuxDistributedNotificationCenter(SessionBus& bus, Log& log) : bus_(bus), log_(log) {
   bus_.setOnConnect([this](GDBusConnection* connection) {
     for (const auto& subscription : subscriptions_) subscribe(subscription, connection);
     if (subscriptions_.empty()) return;
@@ -54,8 +52,7 @@ void LinuxDistributedNotificationCenter::addObserver(const void* observer, std::
   if (!isLegal(member)) return;
   // Before the list grows, as a connection made now would subscribe all of the list.
   GDBusConnection* connection = bus_.connection(SessionBus::deadline());
-  subscriptions_.push_back(
-      std::make_shared<Subscription>(Subscription{*this, observer, std::move(member), std::move(handler)}));
+  subscriptions_.push_back(std::make_shared<Subscription>(Subscription{*this, observer, std::move(member), std::move(handler)}));
   if (connection != nullptr) subscribe(subscriptions_.back(), connection);
 }
 
@@ -80,23 +77,21 @@ void LinuxDistributedNotificationCenter::postNotificationName(std::string_view n
   GDBusConnection* connection = bus_.connection(SessionBus::deadline());
   if (connection == nullptr) return;
   const OwnedText text(g_utf8_make_valid(object.data(), static_cast<gssize>(object.size())));
-  g_dbus_connection_emit_signal(connection, nullptr, objectPath, interfaceName, member.c_str(),
-                                g_variant_new("(s)", text.get()), nullptr);
+  g_dbus_connection_emit_signal(connection, nullptr, objectPath, interfaceName, member.c_str(), g_variant_new("(s)", text.get()),
+                                nullptr);
 }
 
 bool LinuxDistributedNotificationCenter::isLegal(const std::string& name) {
-  const bool isLegal =
-      name.find('\0') == std::string::npos && g_dbus_is_member_name(name.c_str()) && name.size() <= 255;
+  const bool isLegal = name.find('\0') == std::string::npos && g_dbus_is_member_name(name.c_str()) && name.size() <= 255;
   if (!isLegal) log_.line("A notification's name is not one that the bus carries: " + name);
   return isLegal;
 }
 
-void LinuxDistributedNotificationCenter::subscribe(const std::shared_ptr<Subscription>& subscription,
-                                                   GDBusConnection* bus) {
+void LinuxDistributedNotificationCenter::subscribe(const std::shared_ptr<Subscription>& subscription, GDBusConnection* bus) {
   const auto release = [](gpointer data) { delete static_cast<std::shared_ptr<Subscription>*>(data); };
-  subscription->identifier = g_dbus_connection_signal_subscribe(
-      bus, nullptr, interfaceName, subscription->name.c_str(), objectPath, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
-      Subscription::onSignal, new std::shared_ptr<Subscription>(subscription), release);
+  subscription->identifier = g_dbus_connection_signal_subscribe(bus, nullptr, interfaceName, subscription->name.c_str(), objectPath,
+                                                                nullptr, G_DBUS_SIGNAL_FLAGS_NONE, Subscription::onSignal,
+                                                                new std::shared_ptr<Subscription>(subscription), release);
 }
 
 }  // namespace platform::native

@@ -26,8 +26,7 @@ class LinuxDistributedNotificationCenter final : public DistributedNotificationC
   /// Runs before each delivery to an observer.
   void setBeforeDelivery(std::function<void()> handler) { beforeDelivery_ = std::move(handler); }
 
-  void addObserver(const void* observer, std::string_view name,
-                   std::function<void(const std::string& object)> handler) override;
+  void addObserver(const void* observer, std::string_view name, std::function<void(const std::string& object)> handler) override;
   void removeObserver(const void* observer) override;
   void postNotificationName(std::string_view name, std::string_view object, bool deliverImmediately) override;
 

@@ -44,8 +44,7 @@ struct SessionBus::Attempt {
 
 SessionBus::SessionBus(Log& log) : SessionBus(log, usualAddress()) {}
 
-SessionBus::SessionBus(Log& log, std::string address)
-    : log_(log), address_(std::move(address)), waiting_(g_main_context_new()) {}
+SessionBus::SessionBus(Log& log, std::string address) : log_(log), address_(std::move(address)), waiting_(g_main_context_new()) {}
 
 SessionBus::~SessionBus() {
   if (!connection_) return;
@@ -61,9 +60,7 @@ SessionBus::~SessionBus() {
   wait(*isFlushed, deadline());
 }
 
-SessionBus::Moment SessionBus::deadline() {
-  return g_get_monotonic_time() + longestWait;
-}
+SessionBus::Moment SessionBus::deadline() { return g_get_monotonic_time() + longestWait; }
 
 GDBusConnection* SessionBus::connection(Moment deadline) {
   // The news of its end may still be waiting in the main loop.
@@ -83,20 +80,19 @@ OwnedVariant SessionBus::call(const char* method, GVariant* arguments, const cha
   GDBusConnection* bus = connection(deadline);
   const Moment left = (deadline - g_get_monotonic_time()) / 1000;
   if (bus == nullptr || left <= 0) return nullptr;
-  return OwnedVariant(g_dbus_connection_call_sync(
-      bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method, owned.get(),
-      G_VARIANT_TYPE(reply), G_DBUS_CALL_FLAGS_NO_AUTO_START, static_cast<int>(left), nullptr, nullptr));
+  return OwnedVariant(g_dbus_connection_call_sync(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                                  method, owned.get(), G_VARIANT_TYPE(reply), G_DBUS_CALL_FLAGS_NO_AUTO_START,
+                                                  static_cast<int>(left), nullptr, nullptr));
 }
 
 void SessionBus::begin() {
-  constexpr int flags =
-      G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION;
+  constexpr int flags = G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION;
   attempt_ = std::make_shared<Attempt>();
-  attempt_->connection.reset(G_DBUS_CONNECTION(
-      g_object_new(G_TYPE_DBUS_CONNECTION, "address", address_.c_str(), "flags", flags, nullptr)));
+  attempt_->connection.reset(
+      G_DBUS_CONNECTION(g_object_new(G_TYPE_DBUS_CONNECTION, "address", address_.c_str(), "flags", flags, nullptr)));
   g_main_context_push_thread_default(waiting_.get());
-  g_async_initable_init_async(G_ASYNC_INITABLE(attempt_->connection.get()), G_PRIORITY_DEFAULT, nullptr,
-                              Attempt::onOver, new std::shared_ptr<Attempt>(attempt_));
+  g_async_initable_init_async(G_ASYNC_INITABLE(attempt_->connection.get()), G_PRIORITY_DEFAULT, nullptr, Attempt::onOver,
+                              new std::shared_ptr<Attempt>(attempt_));
   g_main_context_pop_thread_default(waiting_.get());
 }
 
@@ -134,9 +130,7 @@ void SessionBus::watchForReturn() {
   const std::string path = socketFileOf(address_);
   std::error_code error;
   // For a file whose folder is missing GLib would wake up now and then to look for it.
-  if (returning_ || path.empty() ||
-      !std::filesystem::exists(std::filesystem::path(path).parent_path(), error))
-    return;
+  if (returning_ || path.empty() || !std::filesystem::exists(std::filesystem::path(path).parent_path(), error)) return;
   // The usual way may load a module that uses the process's shared connection, whose loss would end the process.
   const OwnedObject<GFile> file(g_vfs_get_file_for_path(g_vfs_get_local(), path.c_str()));
   returning_.reset(g_file_monitor_file(file.get(), G_FILE_MONITOR_NONE, nullptr, nullptr));

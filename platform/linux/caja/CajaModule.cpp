@@ -108,8 +108,9 @@ GList* getToolbarItems(CajaMenuProvider*, GtkWidget* window, CajaFileInfo* folde
     CajaMenuItem* const item =
         caja_menu_item_new("DTDovetailSync3", extension.toolbarItemName().c_str(), extension.toolbarItemToolTip().c_str(),
                            caja->module.icons().fileOf(extension.toolbarItemImage(), 24).c_str());
-    g_signal_connect_data(item, "activate", G_CALLBACK(buttonClicked), new Button{window, urlOf(folder)},
-                          [](gpointer button, GClosure*) { delete static_cast<Button*>(button); }, GConnectFlags(0));
+    g_signal_connect_data(
+        item, "activate", G_CALLBACK(buttonClicked), new Button{window, urlOf(folder)},
+        [](gpointer button, GClosure*) { delete static_cast<Button*>(button); }, GConnectFlags(0));
     return g_list_prepend(nullptr, item);
   });
 }

@@ -20,11 +20,9 @@ bool isAliasRegularFile(const char* path) {
   const auto text = contentsOfFile(path, maximumDesktopEntryLength);
   if (!text) return false;
   const std::unique_ptr<GKeyFile, decltype(&g_key_file_free)> entry(g_key_file_new(), g_key_file_free);
-  if (!g_key_file_load_from_data(entry.get(), text->data(), text->size(), G_KEY_FILE_NONE, nullptr))
-    return false;
+  if (!g_key_file_load_from_data(entry.get(), text->data(), text->size(), G_KEY_FILE_NONE, nullptr)) return false;
   const std::unique_ptr<char, decltype(&g_free)> type(
-      g_key_file_get_string(entry.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_TYPE, nullptr),
-      g_free);
+      g_key_file_get_string(entry.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_TYPE, nullptr), g_free);
   return type && std::string_view(type.get()) == G_KEY_FILE_DESKTOP_TYPE_LINK;
 }
 

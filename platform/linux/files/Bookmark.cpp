@@ -32,8 +32,7 @@ std::uint32_t crc32(ByteView bytes) {
 }
 
 void append(Data& data, std::uint32_t number, int length) {
-  for (int shift = 8 * (length - 1); shift >= 0; shift -= 8)
-    data.push_back(static_cast<std::uint8_t>(number >> shift));
+  for (int shift = 8 * (length - 1); shift >= 0; shift -= 8) data.push_back(static_cast<std::uint8_t>(number >> shift));
 }
 
 std::uint32_t numberIn(ByteView bytes) {

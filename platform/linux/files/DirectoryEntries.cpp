@@ -21,9 +21,7 @@ struct KernelEntry {
 };
 constexpr std::size_t nameOffset = offsetof(KernelEntry, kind) + 1;
 
-bool isFolderItselfOrParent(std::string_view name) {
-  return name == "." || name == "..";
-}
+bool isFolderItselfOrParent(std::string_view name) { return name == "." || name == ".."; }
 
 }  // namespace
 
@@ -33,8 +31,7 @@ std::optional<DirectoryEntries> DirectoryEntries::ofFolder(const char* path) {
   return DirectoryEntries(std::move(folder));
 }
 
-DirectoryEntries::DirectoryEntries(Descriptor folder)
-    : folder_(std::move(folder)), buffer_(std::make_unique<char[]>(bufferSize)) {}
+DirectoryEntries::DirectoryEntries(Descriptor folder) : folder_(std::move(folder)), buffer_(std::make_unique<char[]>(bufferSize)) {}
 
 bool DirectoryEntries::fill() {
   const auto length = getdents64(folder_.get(), buffer_.get(), bufferSize);

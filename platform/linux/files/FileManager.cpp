@@ -74,16 +74,13 @@ std::optional<FileSighting> LinuxFileManager::sightingOfFile(const URL& url) {
   return status ? std::optional(sighting(*status)) : std::nullopt;
 }
 
-bool LinuxFileManager::isAliasRegularFile(const URL& url) {
-  return native::isAliasRegularFile(Path(url).bytes());
-}
+bool LinuxFileManager::isAliasRegularFile(const URL& url) { return native::isAliasRegularFile(Path(url).bytes()); }
 
 ImageRef LinuxFileManager::effectiveIcon(const URL& url) {
   const Path path(url);
   struct stat target;
   if (!FileStatus::ofPath(path.bytes())) return nullptr;
-  if (stat(path.bytes(), &target) == 0 && S_ISDIR(target.st_mode))
-    return workspace_.imageNamed(ImageNameFolder);
+  if (stat(path.bytes(), &target) == 0 && S_ISDIR(target.st_mode)) return workspace_.imageNamed(ImageNameFolder);
   return workspace_.iconForFileType(extension(url.lastPathComponent()));
 }
 
@@ -94,8 +91,7 @@ std::optional<std::vector<URL>> LinuxFileManager::contentsOfDirectoryAtURL(const
 }
 
 // The entries are asked from the folder, so that the way to it is walked once.
-void LinuxFileManager::seeEntriesOfDirectoryAtURL(const URL& url,
-                                                  const std::function<void(const URL&, const FileSighting&)>& see) {
+void LinuxFileManager::seeEntriesOfDirectoryAtURL(const URL& url, const std::function<void(const URL&, const FileSighting&)>& see) {
   const Path path(url);
   auto entries = DirectoryEntries::ofFolder(path.bytes());
   const auto contents = entries ? contentsOf(*entries, path.text()) : std::nullopt;
@@ -107,8 +103,7 @@ void LinuxFileManager::seeEntriesOfDirectoryAtURL(const URL& url,
   }
 }
 
-std::optional<URL> LinuxFileManager::URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t,
-                                                                bool* isStale, Error* error) {
+std::optional<URL> LinuxFileManager::URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t, bool* isStale, Error* error) {
   int failure = 0;
   const auto resolved = resolveBookmark(bookmark, failure);
   if (!resolved) {

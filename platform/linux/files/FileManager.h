@@ -25,8 +25,7 @@ class LinuxFileManager : public FileManager {
   std::optional<std::vector<URL>> contentsOfDirectoryAtURL(const URL& url) override;
   void seeEntriesOfDirectoryAtURL(const URL& url,
                                   const std::function<void(const URL& entry, const FileSighting& sighting)>& see) override;
-  std::optional<URL> URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t options, bool* isStale,
-                                                Error* error) override;
+  std::optional<URL> URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t options, bool* isStale, Error* error) override;
   std::optional<Data> bookmarkDataWithURL(const URL& url, Error* error) override;
   std::optional<URL> fileReferenceURL(const URL& url) override;
   Object metadataItemAttribute(std::string_view path, std::string_view attribute) override;

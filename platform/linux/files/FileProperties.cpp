@@ -20,9 +20,7 @@ struct File {
   FileStatus status;
 };
 
-Object asObject(const std::optional<bool>& flag) {
-  return flag ? Object(*flag) : Object();
-}
+Object asObject(const std::optional<bool>& flag) { return flag ? Object(*flag) : Object(); }
 
 Object identity(const File& file) {
   const FileIdentity identity = file.status.identity();
@@ -51,33 +49,20 @@ Object parentDirectoryURL(const File& file) {
   return parent ? Object(URL::fileURLWithPath(*parent, true)) : Object();
 }
 
-Object isRegularFile(const File& file) {
-  return file.status.isRegularFile();
-}
-Object isDirectory(const File& file) {
-  return file.status.isDirectory();
-}
-Object isSymbolicLink(const File& file) {
-  return file.status.isSymbolicLink();
-}
+Object isRegularFile(const File& file) { return file.status.isRegularFile(); }
+Object isDirectory(const File& file) { return file.status.isDirectory(); }
+Object isSymbolicLink(const File& file) { return file.status.isSymbolicLink(); }
 Object isAliasFile(const File& file) {
-  return file.status.isSymbolicLink() ||
-         (file.status.isRegularFile() && isAliasRegularFile(file.path.c_str()));
+  return file.status.isSymbolicLink() || (file.status.isRegularFile() && isAliasRegularFile(file.path.c_str()));
 }
 
 Object creationDate(const File& file) {
   const auto date = file.status.birthDate();
   return date ? Object(*date) : Object();
 }
-Object contentModificationDate(const File& file) {
-  return file.status.modificationDate();
-}
-Object attributeModificationDate(const File& file) {
-  return file.status.changeDate();
-}
-Object addedToDirectoryDate(const File&) {
-  return {};
-}
+Object contentModificationDate(const File& file) { return file.status.modificationDate(); }
+Object attributeModificationDate(const File& file) { return file.status.changeDate(); }
+Object addedToDirectoryDate(const File&) { return {}; }
 
 std::optional<std::uint64_t> mountOf(const FileStatus& status) {
   const auto mount = status.mountIdentifier();
@@ -98,21 +83,14 @@ Object volumeIsRootFileSystem(const File& file) {
   return *mount == root->mountIdentifier();
 }
 
-Object volumeIsReadOnly(const File& file) {
-  return asObject(isVolumeReadOnly(file.path.c_str()));
-}
-Object volumeSupportsCaseSensitiveNames(const File& file) {
-  return asObject(hasVolumeCaseSensitiveNames(file.path.c_str()));
-}
+Object volumeIsReadOnly(const File& file) { return asObject(isVolumeReadOnly(file.path.c_str())); }
+Object volumeSupportsCaseSensitiveNames(const File& file) { return asObject(hasVolumeCaseSensitiveNames(file.path.c_str())); }
 
-Object isImmutable(const File& file) {
-  return file.status.isImmutable();
-}
+Object isImmutable(const File& file) { return file.status.isImmutable(); }
 
 struct Property {
   std::string_view key;
-  Object (*read)(
-      const File&);  // nil with `errno` set on failure, nil with `errno` 0 for a property that is not there
+  Object (*read)(const File&);  // nil with `errno` set on failure, nil with `errno` 0 for a property that is not there
 };
 
 constexpr Property properties[] = {

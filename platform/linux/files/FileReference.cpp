@@ -15,8 +15,7 @@ std::shared_ptr<const LinuxFileReference> LinuxFileReference::ofPath(const std::
   if (!file) return nullptr;
   const auto status = FileStatus::ofDescriptor(file.get(), FileStatus::identityFields);
   if (!status) return nullptr;
-  return std::shared_ptr<const LinuxFileReference>(
-      new LinuxFileReference(std::move(file), status->identity()));
+  return std::shared_ptr<const LinuxFileReference>(new LinuxFileReference(std::move(file), status->identity()));
 }
 
 LinuxFileReference::LinuxFileReference(Descriptor file, const FileIdentity& identity)

@@ -22,9 +22,7 @@ Error posixError(int code) {
   return error;
 }
 
-std::optional<FileStatus> FileStatus::ofPath(const char* path, unsigned fields) {
-  return ofEntry(AT_FDCWD, path, fields);
-}
+std::optional<FileStatus> FileStatus::ofPath(const char* path, unsigned fields) { return ofEntry(AT_FDCWD, path, fields); }
 
 std::optional<FileStatus> FileStatus::ofEntry(int folder, const char* name, unsigned fields) {
   FileStatus file;
@@ -44,8 +42,7 @@ FileIdentity FileStatus::identity() const {
   std::array<std::uint8_t, identityLength> bytes;
   putBigEndian(std::uint64_t{status_.stx_dev_major} << 32 | status_.stx_dev_minor, &bytes[0]);
   putBigEndian(status_.stx_ino, &bytes[8]);
-  putBigEndian(hasBirthTime ? seconds * 1'000'000'000u + status_.stx_btime.tv_nsec : ~std::uint64_t{0},
-               &bytes[16]);
+  putBigEndian(hasBirthTime ? seconds * 1'000'000'000u + status_.stx_btime.tv_nsec : ~std::uint64_t{0}, &bytes[16]);
   return *FileIdentity::withBytes(bytes);
 }
 

@@ -14,15 +14,9 @@ constexpr int maximumEntries = 20'000;
 constexpr int levelsBelow = 2;
 constexpr int foldersAbove = 2;
 
-ByteView device(const FileIdentity& identity) {
-  return identity.bytes().first(8);
-}
-ByteView inode(const FileIdentity& identity) {
-  return identity.bytes().subspan(8, 8);
-}
-ByteView birthTime(const FileIdentity& identity) {
-  return identity.bytes().subspan(16);
-}
+ByteView device(const FileIdentity& identity) { return identity.bytes().first(8); }
+ByteView inode(const FileIdentity& identity) { return identity.bytes().subspan(8, 8); }
+ByteView birthTime(const FileIdentity& identity) { return identity.bytes().subspan(16); }
 
 std::uint64_t bigEndian(ByteView bytes) {
   std::uint64_t number = 0;
@@ -30,9 +24,7 @@ std::uint64_t bigEndian(ByteView bytes) {
   return number;
 }
 
-bool isEqual(ByteView a, ByteView b) {
-  return std::ranges::equal(a, b);
-}
+bool isEqual(ByteView a, ByteView b) { return std::ranges::equal(a, b); }
 
 // Some file systems have 0 for a time that they do not know.
 bool hasBirthTime(const FileIdentity& identity) {

@@ -6,9 +6,7 @@
 
 namespace platform::native {
 
-std::string_view lastComponent(std::string_view path) {
-  return path.substr(path.rfind('/') + 1);
-}
+std::string_view lastComponent(std::string_view path) { return path.substr(path.rfind('/') + 1); }
 
 std::string withoutLastComponent(std::string_view path) {
   path = path.substr(0, path.rfind('/'));

@@ -20,18 +20,14 @@ bool isOfPath(const char* uri, std::string_view path) {
 
 }  // namespace
 
-std::string recentlyUsedListPath() {
-  return std::string(g_get_user_data_dir()) + "/recently-used.xbel";
-}
+std::string recentlyUsedListPath() { return std::string(g_get_user_data_dir()) + "/recently-used.xbel"; }
 
 std::optional<Date> lastUsedDate(const std::string& listPath, std::string_view path) {
   const auto text = contentsOfFile(listPath.c_str(), maximumListLength);
   if (!text || text->empty()) return std::nullopt;
-  const std::unique_ptr<GBookmarkFile, decltype(&g_bookmark_file_free)> list(g_bookmark_file_new(),
-                                                                             g_bookmark_file_free);
+  const std::unique_ptr<GBookmarkFile, decltype(&g_bookmark_file_free)> list(g_bookmark_file_new(), g_bookmark_file_free);
   if (!g_bookmark_file_load_from_data(list.get(), text->data(), text->size(), nullptr)) return std::nullopt;
-  const std::unique_ptr<char*, decltype(&g_strfreev)> uris(g_bookmark_file_get_uris(list.get(), nullptr),
-                                                           g_strfreev);
+  const std::unique_ptr<char*, decltype(&g_strfreev)> uris(g_bookmark_file_get_uris(list.get(), nullptr), g_strfreev);
   for (char** uri = uris.get(); *uri; ++uri) {
     if (!isOfPath(*uri, path)) continue;
     GDateTime* const visited = g_bookmark_file_get_visited_date_time(list.get(), *uri, nullptr);

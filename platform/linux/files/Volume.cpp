@@ -21,19 +21,16 @@ constexpr std::uint32_t hfsPlusMagic = 0x482B;
 constexpr std::uint32_t exfatMagic = 0x2011BAB0;
 constexpr std::uint32_t cifsMagic = 0xFF534D42;
 constexpr std::uint32_t smb2Magic = 0xFE534D42;
-constexpr std::array<std::uint32_t, 5> caseInsensitiveMagics = {MSDOS_SUPER_MAGIC, exfatMagic, hfsPlusMagic,
-                                                                cifsMagic, smb2Magic};
+constexpr std::array<std::uint32_t, 5> caseInsensitiveMagics = {MSDOS_SUPER_MAGIC, exfatMagic, hfsPlusMagic, cifsMagic, smb2Magic};
 
-bool isOctalDigit(char c) {
-  return c >= '0' && c <= '7';
-}
+bool isOctalDigit(char c) { return c >= '0' && c <= '7'; }
 
 // Space, tab, end of line and backslash stand as \ and three octal digits.
 std::string unescaped(const std::string& text) {
   std::string bytes;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool isEscape = text[i] == '\\' && i + 3 < text.size() && isOctalDigit(text[i + 1]) &&
-                          isOctalDigit(text[i + 2]) && isOctalDigit(text[i + 3]);
+    const bool isEscape = text[i] == '\\' && i + 3 < text.size() && isOctalDigit(text[i + 1]) && isOctalDigit(text[i + 2]) &&
+                          isOctalDigit(text[i + 3]);
     if (!isEscape) {
       bytes += text[i];
       continue;
@@ -45,9 +42,7 @@ std::string unescaped(const std::string& text) {
 }
 
 // Of the file itself: the calls that take a path would follow a symbolic link.
-Descriptor fileItself(const char* path) {
-  return Descriptor(open(path, O_PATH | O_NOFOLLOW | O_CLOEXEC));
-}
+Descriptor fileItself(const char* path) { return Descriptor(open(path, O_PATH | O_NOFOLLOW | O_CLOEXEC)); }
 
 }  // namespace
 

@@ -13,9 +13,8 @@
 namespace platform::native {
 namespace {
 
-constexpr double largestSide = 4096;  // points
-constexpr double largestDeviation =
-    1 / 64.;  // pixels; with cairo's own tenth, a circle of one pixel is a square
+constexpr double largestSide = 4096;          // points
+constexpr double largestDeviation = 1 / 64.;  // pixels; with cairo's own tenth, a circle of one pixel is a square
 
 struct Release {
   void operator()(cairo_t* context) const { cairo_destroy(context); }
@@ -24,9 +23,7 @@ struct Release {
 using Surface = std::unique_ptr<cairo_surface_t, Release>;
 using Cairo = std::unique_ptr<cairo_t, Release>;
 
-bool isDrawable(Size size) {
-  return size.width > 0 && size.height > 0 && size.width <= largestSide && size.height <= largestSide;
-}
+bool isDrawable(Size size) { return size.width > 0 && size.height > 0 && size.width <= largestSide && size.height <= largestSide; }
 
 // Cairo keeps a pixel as one native word of alpha, red, green and blue.
 Surface surfaceOf(const Bitmap& bitmap) {
@@ -56,8 +53,7 @@ std::shared_ptr<const Bitmap> bitmapOf(cairo_surface_t* surface) {
     for (int x = 0; x < bitmap->width; ++x) {
       std::uint32_t word;
       std::memcpy(&word, pixels + y * stride + x * 4, sizeof word);
-      for (const int shift : {16, 8, 0, 24})
-        bitmap->bytes.push_back(static_cast<std::uint8_t>(word >> shift));
+      for (const int shift : {16, 8, 0, 24}) bitmap->bytes.push_back(static_cast<std::uint8_t>(word >> shift));
     }
   }
   return bitmap;
@@ -65,14 +61,10 @@ std::shared_ptr<const Bitmap> bitmapOf(cairo_surface_t* surface) {
 
 cairo_filter_t filterOf(ImageInterpolation interpolation) {
   switch (interpolation) {
-    case ImageInterpolation::none:
-      return CAIRO_FILTER_NEAREST;
-    case ImageInterpolation::low:
-      return CAIRO_FILTER_FAST;
-    case ImageInterpolation::high:
-      return CAIRO_FILTER_BEST;
-    case ImageInterpolation::standard:
-      break;
+    case ImageInterpolation::none: return CAIRO_FILTER_NEAREST;
+    case ImageInterpolation::low: return CAIRO_FILTER_FAST;
+    case ImageInterpolation::high: return CAIRO_FILTER_BEST;
+    case ImageInterpolation::standard: break;
   }
   return CAIRO_FILTER_GOOD;
 }
@@ -83,8 +75,8 @@ class CairoContext final : public GraphicsContext {
 
   void setImageInterpolation(ImageInterpolation interpolation) override { filter_ = filterOf(interpolation); }
   void addClip(const BezierPath& path) override;
-  void drawImage(const Image& image, const Rect& destination, const Rect& source,
-                 CompositingOperation operation, double fraction) override;
+  void drawImage(const Image& image, const Rect& destination, const Rect& source, CompositingOperation operation,
+                 double fraction) override;
   ImageRef unlockFocus() override;
 
  private:
@@ -123,19 +115,17 @@ void CairoContext::addClip(const BezierPath& path) {
   cairo_clip(cairo);
 }
 
-void CairoContext::drawImage(const Image& image, const Rect& destination, const Rect& source,
-                             CompositingOperation, double fraction) {
+void CairoContext::drawImage(const Image& image, const Rect& destination, const Rect& source, CompositingOperation,
+                             double fraction) {
   cairo_t* const cairo = context_.get();
   if (!cairo || !isDrawable(source.size) || !isDrawable(destination.size)) return;
   const double across = destination.size.width / source.size.width;
   const double down = destination.size.height / source.size.height;
   const double sourceTop = image.size.height - source.origin.y - source.size.height;
   cairo_save(cairo);
-  cairo_rectangle(cairo, destination.origin.x, topOf(destination), destination.size.width,
-                  destination.size.height);
+  cairo_rectangle(cairo, destination.origin.x, topOf(destination), destination.size.width, destination.size.height);
   cairo_clip(cairo);
-  cairo_translate(cairo, destination.origin.x - source.origin.x * across,
-                  topOf(destination) - sourceTop * down);
+  cairo_translate(cairo, destination.origin.x - source.origin.x * across, topOf(destination) - sourceTop * down);
   cairo_push_group(cairo);
   cairo_reset_clip(cairo);  // it applies to the group as a whole, once
   drawWhole(image, {image.size.width * across, image.size.height * down});
@@ -159,8 +149,7 @@ ImageRef CairoContext::unlockFocus() {
   image->size = size_;
   context_.reset();
   if (surface_ && cairo_surface_status(surface_.get()) == CAIRO_STATUS_SUCCESS) {
-    image->representations.push_back(
-        {.size = size_, .source = {}, .file = {}, .bitmap = bitmapOf(surface_.get())});
+    image->representations.push_back({.size = size_, .source = {}, .file = {}, .bitmap = bitmapOf(surface_.get())});
   }
   surface_.reset();
   return image;
@@ -168,9 +157,7 @@ ImageRef CairoContext::unlockFocus() {
 
 }  // namespace
 
-std::unique_ptr<GraphicsContext> LinuxGraphics::lockFocus(Size size) {
-  return std::make_unique<CairoContext>(size);
-}
+std::unique_ptr<GraphicsContext> LinuxGraphics::lockFocus(Size size) { return std::make_unique<CairoContext>(size); }
 
 bool writePNG(const Bitmap& bitmap, const std::string& file) {
   return cairo_surface_write_to_png(surfaceOf(bitmap).get(), file.c_str()) == CAIRO_STATUS_SUCCESS;

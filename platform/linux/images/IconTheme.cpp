@@ -39,8 +39,7 @@ bool isDirectory(const std::string& path) {
 
 // A theme's name and a drawing's name are single components of a path.
 bool isSingleComponent(std::string_view name) {
-  return !name.empty() && name.find('/') == name.npos && !name.starts_with('.') &&
-         name.find('\0') == name.npos;
+  return !name.empty() && name.find('/') == name.npos && !name.starts_with('.') && name.find('\0') == name.npos;
 }
 
 KeyFile openDescription(const std::string& path) {
@@ -109,8 +108,7 @@ Value settingsValue(GSettingsSchema* schema, const char* key) {
 }  // namespace
 
 std::vector<std::string> iconThemeFolders() {
-  std::vector<std::string> folders{std::string(g_get_home_dir()) + "/.icons",
-                                   std::string(g_get_user_data_dir()) + "/icons"};
+  std::vector<std::string> folders{std::string(g_get_home_dir()) + "/.icons", std::string(g_get_user_data_dir()) + "/icons"};
   for (const gchar* const* folder = g_get_system_data_dirs(); *folder; ++folder) {
     folders.push_back(std::string(*folder) + "/icons");
   }
@@ -121,16 +119,14 @@ std::string currentIconThemeName() {
   constexpr char key[] = "icon-theme";
   GSettingsSchemaSource* source = g_settings_schema_source_get_default();
   if (!source) return "Adwaita";
-  const std::unique_ptr<GSettingsSchema, Release> schema(
-      g_settings_schema_source_lookup(source, settingsSchema(), TRUE));
+  const std::unique_ptr<GSettingsSchema, Release> schema(g_settings_schema_source_lookup(source, settingsSchema(), TRUE));
   if (!schema || !g_settings_schema_has_key(schema.get(), key)) return "Adwaita";
   const Value name = settingsValue(schema.get(), key);
   const bool isText = g_variant_is_of_type(name.get(), G_VARIANT_TYPE_STRING);
   return isText ? g_variant_get_string(name.get(), nullptr) : "Adwaita";
 }
 
-IconTheme::IconTheme(std::string_view name, std::vector<std::string> themeFolders)
-    : themeFolders_(std::move(themeFolders)) {
+IconTheme::IconTheme(std::string_view name, std::vector<std::string> themeFolders) : themeFolders_(std::move(themeFolders)) {
   std::vector<std::string> seen{"hicolor"};
   appendTheme(std::string(name), seen);
   if (chain_.empty() && name != "hicolor") appendTheme("Adwaita", seen);

@@ -22,7 +22,7 @@ std::string currentIconThemeName();
 /// What a theme has of one icon.
 struct ThemedIcon {
   std::vector<ImageRepresentation> representations;  ///< Smallest first; empty when no theme has a drawing.
-  std::string unreadableFile;  ///< The first file met that is no whole image; mostly empty.
+  std::string unreadableFile;                        ///< The first file met that is no whole image; mostly empty.
 };
 
 class IconTheme {

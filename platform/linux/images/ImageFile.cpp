@@ -62,15 +62,12 @@ std::uint32_t bigEndian(std::string_view bytes) {
   return value;
 }
 
-bool isSensibleSide(std::uint32_t pixels) {
-  return pixels > 0 && pixels <= largestSide;
-}
+bool isSensibleSide(std::uint32_t pixels) { return pixels > 0 && pixels <= largestSide; }
 
 // Portable Network Graphics, second edition, 5.3: length, type, data and checksum, from IHDR to IEND.
 bool isWholePNG(std::string_view bytes) {
   if (bytes.size() < 24 || bytes.substr(12, 4) != "IHDR") return false;
-  if (!isSensibleSide(bigEndian(bytes.substr(16))) || !isSensibleSide(bigEndian(bytes.substr(20))))
-    return false;
+  if (!isSensibleSide(bigEndian(bytes.substr(16))) || !isSensibleSide(bigEndian(bytes.substr(20)))) return false;
   bytes.remove_prefix(pngSignature.size());
   while (bytes.size() >= 12) {
     const std::size_t length = bigEndian(bytes);
@@ -106,8 +103,7 @@ cairo_status_t nextBytes(void* closure, unsigned char* into, unsigned int length
 
 bool drawPNG(cairo_t* context, std::string_view bytes, Size size, cairo_filter_t filter) {
   ByteSource source{bytes};
-  const std::unique_ptr<cairo_surface_t, Unref> surface(
-      cairo_image_surface_create_from_png_stream(nextBytes, &source));
+  const std::unique_ptr<cairo_surface_t, Unref> surface(cairo_image_surface_create_from_png_stream(nextBytes, &source));
   if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) return false;
   drawSurface(context, surface.get(), size, filter);
   return true;

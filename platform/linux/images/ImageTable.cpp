@@ -31,8 +31,7 @@ constexpr NamedImage named[] = {
     {ImageNameGoRightTemplate, goRight, "dovetail-chevron-forward-symbolic", 16, true},
     {ImageNameMenuOnStateTemplate, menuOnState, "dovetail-checkmark-symbolic", 16, true},
     {ImageNameRemoveTemplate, remove, "dovetail-minus-symbolic", 16, true},
-    {ImageNameStopProgressFreestandingTemplate, stopFreestanding, "dovetail-xmark-circle-fill-symbolic", 16,
-     true},
+    {ImageNameStopProgressFreestandingTemplate, stopFreestanding, "dovetail-xmark-circle-fill-symbolic", 16, true},
     {ImageNameStopProgressTemplate, stop, "dovetail-xmark-symbolic", 16, true},
     {ImageNameUser, user, "dovetail-user-symbolic", 32, false},
     {ImageNameUserGroup, userGroup, "dovetail-user-group-symbolic", 32, false},
@@ -59,11 +58,7 @@ constexpr NamedImage symbols[] = {
     {"10.square", {}, "dovetail-10-square-symbolic", 16, true},
     {"2.square", {}, "dovetail-2-square-symbolic", 16, true},
     {"arrow.left.arrow.right", {}, "dovetail-arrow-left-arrow-right-symbolic", 16, true},
-    {"arrow.triangle.2.circlepath.circle",
-     {},
-     "dovetail-arrow-triangle-2-circlepath-circle-symbolic",
-     16,
-     true},
+    {"arrow.triangle.2.circlepath.circle", {}, "dovetail-arrow-triangle-2-circlepath-circle-symbolic", 16, true},
     {"checkmark", {}, "dovetail-checkmark-symbolic", 16, true},
     {"chevron.backward", {}, "dovetail-chevron-backward-symbolic", 16, true},
     {"chevron.forward", {}, "dovetail-chevron-forward-symbolic", 16, true},
@@ -90,18 +85,13 @@ constexpr NamedImage symbols[] = {
 };
 
 const NamedImage* find(std::span<const NamedImage> table, std::string_view name) {
-  const auto row =
-      std::find_if(table.begin(), table.end(), [&](const NamedImage& each) { return each.name == name; });
+  const auto row = std::find_if(table.begin(), table.end(), [&](const NamedImage& each) { return each.name == name; });
   return row == table.end() ? nullptr : &*row;
 }
 
 }  // namespace
 
-const NamedImage* namedImage(std::string_view name) {
-  return find(named, name);
-}
-const NamedImage* symbolImage(std::string_view name) {
-  return find(symbols, name);
-}
+const NamedImage* namedImage(std::string_view name) { return find(named, name); }
+const NamedImage* symbolImage(std::string_view name) { return find(symbols, name); }
 
 }  // namespace platform::native

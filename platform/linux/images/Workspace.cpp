@@ -23,12 +23,9 @@ constexpr double symbolTextSize = 13;  // points, of the text that it fits at th
 
 double factorOf(SymbolScale scale) {
   switch (scale) {
-    case SymbolScale::small:
-      return 0.75;
-    case SymbolScale::medium:
-      break;
-    case SymbolScale::large:
-      return 1.25;
+    case SymbolScale::small: return 0.75;
+    case SymbolScale::medium: break;
+    case SymbolScale::large: return 1.25;
   }
   return 1;
 }
@@ -65,8 +62,7 @@ bool isExtension(std::string_view text) {
 
 // The base name is one that no pattern of the MIME database knows.
 std::string contentTypeOf(std::string_view extension) {
-  if (extension.empty() ||
-      !g_utf8_validate(extension.data(), static_cast<gssize>(extension.size()), nullptr)) {
+  if (extension.empty() || !g_utf8_validate(extension.data(), static_cast<gssize>(extension.size()), nullptr)) {
     return std::string(unknownType);
   }
   const std::string fileName = "x." + std::string(extension);
@@ -116,8 +112,7 @@ ImageRef LinuxWorkspace::imageWithSystemSymbolName(std::string_view name) {
   return row ? imageOf(*row) : nullptr;
 }
 
-ImageRef LinuxWorkspace::imageWithSymbolConfiguration(const Image& image,
-                                                      const SymbolConfiguration& configuration) {
+ImageRef LinuxWorkspace::imageWithSymbolConfiguration(const Image& image, const SymbolConfiguration& configuration) {
   const double side = symbolSize * configuration.pointSize / symbolTextSize * factorOf(configuration.scale);
   auto configured = std::make_shared<Image>(image);
   configured->size = {side, side};
@@ -141,8 +136,7 @@ ImageRef LinuxWorkspace::imageOf(const NamedImage& row) {
 
 ImageRef LinuxWorkspace::iconForFileType(std::string_view extension) {
   if (!isExtension(extension)) {
-    if (!isOddExtensionLogged_)
-      log_.line("A file type's name holds a slash or a dot or is too long: generic icon");
+    if (!isOddExtensionLogged_) log_.line("A file type's name holds a slash or a dot or is too long: generic icon");
     isOddExtensionLogged_ = true;
     return iconForContentType(std::string(unknownType));
   }

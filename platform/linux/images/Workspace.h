@@ -38,8 +38,7 @@ class LinuxWorkspace final : public Workspace, public SymbolImages {
   ImageRef iconForFileType(std::string_view extension) override;
   ImageRef imageWithSystemSymbolName(std::string_view name) override;
   /// Our symbols fill 16 points beside text of 13 points at the medium scale; the weight is always regular.
-  ImageRef imageWithSymbolConfiguration(const Image& image,
-                                        const SymbolConfiguration& configuration) override;
+  ImageRef imageWithSymbolConfiguration(const Image& image, const SymbolConfiguration& configuration) override;
 
  private:
   IconTheme& theme();

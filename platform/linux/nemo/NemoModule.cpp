@@ -60,9 +60,7 @@ std::vector<URL> urlsOf(GList* files) {
 // ---- Contextual menus
 
 GList* getFileItems(NemoMenuProvider*, GtkWidget*, GList* files) {
-  return guarded([&] {
-    return nemo->fileItems.list(nemo->module.menus().menuForItems(urlsOf(files)));
-  });
+  return guarded([&] { return nemo->fileItems.list(nemo->module.menus().menuForItems(urlsOf(files))); });
 }
 
 GList* getBackgroundItems(NemoMenuProvider*, GtkWidget*, NemoFileInfo* folder) {

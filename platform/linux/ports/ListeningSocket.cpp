@@ -18,21 +18,16 @@ constexpr int waitingConnections = 64;
 bool isSameFile(int descriptor, int folder, const std::string& file) {
   struct stat held = {};
   struct stat found = {};
-  return ::fstat(descriptor, &held) == 0 &&
-         ::fstatat(folder, file.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0 && held.st_dev == found.st_dev &&
-         held.st_ino == found.st_ino;
+  return ::fstat(descriptor, &held) == 0 && ::fstatat(folder, file.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0 &&
+         held.st_dev == found.st_dev && held.st_ino == found.st_ino;
 }
 
 }  // namespace
 
 ListeningSocket::ListeningSocket(PortFolder folder, std::string file)
-    : folder_(std::move(folder)),
-      file_(std::move(file)),
-      lockFile_("." + file_ + ".lock"),
-      owner_(::getpid()) {}
+    : folder_(std::move(folder)), file_(std::move(file)), lockFile_("." + file_ + ".lock"), owner_(::getpid()) {}
 
-std::unique_ptr<ListeningSocket> ListeningSocket::open(PortFolder folder, std::string_view port,
-                                                       std::string& fault) {
+std::unique_ptr<ListeningSocket> ListeningSocket::open(PortFolder folder, std::string_view port, std::string& fault) {
   std::string file = PortFolder::fileForPort(port);
   std::unique_ptr<ListeningSocket> opened(new ListeningSocket(std::move(folder), std::move(file)));
   if (!opened->lock(fault) || !opened->listen(fault)) return nullptr;
@@ -48,8 +43,7 @@ ListeningSocket::~ListeningSocket() {
 bool ListeningSocket::isIn(const PortFolder& folder) const {
   struct stat facts = {};
   return isSameFile(lock_.get(), folder.descriptor(), lockFile_) &&
-         ::fstatat(folder.descriptor(), file_.c_str(), &facts, AT_SYMLINK_NOFOLLOW) == 0 &&
-         S_ISSOCK(facts.st_mode);
+         ::fstatat(folder.descriptor(), file_.c_str(), &facts, AT_SYMLINK_NOFOLLOW) == 0 && S_ISSOCK(facts.st_mode);
 }
 
 bool ListeningSocket::lock(std::string& fault) {
@@ -72,8 +66,7 @@ bool ListeningSocket::listen(std::string& fault) {
   ::unlinkat(folder_.descriptor(), file_.c_str(), 0);
   Descriptor socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   const SocketAddress address(folder_.address(file_));
-  if (!socket || ::bind(socket.get(), address.get(), address.length()) != 0 ||
-      ::listen(socket.get(), waitingConnections) != 0) {
+  if (!socket || ::bind(socket.get(), address.get(), address.length()) != 0 || ::listen(socket.get(), waitingConnections) != 0) {
     fault = std::strerror(errno);
     return false;
   }

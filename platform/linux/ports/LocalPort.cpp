@@ -19,19 +19,16 @@ constexpr int recordsPerTurn = 8;
 
 const char* faultOf(IncomingRecord::Result result) {
   switch (result) {
-    case IncomingRecord::Result::brokenRules:
-      return "a record was not formed as it must be";
-    case IncomingRecord::Result::outOfMeans:
-      return "no descriptor or memory left for a record";
-    default:
-      return nullptr;
+    case IncomingRecord::Result::brokenRules: return "a record was not formed as it must be";
+    case IncomingRecord::Result::outOfMeans: return "no descriptor or memory left for a record";
+    default: return nullptr;
   }
 }
 
 }  // namespace
 
-LocalPort::LocalPort(std::string name, std::unique_ptr<ListeningSocket> socket, uid_t user,
-                     MessagePortCallBack callBack, const MessagePortContext& context, Log& log)
+LocalPort::LocalPort(std::string name, std::unique_ptr<ListeningSocket> socket, uid_t user, MessagePortCallBack callBack,
+                     const MessagePortContext& context, Log& log)
     : name_(std::move(name)),
       socket_(std::move(socket)),
       user_(user),
@@ -65,8 +62,7 @@ void LocalPort::resumeAccepting() {
 void LocalPort::acceptOne() {
   Descriptor socket = acceptedSocket();
   if (!socket) return;
-  if (!isPeerOfUser(socket.get(), user_))
-    return log_.line("Port " + name_ + " refused a process of another user");
+  if (!isPeerOfUser(socket.get(), user_)) return log_.line("Port " + name_ + " refused a process of another user");
   const auto peer = peers_.insert(peers_.end(), Peer{std::move(socket), {}});
   peer->source = MainLoopSource::whenReadable(
       peer->socket.get(), [this, peer] { read(peer); }, order_);

@@ -18,8 +18,8 @@ class LocalPort final : public LocalMessagePort {
   /// Connections held at once. Others wait in the socket's queue until one closes.
   static constexpr std::size_t mostPeers = 64;
 
-  LocalPort(std::string name, std::unique_ptr<ListeningSocket> socket, uid_t user,
-            MessagePortCallBack callBack, const MessagePortContext& context, Log& log);
+  LocalPort(std::string name, std::unique_ptr<ListeningSocket> socket, uid_t user, MessagePortCallBack callBack,
+            const MessagePortContext& context, Log& log);
 
   std::string_view name() const override { return name_; }
   /// From now on connections are accepted and records delivered, at that order of the loop's sources.

@@ -42,8 +42,7 @@ struct LinuxMessagePorts::Source final : RunLoopSource {
   int order;
 };
 
-LinuxMessagePorts::LinuxMessagePorts(Log& log)
-    : LinuxMessagePorts(log, PortFolder::usualPath(), ::geteuid()) {}
+LinuxMessagePorts::LinuxMessagePorts(Log& log) : LinuxMessagePorts(log, PortFolder::usualPath(), ::geteuid()) {}
 
 LinuxMessagePorts::LinuxMessagePorts(Log& log, std::string folder, uid_t user)
     : log_(log), folder_(std::move(folder)), user_(user) {}
@@ -60,8 +59,7 @@ LocalMessagePort* LinuxMessagePorts::createLocal(std::string_view name, MessageP
     log_.line("Port " + std::string(name) + " cannot be opened: " + fault);
     return nullptr;
   }
-  ports_.push_back(
-      std::make_unique<LocalPort>(std::string(name), std::move(socket), user_, callBack, context, log_));
+  ports_.push_back(std::make_unique<LocalPort>(std::string(name), std::move(socket), user_, callBack, context, log_));
   return ports_.back().get();
 }
 

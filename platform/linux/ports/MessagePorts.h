@@ -25,8 +25,7 @@ class LinuxMessagePorts final : public MessagePorts {
   /// Closes the local ports and removes their files.
   ~LinuxMessagePorts() override;
 
-  LocalMessagePort* createLocal(std::string_view name, MessagePortCallBack callBack,
-                                const MessagePortContext& context) override;
+  LocalMessagePort* createLocal(std::string_view name, MessagePortCallBack callBack, const MessagePortContext& context) override;
   RunLoopSource& createRunLoopSource(LocalMessagePort& port, int order) override;
   void addSourceToCurrentRunLoop(RunLoopSource& source, RunLoopMode mode) override;
 

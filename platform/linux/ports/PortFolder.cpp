@@ -15,17 +15,14 @@ namespace {
 constexpr std::size_t longestPlainName = 64;
 
 bool isPlain(std::string_view name) {
-  const auto isPlainByte = [](char byte) {
-    return g_ascii_isalnum(byte) || byte == '-' || byte == '_' || byte == '.';
-  };
+  const auto isPlainByte = [](char byte) { return g_ascii_isalnum(byte) || byte == '-' || byte == '_' || byte == '.'; };
   return !name.empty() && name.size() <= longestPlainName && name.front() != '.' &&
          std::all_of(name.begin(), name.end(), isPlainByte);
 }
 
 std::string sha256(std::string_view text) {
   const auto* bytes = reinterpret_cast<const guchar*>(text.data());
-  const std::unique_ptr<char, decltype(&g_free)> digits(
-      g_compute_checksum_for_data(G_CHECKSUM_SHA256, bytes, text.size()), g_free);
+  const std::unique_ptr<char, decltype(&g_free)> digits(g_compute_checksum_for_data(G_CHECKSUM_SHA256, bytes, text.size()), g_free);
   return digits.get();
 }
 
@@ -37,12 +34,9 @@ std::string faultOf(const struct stat& facts, uid_t user) {
 
 }  // namespace
 
-std::string PortFolder::usualPath() {
-  return std::string(g_get_user_runtime_dir()) + "/dovetail";
-}
+std::string PortFolder::usualPath() { return std::string(g_get_user_runtime_dir()) + "/dovetail"; }
 
-std::optional<PortFolder> PortFolder::open(const std::string& path, uid_t user, Missing missing,
-                                           std::string& fault) {
+std::optional<PortFolder> PortFolder::open(const std::string& path, uid_t user, Missing missing, std::string& fault) {
   if (missing == Missing::isMade) ::mkdir(path.c_str(), 0700);
   Descriptor folder(::open(path.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   struct stat facts = {};
@@ -56,9 +50,7 @@ std::optional<PortFolder> PortFolder::open(const std::string& path, uid_t user, 
   return PortFolder(std::move(folder));
 }
 
-std::string PortFolder::fileForPort(std::string_view name) {
-  return isPlain(name) ? std::string(name) : sha256(name);
-}
+std::string PortFolder::fileForPort(std::string_view name) { return isPlain(name) ? std::string(name) : sha256(name); }
 
 std::string PortFolder::address(std::string_view file) const {
   return "/proc/self/fd/" + std::to_string(folder_.get()) + "/" + std::string(file);

@@ -19,8 +19,7 @@ class PortFolder {
   /// Holds the folder itself, so that nobody can put another one in its place. Nothing when it is missing
   /// (unless it is to be made), no folder, a symbolic link, another user's than `user`, or open to anybody
   /// else; `fault` then says which, and is empty for a missing one.
-  static std::optional<PortFolder> open(const std::string& path, uid_t user, Missing missing,
-                                        std::string& fault);
+  static std::optional<PortFolder> open(const std::string& path, uid_t user, Missing missing, std::string& fault);
   /// `$XDG_RUNTIME_DIR/dovetail`.
   static std::string usualPath();
 

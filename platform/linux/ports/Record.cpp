@@ -54,8 +54,7 @@ int sendDescriptor(int socket, int descriptor) {
 // Alignment leaves room for a second descriptor, so there may be more than the one that is legal.
 std::vector<Descriptor> descriptorsOf(msghdr& header) {
   std::vector<Descriptor> found;
-  for (cmsghdr* control = CMSG_FIRSTHDR(&header); control != nullptr;
-       control = CMSG_NXTHDR(&header, control)) {
+  for (cmsghdr* control = CMSG_FIRSTHDR(&header); control != nullptr; control = CMSG_NXTHDR(&header, control)) {
     if (control->cmsg_level != SOL_SOCKET || control->cmsg_type != SCM_RIGHTS) continue;
     const std::size_t count = (control->cmsg_len - CMSG_LEN(0)) / sizeof(int);
     for (std::size_t i = 0; i < count; ++i) {
@@ -85,8 +84,7 @@ int OutgoingRecord::sendTo(int socket) {
 int OutgoingRecord::makeMemory() {
   if (bytes_.size() > longestRecord) return EMSGSIZE;
   Descriptor memory(::memfd_create("dovetail-record", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-  if (!memory || !writeAll(memory.get(), bytes_) || ::fcntl(memory.get(), F_ADD_SEALS, neededSeals) != 0)
-    return errno;
+  if (!memory || !writeAll(memory.get(), bytes_) || ::fcntl(memory.get(), F_ADD_SEALS, neededSeals) != 0) return errno;
   memory_ = std::move(memory);
   return 0;
 }
@@ -106,8 +104,7 @@ IncomingRecord::Result IncomingRecord::receiveFrom(int socket, std::span<std::ui
   const std::vector<Descriptor> descriptors = descriptorsOf(message.header);
   if (length == 0 && descriptors.empty()) return Result::end;
   if ((message.header.msg_flags & MSG_CTRUNC) != 0 && descriptors.empty()) return Result::outOfMeans;
-  if ((message.header.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0 || descriptors.size() > 1)
-    return Result::brokenRules;
+  if ((message.header.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0 || descriptors.size() > 1) return Result::brokenRules;
   if (descriptors.size() == 1) return map(descriptors.front());
   bytes_ = packet.first(static_cast<std::size_t>(length));
   return Result::record;
@@ -116,8 +113,8 @@ IncomingRecord::Result IncomingRecord::receiveFrom(int socket, std::span<std::ui
 IncomingRecord::Result IncomingRecord::map(const Descriptor& memory) {
   const int seals = ::fcntl(memory.get(), F_GET_SEALS);
   struct stat facts = {};
-  if (seals < 0 || (seals & neededSeals) != neededSeals || ::fstat(memory.get(), &facts) != 0 ||
-      facts.st_size < 0 || static_cast<std::uint64_t>(facts.st_size) > longestRecord) {
+  if (seals < 0 || (seals & neededSeals) != neededSeals || ::fstat(memory.get(), &facts) != 0 || facts.st_size < 0 ||
+      static_cast<std::uint64_t>(facts.st_size) > longestRecord) {
     return Result::brokenRules;
   }
   const auto size = static_cast<std::size_t>(facts.st_size);

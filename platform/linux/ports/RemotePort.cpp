@@ -59,16 +59,12 @@ bool RemotePort::isValid() const {
 
 MessagePortStatus RemotePort::statusOf(int error) {
   switch (error) {
-    case 0:
-      return MessagePortStatus::success;
-    case EAGAIN:
-      return MessagePortStatus::sendTimeout;
+    case 0: return MessagePortStatus::success;
+    case EAGAIN: return MessagePortStatus::sendTimeout;
     case EPIPE:
     case ECONNRESET:
     case ECONNREFUSED:
-    case ENOTCONN:
-      invalidate();
-      return MessagePortStatus::becameInvalid;
+    case ENOTCONN: invalidate(); return MessagePortStatus::becameInvalid;
     default:
       log_.line("Port " + name_ + " cannot be sent a record: " + std::strerror(error));
       return MessagePortStatus::transportError;

@@ -15,8 +15,7 @@ class RemotePort final : public RemoteMessagePort {
 
   /// The number of the message does not travel. A record of more than 256 MiB is refused as `transportError`,
   /// as one is for which the system has no memory or descriptor left; the port stays usable.
-  MessagePortStatus sendRequest(std::int32_t messageId, ByteView data, double sendTimeout,
-                                double receiveTimeout) override;
+  MessagePortStatus sendRequest(std::int32_t messageId, ByteView data, double sendTimeout, double receiveTimeout) override;
   bool isValid() const override;
   void invalidate() override { socket_.reset(); }
 

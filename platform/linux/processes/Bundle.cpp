@@ -13,12 +13,8 @@ std::optional<std::string> LinuxBundle::objectForInfoDictionaryKey(std::string_v
   return key == BundleVersionKey ? std::optional(version_) : std::nullopt;
 }
 
-std::string LinuxBundle::hostBundleIdentifier() const {
-  return hostBundleIdentifier_;
-}
+std::string LinuxBundle::hostBundleIdentifier() const { return hostBundleIdentifier_; }
 
-std::int32_t LinuxBundle::processIdentifier() const {
-  return getpid();
-}
+std::int32_t LinuxBundle::processIdentifier() const { return getpid(); }
 
 }  // namespace platform::native

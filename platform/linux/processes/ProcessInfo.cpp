@@ -12,8 +12,6 @@ LinuxProcessInfo::LinuxProcessInfo(std::string_view version) {
   }
 }
 
-bool LinuxProcessInfo::isOperatingSystemAtLeastVersion(const OperatingSystemVersion& version) const {
-  return version_ >= version;
-}
+bool LinuxProcessInfo::isOperatingSystemAtLeastVersion(const OperatingSystemVersion& version) const { return version_ >= version; }
 
 }  // namespace platform::native

@@ -89,8 +89,7 @@ void LinuxProcessSources::Source::watchExit(Registry& registry) {
   } else if (error == ESRCH) {
     exit_ = MainLoopSource::soon([this] { exited(); });
   } else {
-    registry.log.line("The exit of process " + std::to_string(process_) +
-                      " is not watched: " + std::strerror(error));
+    registry.log.line("The exit of process " + std::to_string(process_) + " is not watched: " + std::strerror(error));
   }
 }
 
@@ -153,8 +152,7 @@ LinuxProcessSources::~LinuxProcessSources() {
   }
 }
 
-std::shared_ptr<ProcessSource> LinuxProcessSources::createProcessSource(std::int32_t processIdentifier,
-                                                                        std::uint32_t mask) {
+std::shared_ptr<ProcessSource> LinuxProcessSources::createProcessSource(std::int32_t processIdentifier, std::uint32_t mask) {
   return std::make_shared<Source>(registry_, processIdentifier, mask);
 }
 

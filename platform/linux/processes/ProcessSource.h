@@ -23,8 +23,7 @@ class LinuxProcessSources final : public ProcessSources {
   /// Disarms all sources and releases their handlers.
   ~LinuxProcessSources() override;
 
-  std::shared_ptr<ProcessSource> createProcessSource(std::int32_t processIdentifier,
-                                                     std::uint32_t mask) override;
+  std::shared_ptr<ProcessSource> createProcessSource(std::int32_t processIdentifier, std::uint32_t mask) override;
 
  private:
   class Source;

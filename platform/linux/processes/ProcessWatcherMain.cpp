@@ -51,8 +51,7 @@ bool readProcFile(const char* file, pid_t process, char* text, std::size_t size)
   const int descriptor = ::open(path, O_RDONLY | O_CLOEXEC);
   if (descriptor < 0) return false;
   std::size_t length = 0;
-  for (ssize_t count;
-       length + 1 < size && (count = ::read(descriptor, text + length, size - 1 - length)) > 0;)
+  for (ssize_t count; length + 1 < size && (count = ::read(descriptor, text + length, size - 1 - length)) > 0;)
     length += static_cast<std::size_t>(count);
   text[length] = '\0';
   ::close(descriptor);
@@ -67,21 +66,16 @@ unsigned long long statusField(pid_t process, const char* field, int base) {
   return found == nullptr ? 0 : std::strtoull(found + std::strlen(field), nullptr, base);
 }
 
-bool isOneOf(unsigned long long set, int signal) {
-  return (set >> (signal - 1) & 1) != 0;
-}
+bool isOneOf(unsigned long long set, int signal) { return (set >> (signal - 1) & 1) != 0; }
 
-bool isStopSignal(int signal) {
-  return signal == SIGSTOP || signal == SIGTSTP || signal == SIGTTIN || signal == SIGTTOU;
-}
+bool isStopSignal(int signal) { return signal == SIGSTOP || signal == SIGTSTP || signal == SIGTTIN || signal == SIGTTOU; }
 
 // A tracer is shown these too, though the process never gets them: a signal that it ignores, and one by which
 // the kernel merely stops it or lets it go on. A stopped host is there still, only late.
 bool isKeptFromProcess(int signal) {
   if (isOneOf(statusField(watched, "\nSigCgt:", 16), signal)) return false;
   if (isOneOf(statusField(watched, "\nSigIgn:", 16), signal)) return true;
-  return isStopSignal(signal) || signal == SIGCHLD || signal == SIGCONT || signal == SIGURG ||
-         signal == SIGWINCH;
+  return isStopSignal(signal) || signal == SIGCHLD || signal == SIGCONT || signal == SIGURG || signal == SIGWINCH;
 }
 
 // What a process's own threads and children make by merely running is no signal that somebody sends to it:
@@ -94,9 +88,7 @@ bool isOwnBusiness(pid_t thread, int signal) {
   return facts.si_code == SI_TKILL && facts.si_pid == watched;
 }
 
-bool isThreadOfWatched(pid_t thread) {
-  return ::syscall(SYS_tgkill, watched, thread, 0) == 0;
-}
+bool isThreadOfWatched(pid_t thread) { return ::syscall(SYS_tgkill, watched, thread, 0) == 0; }
 
 // A new thread at its start, a thread that stops with its process, or one that was stopped and is continued.
 void passEventStop(pid_t thread, int signal) {
@@ -140,9 +132,7 @@ void passAllStops() {
   }
 }
 
-bool isAttached(pid_t thread) {
-  return statusField(thread, "\nTracerPid:", 10) == static_cast<unsigned long long>(::getpid());
-}
+bool isAttached(pid_t thread) { return statusField(thread, "\nTracerPid:", 10) == static_cast<unsigned long long>(::getpid()); }
 
 // Attaches to the threads that there are; the kernel adds those that they start. The number of new ones.
 int attachToThreads() {

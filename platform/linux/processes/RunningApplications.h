@@ -11,8 +11,7 @@ class LinuxRunningApplications final : public RunningApplications {
  public:
   explicit LinuxRunningApplications(SessionBus& bus) : bus_(bus) {}
 
-  std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(
-      std::string_view identifier) override;
+  std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(std::string_view identifier) override;
 
  private:
   std::int32_t processOf(const char* owner, SessionBus::Moment deadline);

@@ -15,9 +15,7 @@ namespace {
 constexpr std::size_t maximumLength = 1024 * 1024;
 constexpr std::size_t maximumDepth = 64;
 
-bool isSpace(char c) {
-  return c == ' ' || c == '\t' || c == '\r' || c == '\n';
-}
+bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 std::string_view trimmed(std::string_view text) {
   while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
@@ -30,8 +28,7 @@ std::optional<Number> numberOf(std::string_view text) {
   text = trimmed(text);
   Number number{};
   const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (text.empty() || result.ec != std::errc() || result.ptr != text.data() + text.size())
-    return std::nullopt;
+  if (text.empty() || result.ec != std::errc() || result.ptr != text.data() + text.size()) return std::nullopt;
   return number;
 }
 
@@ -82,11 +79,9 @@ class Reader {
  public:
   std::optional<Object> read(std::string_view text) {
     constexpr GMarkupParser parser = {onStart, onEnd, onText, nullptr, nullptr};
-    GMarkupParseContext* const context =
-        g_markup_parse_context_new(&parser, G_MARKUP_TREAT_CDATA_AS_TEXT, this, nullptr);
-    const bool isWhole =
-        g_markup_parse_context_parse(context, text.data(), static_cast<gssize>(text.size()), nullptr) &&
-        g_markup_parse_context_end_parse(context, nullptr);
+    GMarkupParseContext* const context = g_markup_parse_context_new(&parser, G_MARKUP_TREAT_CDATA_AS_TEXT, this, nullptr);
+    const bool isWhole = g_markup_parse_context_parse(context, text.data(), static_cast<gssize>(text.size()), nullptr) &&
+                         g_markup_parse_context_end_parse(context, nullptr);
     g_markup_parse_context_free(context);
     return isWhole ? std::move(result_) : std::nullopt;
   }
@@ -104,8 +99,7 @@ class Reader {
   bool close() {
     Level level = std::move(levels_.back());
     levels_.pop_back();
-    if (level.element == "plist")
-      return !level.array.empty() && (result_ = std::move(level.array.front()), true);
+    if (level.element == "plist") return !level.array.empty() && (result_ = std::move(level.array.front()), true);
     if (level.element == "key") return addKey(std::move(level.text));
     if (level.element == "array") return addValue(std::move(level.array));
     if (level.element == "dict") return !level.key && addValue(std::move(level.dictionary));
@@ -140,11 +134,9 @@ class Reader {
   }
 
   static void failUnless(bool isFine, GError** error) {
-    if (!isFine)
-      g_set_error_literal(error, G_MARKUP_ERROR, G_MARKUP_ERROR_INVALID_CONTENT, "no property list");
+    if (!isFine) g_set_error_literal(error, G_MARKUP_ERROR, G_MARKUP_ERROR_INVALID_CONTENT, "no property list");
   }
-  static void onStart(GMarkupParseContext*, const char* element, const char**, const char**, gpointer self,
-                      GError** error) {
+  static void onStart(GMarkupParseContext*, const char* element, const char**, const char**, gpointer self, GError** error) {
     failUnless(static_cast<Reader*>(self)->open(element), error);
   }
   static void onEnd(GMarkupParseContext*, const char*, gpointer self, GError** error) {

@@ -34,12 +34,10 @@ std::filesystem::path ownFile() {
 
 std::string usualProcessWatcher() {
   const std::string beside = ownFile().parent_path() / watcherName;
-  return ::access(beside.c_str(), X_OK) == 0 ? beside
-                                             : std::string(DOVETAIL_INSTALLED_PROGRAMS) + "/" + watcherName;
+  return ::access(beside.c_str(), X_OK) == 0 ? beside : std::string(DOVETAIL_INSTALLED_PROGRAMS) + "/" + watcherName;
 }
 
-SignalWatch::SignalWatch(std::int32_t process, const std::string& watcher, Log& log)
-    : process_(process), log_(log) {
+SignalWatch::SignalWatch(std::int32_t process, const std::string& watcher, Log& log) : process_(process), log_(log) {
   start(watcher);
 }
 
@@ -78,8 +76,7 @@ void SignalWatch::tellListeners() {
 void SignalWatch::end(const std::string& fault) {
   reports_.reset();
   channel_.reset();
-  if (!fault.empty())
-    log_.line("Signals of process " + std::to_string(process_) + " are not watched: " + fault);
+  if (!fault.empty()) log_.line("Signals of process " + std::to_string(process_) + " are not watched: " + fault);
 }
 
 }  // namespace platform::native

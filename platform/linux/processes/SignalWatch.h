@@ -30,9 +30,7 @@ class SignalWatch : public std::enable_shared_from_this<SignalWatch> {
   /// Whether signals are, or may yet be, reported.
   bool isOpen() const { return static_cast<bool>(channel_); }
   /// Runs at each signal until it is removed.
-  void addListener(const void* listener, std::function<void()> onSignal) {
-    listeners_[listener] = std::move(onSignal);
-  }
+  void addListener(const void* listener, std::function<void()> onSignal) { listeners_[listener] = std::move(onSignal); }
   void removeListener(const void* listener) { listeners_.erase(listener); }
 
  private:

@@ -68,8 +68,7 @@ void reapLater(pid_t child) {
   reaping->process = std::move(process);
   reaping->source = MainLoopSource::whenReadable(reaping->process.get(), [reaping]() mutable {
     siginfo_t facts;
-    ::waitid(static_cast<idtype_t>(P_PIDFD), static_cast<id_t>(reaping->process.get()), &facts,
-             WEXITED | WNOHANG);
+    ::waitid(static_cast<idtype_t>(P_PIDFD), static_cast<id_t>(reaping->process.get()), &facts, WEXITED | WNOHANG);
     reaping->source.reset();
   });
 }
@@ -82,8 +81,8 @@ int spawnProgram(const std::vector<std::string>& arguments, const Descriptor& ch
   pointers.push_back(nullptr);
   char* noEnvironment[] = {nullptr};
   pid_t child = 0;
-  const int error = ::posix_spawn(&child, pointers[0], SpawnActions(channel.get()).get(),
-                                  SpawnAttributes().get(), pointers.data(), noEnvironment);
+  const int error = ::posix_spawn(&child, pointers[0], SpawnActions(channel.get()).get(), SpawnAttributes().get(), pointers.data(),
+                                  noEnvironment);
   if (error == 0) reapLater(child);
   return error;
 }

@@ -8,9 +8,7 @@ namespace platform::native {
 namespace {
 
 // The bus carries the path as a string, which has no NUL either.
-bool isText(std::string_view text) {
-  return g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) != FALSE;
-}
+bool isText(std::string_view text) { return g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) != FALSE; }
 
 }  // namespace
 

@@ -11,8 +11,7 @@ Object objectOfNormalVariant(GVariant* value);
 Object textObject(GVariant* value) {
   gsize length = 0;
   const char* text = g_variant_get_string(value, &length);
-  return g_utf8_validate(text, static_cast<gssize>(length), nullptr) ? Object(std::string(text, length))
-                                                                     : Object();
+  return g_utf8_validate(text, static_cast<gssize>(length), nullptr) ? Object(std::string(text, length)) : Object();
 }
 
 Data dataOf(GVariant* value) {
@@ -56,34 +55,21 @@ Object containerObject(GVariant* value) {
 
 Object objectOfNormalVariant(GVariant* value) {
   switch (g_variant_classify(value)) {
-    case G_VARIANT_CLASS_BOOLEAN:
-      return g_variant_get_boolean(value) != FALSE;
-    case G_VARIANT_CLASS_BYTE:
-      return Integer::ofUnsigned(g_variant_get_byte(value));
-    case G_VARIANT_CLASS_INT16:
-      return Integer::ofSigned(g_variant_get_int16(value));
-    case G_VARIANT_CLASS_UINT16:
-      return Integer::ofUnsigned(g_variant_get_uint16(value));
-    case G_VARIANT_CLASS_INT32:
-      return Integer::ofSigned(g_variant_get_int32(value));
-    case G_VARIANT_CLASS_UINT32:
-      return Integer::ofUnsigned(g_variant_get_uint32(value));
-    case G_VARIANT_CLASS_INT64:
-      return Integer::ofSigned(g_variant_get_int64(value));
-    case G_VARIANT_CLASS_UINT64:
-      return Integer::ofUnsigned(g_variant_get_uint64(value));
-    case G_VARIANT_CLASS_DOUBLE:
-      return g_variant_get_double(value);
+    case G_VARIANT_CLASS_BOOLEAN: return g_variant_get_boolean(value) != FALSE;
+    case G_VARIANT_CLASS_BYTE: return Integer::ofUnsigned(g_variant_get_byte(value));
+    case G_VARIANT_CLASS_INT16: return Integer::ofSigned(g_variant_get_int16(value));
+    case G_VARIANT_CLASS_UINT16: return Integer::ofUnsigned(g_variant_get_uint16(value));
+    case G_VARIANT_CLASS_INT32: return Integer::ofSigned(g_variant_get_int32(value));
+    case G_VARIANT_CLASS_UINT32: return Integer::ofUnsigned(g_variant_get_uint32(value));
+    case G_VARIANT_CLASS_INT64: return Integer::ofSigned(g_variant_get_int64(value));
+    case G_VARIANT_CLASS_UINT64: return Integer::ofUnsigned(g_variant_get_uint64(value));
+    case G_VARIANT_CLASS_DOUBLE: return g_variant_get_double(value);
     case G_VARIANT_CLASS_STRING:
     case G_VARIANT_CLASS_OBJECT_PATH:
-    case G_VARIANT_CLASS_SIGNATURE:
-      return textObject(value);
-    case G_VARIANT_CLASS_VARIANT:
-      return objectOfNormalVariant(OwnedVariant(g_variant_get_variant(value)).get());
-    case G_VARIANT_CLASS_ARRAY:
-      return containerObject(value);
-    default:
-      return {};
+    case G_VARIANT_CLASS_SIGNATURE: return textObject(value);
+    case G_VARIANT_CLASS_VARIANT: return objectOfNormalVariant(OwnedVariant(g_variant_get_variant(value)).get());
+    case G_VARIANT_CLASS_ARRAY: return containerObject(value);
+    default: return {};
   }
 }
 
@@ -94,8 +80,7 @@ GVariant* floatingVariant(const Object& object);
 GVariant* integerVariant(Integer number) {
   const std::int64_t value = number.signedValue();
   if (!number.isNegative && value < 0) return g_variant_new_uint64(number.bits);
-  const bool isShort =
-      value >= std::numeric_limits<gint32>::min() && value <= std::numeric_limits<gint32>::max();
+  const bool isShort = value >= std::numeric_limits<gint32>::min() && value <= std::numeric_limits<gint32>::max();
   return isShort ? g_variant_new_int32(static_cast<gint32>(value)) : g_variant_new_int64(value);
 }
 
@@ -104,9 +89,7 @@ GVariant* textVariant(const std::string& text) {
   return g_variant_new_string(text.c_str());
 }
 
-GVariant* dataVariant(const Data& data) {
-  return g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, data.data(), data.size(), 1);
-}
+GVariant* dataVariant(const Data& data) { return g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, data.data(), data.size(), 1); }
 
 GVariant* dictionaryVariant(const Dictionary& dictionary) {
   GVariantBuilder builder;
@@ -120,8 +103,7 @@ GVariant* dictionaryVariant(const Dictionary& dictionary) {
       g_variant_builder_clear(&builder);
       return nullptr;
     }
-    g_variant_builder_add_value(&builder,
-                                g_variant_new_dict_entry(keyVariant, g_variant_new_variant(element)));
+    g_variant_builder_add_value(&builder, g_variant_new_dict_entry(keyVariant, g_variant_new_variant(element)));
   }
   return g_variant_builder_end(&builder);
 }
@@ -132,9 +114,7 @@ const GVariantType* commonType(const std::vector<OwnedVariant>& elements) {
   const GVariantType* type = g_variant_get_type(elements.front().get());
   for (const char* allowed : {"i", "x", "s", "b", "ay"}) {
     if (!g_variant_type_equal(type, G_VARIANT_TYPE(allowed))) continue;
-    const auto isSame = [&](const OwnedVariant& element) {
-      return g_variant_is_of_type(element.get(), type);
-    };
+    const auto isSame = [&](const OwnedVariant& element) { return g_variant_is_of_type(element.get(), type); };
     return std::ranges::all_of(elements, isSame) ? type : nullptr;
   }
   return nullptr;
@@ -143,12 +123,9 @@ const GVariantType* commonType(const std::vector<OwnedVariant>& elements) {
 // Whole numbers of both widths become all of the wide one.
 void widen(std::vector<OwnedVariant>& elements) {
   const auto isOf = [](const char* type) {
-    return [type](const OwnedVariant& element) {
-      return g_variant_is_of_type(element.get(), G_VARIANT_TYPE(type));
-    };
+    return [type](const OwnedVariant& element) { return g_variant_is_of_type(element.get(), G_VARIANT_TYPE(type)); };
   };
-  const bool areSigned =
-      std::ranges::all_of(elements, [&](const auto& e) { return isOf("i")(e) || isOf("x")(e); });
+  const bool areSigned = std::ranges::all_of(elements, [&](const auto& e) { return isOf("i")(e) || isOf("x")(e); });
   if (!areSigned || std::ranges::none_of(elements, isOf("x"))) return;
   for (OwnedVariant& element : elements) {
     if (!isOf("i")(element)) continue;

@@ -23,8 +23,7 @@ std::unique_ptr<SettingsWriter> SettingsWriter::forGroup(std::string_view group)
   return path ? std::unique_ptr<SettingsWriter>(new SettingsWriter(*std::move(path))) : nullptr;
 }
 
-SettingsWriter::SettingsWriter(std::string path)
-    : path_(std::move(path)), bus_(busThatMayClose()), client_(dconf_client_new()) {}
+SettingsWriter::SettingsWriter(std::string path) : path_(std::move(path)), bus_(busThatMayClose()), client_(dconf_client_new()) {}
 
 std::optional<Error> SettingsWriter::setObject(const Object& value, std::string_view key) {
   const auto path = settingsPathOfKey(path_, key);

@@ -87,8 +87,7 @@ class DConfStore final : public UserDefaults {
   void setStored(const std::string& key, Entry& entry, OwnedVariant stored) const;
   void readAgain(const std::function<bool(const std::string& path)>& isConcerned);
   void tell(const std::string& key);
-  static void onNotify(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* notice,
-                       gpointer self);
+  static void onNotify(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* notice, gpointer self);
   static void onListening(GObject* bus, GAsyncResult* result, gpointer self);
 
   std::string path_;
@@ -138,22 +137,20 @@ void DConfStore::addObserver(KeyValueObserver& observer, std::string_view key) {
 }
 
 void DConfStore::removeObserver(KeyValueObserver& observer, std::string_view key) {
-  const auto found = std::ranges::find_if(observations_, [&](const Observation& observation) {
-    return observation.observer == &observer && observation.key == key;
-  });
+  const auto found = std::ranges::find_if(
+      observations_, [&](const Observation& observation) { return observation.observer == &observer && observation.key == key; });
   if (found != observations_.end()) observations_.erase(found);
 }
 
 void DConfStore::listen(GDBusConnection* bus) {
   stopListening();
   bus_.reset(G_DBUS_CONNECTION(g_object_ref(bus)));
-  subscription_ = g_dbus_connection_signal_subscribe(bus, nullptr, "ca.desrt.dconf.Writer", "Notify", nullptr,
-                                                     path_.c_str(), G_DBUS_SIGNAL_FLAGS_MATCH_ARG0_PATH,
-                                                     onNotify, this, nullptr);
+  subscription_ = g_dbus_connection_signal_subscribe(bus, nullptr, "ca.desrt.dconf.Writer", "Notify", nullptr, path_.c_str(),
+                                                     G_DBUS_SIGNAL_FLAGS_MATCH_ARG0_PATH, onNotify, this, nullptr);
   // The bus works in order: once it answers this call, no later change can be missed.
-  g_dbus_connection_call(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                         "GetId", nullptr, G_VARIANT_TYPE("(s)"), G_DBUS_CALL_FLAGS_NO_AUTO_START, -1,
-                         nullptr, onListening, new std::weak_ptr<DConfStore*>(self_));
+  g_dbus_connection_call(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetId", nullptr,
+                         G_VARIANT_TYPE("(s)"), G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, onListening,
+                         new std::weak_ptr<DConfStore*>(self_));
 }
 
 void DConfStore::stopListening() {
@@ -168,8 +165,7 @@ void DConfStore::onListening(GObject* bus, GAsyncResult* result, gpointer data) 
   if (store) (*store)->synchronize();
 }
 
-void DConfStore::onNotify(GDBusConnection*, const char*, const char*, const char*, const char*,
-                          GVariant* notice, gpointer self) {
+void DConfStore::onNotify(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* notice, gpointer self) {
   if (!g_variant_is_of_type(notice, G_VARIANT_TYPE("(sass)"))) return;
   const Change change(notice);
   static_cast<DConfStore*>(self)->readAgain([&](const std::string& path) { return change.concerns(path); });
@@ -180,8 +176,7 @@ void DConfStore::readAgain(const std::function<bool(const std::string& path)>& i
   for (auto& [key, entry] : entries_) {
     if (!isConcerned(path_ + key)) continue;
     OwnedVariant stored = read(key);
-    const bool isSame =
-        stored && entry.stored ? g_variant_equal(stored.get(), entry.stored.get()) : stored == entry.stored;
+    const bool isSame = stored && entry.stored ? g_variant_equal(stored.get(), entry.stored.get()) : stored == entry.stored;
     if (isSame) continue;
     setStored(key, entry, std::move(stored));
     changed.push_back(key);
@@ -207,8 +202,7 @@ void DConfStore::tell(const std::string& key) {
   }
 }
 
-LinuxUserDefaultsSuites::LinuxUserDefaultsSuites(SessionBus& bus)
-    : bus_(bus), stores_(std::make_shared<DConfStore::OpenStores>()) {
+LinuxUserDefaultsSuites::LinuxUserDefaultsSuites(SessionBus& bus) : bus_(bus), stores_(std::make_shared<DConfStore::OpenStores>()) {
   bus_.setOnConnect([stores = stores_](GDBusConnection* connection) {
     for (DConfStore* store : *stores) store->listen(connection);
   });

@@ -17,9 +17,9 @@ GDBusConnection* connect(const char* address) {
 }
 
 int own(GDBusConnection* bus, const char* name, int line) {
-  GVariant* answer = g_dbus_connection_call_sync(
-      bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
-      g_variant_new("(su)", name, 0), G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+  GVariant* answer = g_dbus_connection_call_sync(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                                 "RequestName", g_variant_new("(su)", name, 0), G_VARIANT_TYPE("(u)"),
+                                                 G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
   if (answer == nullptr || ::write(line, "o", 1) != 1) return 1;
   char told = 0;
   return ::read(line, &told, 1) < 0;
@@ -27,8 +27,7 @@ int own(GDBusConnection* bus, const char* name, int line) {
 
 int post(GDBusConnection* bus, const char* name, const char* text) {
   g_dbus_connection_emit_signal(bus, nullptr, "/org/dovetail/DistributedNotificationCenter",
-                                "org.dovetail.DistributedNotificationCenter", name,
-                                g_variant_new("(s)", text), nullptr);
+                                "org.dovetail.DistributedNotificationCenter", name, g_variant_new("(s)", text), nullptr);
   return g_dbus_connection_flush_sync(bus, nullptr, nullptr) ? 0 : 1;
 }
 

@@ -27,9 +27,7 @@ struct FakeBackend {
     applications.processes[identifier].push_back(++next);
     return next;
   }
-  void quit(const std::string& identifier, std::int32_t process) {
-    std::erase(applications.processes[identifier], process);
-  }
+  void quit(const std::string& identifier, std::int32_t process) { std::erase(applications.processes[identifier], process); }
 };
 
 struct LinuxBackend {
@@ -57,12 +55,9 @@ template <typename Backend>
 class BusServicesContract : public testing::Test {
  protected:
   void observe(const void* observer, const std::string& name) {
-    backend.center.addObserver(observer, name,
-                               [this, name](const std::string& text) { heard.push_back(name + ":" + text); });
+    backend.center.addObserver(observer, name, [this, name](const std::string& text) { heard.push_back(name + ":" + text); });
   }
-  void post(const std::string& name, const std::string& text = "") {
-    backend.center.postNotificationName(name, text, true);
-  }
+  void post(const std::string& name, const std::string& text = "") { backend.center.postNotificationName(name, text, true); }
   // All that was posted before has been delivered once this notification is.
   void settle() {
     int marker = 0;
@@ -163,9 +158,7 @@ TYPED_TEST(BusServicesContract, runningInstancesAreListedInTheOrderOfTheirStart)
   this->backend.launch("org.example.Other");
   EXPECT_EQ(this->running("org.example.Host"), (std::vector<std::int32_t>{one, two, three}));
   this->backend.quit("org.example.Host", one);
-  EXPECT_TRUE(this->backend.runUntil([&] {
-    return this->running("org.example.Host") == std::vector<std::int32_t>{two, three};
-  }));
+  EXPECT_TRUE(this->backend.runUntil([&] { return this->running("org.example.Host") == std::vector<std::int32_t>{two, three}; }));
 }
 
 }  // namespace

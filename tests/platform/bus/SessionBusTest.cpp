@@ -108,7 +108,11 @@ TEST_F(SessionBus, aNameThatIsNoLegalMemberIsDroppedWithOneLineInTheLog) {
 
 TEST_F(SessionBus, bytesThatAreNoUTF8ArriveAsReplacementCharacters) {
   observe("N");
-  center.postNotificationName("N", std::string_view("a\xFF\xFE" "b\0c\xC3", 7), true);
+  center.postNotificationName("N",
+                              std::string_view("a\xFF\xFE"
+                                               "b\0c\xC3",
+                                               7),
+                              true);
   center.postNotificationName("N", "\xED\xA0\x80", true);
   ASSERT_TRUE(runUntilHeard(2));
   EXPECT_EQ(heard[0], "a\uFFFD\uFFFDb\uFFFDc\uFFFD");
@@ -119,8 +123,8 @@ TEST_F(SessionBus, aProcessThatIsInTheQueueTwiceIsOneInstance) {
   const auto other = daemon.startOwner("org.example.Host");
   native::SessionBus second{log, daemon.address()};
   for (native::SessionBus* connection : {&bus, &second}) {
-    EXPECT_NE(connection->call("RequestName", g_variant_new("(su)", "org.example.Host", 0), "(u)",
-                               native::SessionBus::deadline()), nullptr);
+    EXPECT_NE(connection->call("RequestName", g_variant_new("(su)", "org.example.Host", 0), "(u)", native::SessionBus::deadline()),
+              nullptr);
   }
   const auto found = applications.runningApplicationsWithBundleIdentifier("org.example.Host");
   ASSERT_EQ(found.size(), 2u);
@@ -257,8 +261,6 @@ TEST_F(SessionBus, anObserverThatMayHaveMissedSomethingIsToldOnce) {
   EXPECT_TRUE(runUntilHeard(2));
   EXPECT_EQ(std::count(heard.begin(), heard.end(), ""), 1);
 }
-
-
 
 TEST_F(SessionBus, whatWasPostedRightBeforeTheEndArrives) {
   observe("N");

@@ -37,15 +37,12 @@ struct Refusing {
   }
 };
 
-inline constexpr platform::ArchivedClass classes[] = {{"Record", &Record::initWithCoder},
-                                                      {"Refusing", &Refusing::initWithCoder}};
+inline constexpr platform::ArchivedClass classes[] = {{"Record", &Record::initWithCoder}, {"Refusing", &Refusing::initWithCoder}};
 
 inline std::optional<platform::Object> decoded(const platform::Data& bytes) {
   return platform::KeyedUnarchiver::unarchivedObjectWithData(bytes, classes);
 }
-inline std::optional<platform::Object> decoded(ArchiveBytes& archive, std::uint32_t root) {
-  return decoded(archive.archive(root));
-}
+inline std::optional<platform::Object> decoded(ArchiveBytes& archive, std::uint32_t root) { return decoded(archive.archive(root)); }
 
 inline bool isText(const std::optional<platform::Object>& object, std::string_view text) {
   const auto* string = object ? object->get<std::string>() : nullptr;

@@ -150,15 +150,12 @@ TEST(HostileArchives, whateverTheWriterIsFreeToChooseDecodesToTheSame) {
   }
   forms.push_back({.isReversed = true, .fill = 3, .offsetSize = 8, .referenceSize = 8, .uidSize = 8, .integerSize = 16});
   for (const ArchiveForm& form : forms) {
-    EXPECT_EQ(textOf(sampleArchive(form)), plain)
-        << form.isReversed << ' ' << form.fill << ' ' << form.offsetSize << ' ' << form.referenceSize << ' ' << form.uidSize << ' '
-        << form.integerSize;
+    EXPECT_EQ(textOf(sampleArchive(form)), plain) << form.isReversed << ' ' << form.fill << ' ' << form.offsetSize << ' '
+                                                  << form.referenceSize << ' ' << form.uidSize << ' ' << form.integerSize;
   }
 }
 
-bool decodes(const Data& bytes) {
-  return !platform::KeyedUnarchiver::unarchiveObjectWithData(bytes, archivedClasses()).isNil();
-}
+bool decodes(const Data& bytes) { return !platform::KeyedUnarchiver::unarchiveObjectWithData(bytes, archivedClasses()).isNil(); }
 
 TEST(HostileArchives, whatIsDeepDecodesUpToTheBoundsAndIsRefusedBeyond) {
   EXPECT_TRUE(decodes(archivesInsideArchives(platform::maximumArchiveDepth)));

@@ -116,17 +116,38 @@ const std::vector<Kind>& kinds() {
       {"negative", [](ArchiveBytes& a) { return a.integer(~std::uint64_t{0}, 8); }},
       {"huge length", [](ArchiveBytes& a) { return a.integer(std::uint64_t{1} << 61, 8); }},
       {"real", [](ArchiveBytes& a) { return a.real(0.0 / 0.0); }},
-      {"date", [](ArchiveBytes& a) { return a.raw(bytesOf({0x33, 0x7f, 0xf0, 0, 0, 0, 0, 0, 0})); }},
-      {"data", [](ArchiveBytes& a) { return a.data(bytesOf({0x80, 0xff})); }},
+      {"date",
+       [](ArchiveBytes& a) {
+         return a.raw(bytesOf({0x33, 0x7f, 0xf0, 0, 0, 0, 0, 0, 0}));
+       }},
+      {"data",
+       [](ArchiveBytes& a) {
+         return a.data(bytesOf({0x80, 0xff}));
+       }},
       {"text", [](ArchiveBytes& a) { return a.text("text"); }},
-      {"surrogate", [](ArchiveBytes& a) { return a.raw(bytesOf({0x61, 0xd8, 0})); }},
+      {"surrogate",
+       [](ArchiveBytes& a) {
+         return a.raw(bytesOf({0x61, 0xd8, 0}));
+       }},
       {"nil", [](ArchiveBytes& a) { return a.uid(0); }},
       {"past the end", [](ArchiveBytes& a) { return a.uid(0xfffffffe, 4); }},
       {"array", [](ArchiveBytes& a) { return a.array({0}); }},
-      {"references", [](ArchiveBytes& a) { return a.uids({1, 1, 1}); }},
-      {"nils", [](ArchiveBytes& a) { return a.uids({0, 0}); }},
-      {"dictionary", [](ArchiveBytes& a) { return a.dictionary({{0, 0}}); }},
-      {"set", [](ArchiveBytes& a) { return a.raw(bytesOf({0xc1, 0})); }},
+      {"references",
+       [](ArchiveBytes& a) {
+         return a.uids({1, 1, 1});
+       }},
+      {"nils",
+       [](ArchiveBytes& a) {
+         return a.uids({0, 0});
+       }},
+      {"dictionary",
+       [](ArchiveBytes& a) {
+         return a.dictionary({{0, 0}});
+       }},
+      {"set",
+       [](ArchiveBytes& a) {
+         return a.raw(bytesOf({0xc1, 0}));
+       }},
   };
   return kinds;
 }
@@ -199,8 +220,10 @@ void bentRecords(const Use& use) {
     use(std::string("root ") + kind.name, root.archive(0));
     use(std::string("slot ") + kind.name, slot.archive(slot.slot(kind.make(slot))));
     const auto named = className.slot(className.object({{"$classname", kind.make(className)}}));
-    use(std::string("class name ") + kind.name, className.archive(className.slot(className.object({{"$class", className.uid(named)}}))));
-    const auto hinted = classes.slot(classes.object({{"$classname", classes.text("Unheard")}, {"$classhints", kind.make(classes)}}));
+    use(std::string("class name ") + kind.name,
+        className.archive(className.slot(className.object({{"$class", className.uid(named)}}))));
+    const auto hinted =
+        classes.slot(classes.object({{"$classname", classes.text("Unheard")}, {"$classhints", kind.make(classes)}}));
     use(std::string("class hints ") + kind.name, classes.archive(classes.slot(classes.object({{"$class", classes.uid(hinted)}}))));
     use(std::string("class ") + kind.name, record.archive(record.slot(record.object({{"$class", kind.make(record)}}))));
   }
@@ -351,7 +374,9 @@ void wide(const Use& use) {
   use("one class of many hints", hints.archive(hints.collection("NSArray", std::vector<std::uint32_t>(20000, object))));
   ArchiveBytes paths;
   const auto packed = paths.instance("NSMutableData", {{"NS.data", paths.data(Data(4 << 20))}});
-  use("an index path of four million levels", paths.archive(paths.instance("NSIndexPath", {{"NSIndexPathLength", paths.integer(4 << 20)}, {"NSIndexPathData", paths.uid(packed)}})));
+  use("an index path of four million levels",
+      paths.archive(
+          paths.instance("NSIndexPath", {{"NSIndexPathLength", paths.integer(4 << 20)}, {"NSIndexPathData", paths.uid(packed)}})));
 }
 
 }  // namespace
@@ -373,11 +398,12 @@ Data sampleArchive(const ArchiveForm& form) {
   const auto set = archive.collection("NSSet", {number, archive.slot(integer(7)), archive.slot(archive.real(1.5))});
   const auto tree = nodeSlot(archive, {archive.slot(archive.data(node({})))});
   const auto array = archive.collection("NSArray", {url, path, set, tree, number, text});
-  const auto dictionary = archive.instance("NSDictionary", {{"NS.keys", archive.uids({wide})}, {"NS.objects", archive.uids({array})}});
-  const auto error = archive.instance(
-      "NSError", {{"NSCode", integer(1)}, {"NSDomain", uid(text)}, {"NSUserInfo", uid(dictionary)}});
-  return archive.archive(archive.instance(
-      "DTMessage", {{"selector", uid(text)}, {"argument", uid(error)}, {"portName", uid(wide)}}));
+  const auto dictionary =
+      archive.instance("NSDictionary", {{"NS.keys", archive.uids({wide})}, {"NS.objects", archive.uids({array})}});
+  const auto error =
+      archive.instance("NSError", {{"NSCode", integer(1)}, {"NSDomain", uid(text)}, {"NSUserInfo", uid(dictionary)}});
+  return archive.archive(
+      archive.instance("DTMessage", {{"selector", uid(text)}, {"argument", uid(error)}, {"portName", uid(wide)}}));
 }
 
 // Put together from the outside in: its size is linear in the levels.

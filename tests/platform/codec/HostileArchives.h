@@ -9,12 +9,12 @@
 
 /// What the writer of an archive is free to choose.
 struct ArchiveForm {
-  bool isReversed = false;     ///< The last object stands first.
-  std::size_t fill = 0;        ///< Bytes between objects.
-  unsigned offsetSize = 0;     ///< Bytes; 0 for the smallest, as below.
+  bool isReversed = false;  ///< The last object stands first.
+  std::size_t fill = 0;     ///< Bytes between objects.
+  unsigned offsetSize = 0;  ///< Bytes; 0 for the smallest, as below.
   unsigned referenceSize = 0;
   unsigned uidSize = 1;
-  unsigned integerSize = 1;    ///< Bytes of the integers that stand in place.
+  unsigned integerSize = 1;  ///< Bytes of the integers that stand in place.
 };
 
 /// An archive of a message with something of everything in it, scalars that are used in several places among it.

@@ -114,8 +114,7 @@ struct GivesUp final : platform::Coding {
 TEST(CanonicalForm, theTopObjectComesFirstWithItsFourKeys) {
   const Data bytes = archiveOf("x");
   EXPECT_TRUE(Outline(bytes).isTopFirst());
-  EXPECT_EQ(Outline(bytes).text(0),
-            "{$version:100000 $archiver:NSKeyedArchiver $top:{root:@1} $objects:[$null x]}");
+  EXPECT_EQ(Outline(bytes).text(0), "{$version:100000 $archiver:NSKeyedArchiver $top:{root:@1} $objects:[$null x]}");
 }
 
 TEST(CanonicalForm, nilIsReferenceZero) {
@@ -147,7 +146,8 @@ TEST(CanonicalForm, anInstanceReferredToTwiceHasOneSlot) {
 }
 
 TEST(CanonicalForm, theTextNullIsAMutableString) {
-  EXPECT_EQ(slotsOf("$null"), "$null {NS.string:=$null $class:@2} {$classname:NSMutableString $classes:[=NSMutableString NSString NSObject]}");
+  EXPECT_EQ(slotsOf("$null"),
+            "$null {NS.string:=$null $class:@2} {$classname:NSMutableString $classes:[=NSMutableString NSString NSObject]}");
 }
 
 TEST(CanonicalForm, everyPlatformClassHasItsKeys) {
@@ -169,7 +169,8 @@ TEST(CanonicalForm, indexPathsOfNoneOneAndMoreLevels) {
             "$null {NSIndexPathLength:1 NSIndexPathValue:-1 $class:@2} {$");
   EXPECT_EQ(slotsOf(platform::IndexPath{{1, 2}}),
             "$null {NSIndexPathLength:2 NSIndexPathData:@2 $class:@4} {NS.data:data =$class:@3} "
-            "{$classname:NSMutableData $classes:[=NSMutableData NSData NSObject]} {=$classname:NSIndexPath =$classes:[=NSIndexPath =NSObject]}");
+            "{$classname:NSMutableData $classes:[=NSMutableData NSData NSObject]} {=$classname:NSIndexPath =$classes:[=NSIndexPath "
+            "=NSObject]}");
 }
 
 // The bytes of one scalar as it is written: the last object of an archive that holds it alone.

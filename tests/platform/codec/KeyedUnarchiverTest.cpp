@@ -143,7 +143,9 @@ TEST(KeyedValues, stringsInBothForms) {
 TEST(KeyedValues, aLoneSurrogateIsKept) {
   ArchiveBytes archive;
   const char16_t units[] = {0xd800, u'a', 0xdc00, 0xd83d};
-  EXPECT_TRUE(isText(decoded(archive, archive.slot(archive.wideText({units, 4}))), "\xed\xa0\x80" "a\xed\xb0\x80\xed\xa0\xbd"));
+  EXPECT_TRUE(isText(decoded(archive, archive.slot(archive.wideText({units, 4}))),
+                     "\xed\xa0\x80"
+                     "a\xed\xb0\x80\xed\xa0\xbd"));
 }
 
 TEST(KeyedValues, bytesAbove127InAnASCIIStringAreRefused) {
@@ -157,8 +159,8 @@ TEST(KeyedValues, theTextNullInAnotherSlotIsAText) {
 }
 
 TEST(KeyedValues, integersKeepTheirSignAndTheirLastBit) {
-  const std::pair<unsigned, std::uint64_t> cases[] = {{1, 0}, {1, 255}, {4, 0xffffffff}, {8, ~std::uint64_t{4}},
-                                                      {16, 3}, {16, ~std::uint64_t{0}}, {16, std::uint64_t{1} << 63}};
+  const std::pair<unsigned, std::uint64_t> cases[] = {
+      {1, 0}, {1, 255}, {4, 0xffffffff}, {8, ~std::uint64_t{4}}, {16, 3}, {16, ~std::uint64_t{0}}, {16, std::uint64_t{1} << 63}};
   for (const auto& [size, value] : cases) {
     ArchiveBytes archive;
     const auto object = decoded(archive, archive.slot(archive.integer(value, size)));
@@ -273,7 +275,8 @@ TEST(ArchivedClass, dataAsObjects) {
 TEST(ArchivedClass, arraysAndSetsWithTheirElementsInOrder) {
   for (const char* name : {"NSArray", "NSMutableArray"}) {
     ArchiveBytes archive;
-    const auto object = decoded(archive, archive.collection(name, {archive.slot(archive.text("a")), archive.slot(archive.text("b"))}));
+    const auto object =
+        decoded(archive, archive.collection(name, {archive.slot(archive.text("a")), archive.slot(archive.text("b"))}));
     ASSERT_TRUE(object && object->get<platform::Array>());
     EXPECT_TRUE(isText(object->get<platform::Array>()->at(1), "b"));
   }
@@ -345,7 +348,8 @@ TEST(ArchivedClass, nullDateAndUUID) {
   ArchiveBytes null;
   EXPECT_TRUE(decoded(null, null.instance("NSNull", {}))->get<platform::Null>());
   ArchiveBytes date;
-  EXPECT_EQ(decoded(date, date.instance("NSDate", {{"NS.time", date.real(1.5)}}))->get<platform::Date>()->secondsSinceReferenceDate, 1.5);
+  EXPECT_EQ(decoded(date, date.instance("NSDate", {{"NS.time", date.real(1.5)}}))->get<platform::Date>()->secondsSinceReferenceDate,
+            1.5);
   ArchiveBytes wrong;
   EXPECT_FALSE(decoded(wrong, wrong.instance("NSDate", {{"NS.time", wrong.text("1.5")}})));
   for (const std::size_t size : {15, 16, 17}) {
@@ -389,7 +393,8 @@ TEST(ArchivedClass, errorsWithAndWithoutInformation) {
   EXPECT_EQ(*error->get<platform::Error>()->textForKey("k"), "k");
   EXPECT_EQ(error->get<platform::Error>()->code, 0);
   ArchiveBytes real;
-  EXPECT_FALSE(decoded(real, real.instance("NSError", {{"NSCode", real.real(1)}, {"NSDomain", real.uid(real.slot(real.text("D")))}})));
+  EXPECT_FALSE(
+      decoded(real, real.instance("NSError", {{"NSCode", real.real(1)}, {"NSDomain", real.uid(real.slot(real.text("D")))}})));
   ArchiveBytes noDomain;
   EXPECT_FALSE(decoded(noDomain, noDomain.instance("NSError", {{"NSCode", noDomain.integer(1)}})));
 }

@@ -31,7 +31,9 @@ Data identityOf(const std::string& digits) {
   return bytes;
 }
 
-DTTreeNode node(const char* name, bool isFolder, std::uint64_t index) { return DTTreeNode(DTArchiveEntry(name, isFolder, index, 0)); }
+DTTreeNode node(const char* name, bool isFolder, std::uint64_t index) {
+  return DTTreeNode(DTArchiveEntry(name, isFolder, index, 0));
+}
 
 DTTreeNode chain(std::uint64_t levels) {
   DTTreeNode tree = node("last.txt", false, levels);
@@ -48,7 +50,8 @@ DTTreeNode wide(std::uint64_t folders, std::uint64_t files) {
   DTTreeNode root = node("large.zip", true, 0);
   for (std::uint64_t folder = 0; folder < folders; ++folder) {
     DTTreeNode& inner = root.appendChild(node("folder", true, folder * 1000 + 1));
-    for (std::uint64_t file = 1; file <= files; ++file) inner.appendChild(node("a file with a name.txt", false, folder * 1000 + file + 1));
+    for (std::uint64_t file = 1; file <= files; ++file)
+      inner.appendChild(node("a file with a name.txt", false, folder * 1000 + file + 1));
   }
   return root;
 }

@@ -44,13 +44,15 @@ class Values {
   std::uint64_t word() { return (std::uint64_t{random_()} << 32 | random_()) >> below(64); }
 
   std::string text() {
-    static constexpr const char* pieces[] = {"a", "name.txt", "$null", "\u00e9", "\u65e5", "\U0001f600", "\xed\xa0\x80", " ", "%20"};
+    static constexpr const char* pieces[] = {"a",          "name.txt",     "$null", "\u00e9", "\u65e5",
+                                             "\U0001f600", "\xed\xa0\x80", " ",     "%20"};
     std::string text;
     for (std::uint64_t i = below(5); i-- > 0;) text += pieces[below(std::size(pieces))];
     return text;
   }
   platform::Integer number() {
-    return below(2) == 0 ? platform::Integer::ofUnsigned(word()) : platform::Integer::ofSigned(-static_cast<std::int64_t>(word() >> 1));
+    return below(2) == 0 ? platform::Integer::ofUnsigned(word())
+                         : platform::Integer::ofSigned(-static_cast<std::int64_t>(word() >> 1));
   }
   platform::Data data() {
     platform::Data data(below(40));

@@ -22,9 +22,7 @@ class Bookmarks : public testing::Test {
  protected:
   std::string path(const std::string& name) const { return root + "/" + name; }
   void makeFolder(const std::string& name) const { std::filesystem::create_directories(path(name)); }
-  void move(const std::string& from, const std::string& to) const {
-    std::filesystem::rename(path(from), path(to));
-  }
+  void move(const std::string& from, const std::string& to) const { std::filesystem::rename(path(from), path(to)); }
   Data bookmark(const std::string& name) {
     const auto data = bookmarkOfFile(path(name), failure);
     EXPECT_TRUE(data) << name;
@@ -36,8 +34,7 @@ class Bookmarks : public testing::Test {
     failure = 0;
     const auto found = resolveBookmark(data, failure);
     if (!found) return "error " + std::to_string(failure);
-    const std::string shown =
-        found->path.starts_with(root + "/") ? found->path.substr(root.size() + 1) : found->path;
+    const std::string shown = found->path.starts_with(root + "/") ? found->path.substr(root.size() + 1) : found->path;
     return shown + (found->isStale ? " (stale)" : "");
   }
   std::string error(int code) const { return "error " + std::to_string(code); }
@@ -60,8 +57,7 @@ TEST_F(Bookmarks, theBytesAreTheDocumentedOnes) {
   EXPECT_EQ(std::string(data.begin(), data.begin() + 6), std::string("DTBM\1\1"));
   EXPECT_EQ(data[6] << 8 | data[7], static_cast<int>(real.size()));
   const FileIdentity identity = FileStatus::ofPath(real.c_str())->identity();
-  EXPECT_EQ(Data(data.begin() + 8, data.begin() + 32),
-            Data(identity.bytes().begin(), identity.bytes().end()));
+  EXPECT_EQ(Data(data.begin() + 8, data.begin() + 32), Data(identity.bytes().begin(), identity.bytes().end()));
   EXPECT_EQ(std::string(data.begin() + 32, data.end() - 4), real);
 }
 
@@ -208,8 +204,7 @@ TEST_F(Bookmarks, arbitraryBytesAreAnError) {
   for (int round = 0; round < 2000; ++round) {
     Data data = {'D', 'T', 'B', 'M', 1};
     data.resize(random() % 2 ? 5 : 0);
-    for (std::size_t left = random() % 100; left > 0; --left)
-      data.push_back(static_cast<std::uint8_t>(random()));
+    for (std::size_t left = random() % 100; left > 0; --left) data.push_back(static_cast<std::uint8_t>(random()));
     EXPECT_EQ(resolved(data), error(EINVAL));
   }
 }

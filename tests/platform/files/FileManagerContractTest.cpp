@@ -37,9 +37,7 @@ class FilesOnDisk {
   void makeFolder(const std::string& name) { std::filesystem::create_directories(path(name)); }
   void makeLink(const std::string& name) { std::filesystem::create_symlink("/nowhere", path(name)); }
   void remove(const std::string& name) { std::filesystem::remove_all(path(name)); }
-  void rename(const std::string& from, const std::string& to) {
-    std::filesystem::rename(path(from), path(to));
-  }
+  void rename(const std::string& from, const std::string& to) { std::filesystem::rename(path(from), path(to)); }
 
  private:
   tests::TemporaryFolder folder_;
@@ -70,15 +68,13 @@ TYPED_TEST(FileManagerContract, anIdentityIsTheSameForEveryFormOfThePath) {
   ASSERT_TRUE(identity);
   EXPECT_EQ(this->manager().fileResourceIdentifier(this->url("a/")), identity);
   EXPECT_EQ(this->manager().fileResourceIdentifier(this->url("/a")), identity);
-  EXPECT_EQ(this->manager().fileResourceIdentifier(URL::URLWithString("file://" + this->files.path("%61/"))),
-            identity);
+  EXPECT_EQ(this->manager().fileResourceIdentifier(URL::URLWithString("file://" + this->files.path("%61/"))), identity);
 }
 
 TYPED_TEST(FileManagerContract, anIdentityIsTheDataOfItsProperty) {
   this->files.makeFile("a");
   const auto identity = this->manager().fileResourceIdentifier(this->url("a"));
-  const Object value =
-      this->manager().resourceValueForKey(this->url("a"), ResourceKey::fileResourceIdentifier, nullptr);
+  const Object value = this->manager().resourceValueForKey(this->url("a"), ResourceKey::fileResourceIdentifier, nullptr);
   ASSERT_TRUE(identity);
   ASSERT_TRUE(value.get<Data>());
   EXPECT_EQ(*value.get<Data>(), Data(identity->bytes().begin(), identity->bytes().end()));
@@ -98,8 +94,7 @@ TYPED_TEST(FileManagerContract, twoFilesHaveTwoIdentitiesAndAFileThatTookAPathHa
 TYPED_TEST(FileManagerContract, aMissingFileHasNoIdentityNoPropertiesAndNoIcon) {
   Error error;
   EXPECT_FALSE(this->manager().fileResourceIdentifier(this->url("missing")));
-  EXPECT_TRUE(
-      this->manager().resourceValueForKey(this->url("missing"), ResourceKey::isRegularFile, &error).isNil());
+  EXPECT_TRUE(this->manager().resourceValueForKey(this->url("missing"), ResourceKey::isRegularFile, &error).isNil());
   EXPECT_EQ(error.domain, "NSPOSIXErrorDomain");
   EXPECT_EQ(error.code, ENOENT);
   ASSERT_TRUE(error.textForKey(LocalizedDescriptionKey));
@@ -149,8 +144,7 @@ TYPED_TEST(FileManagerContract, whatIsMissingOrNoFileURLCannotBeSighted) {
 
 TYPED_TEST(FileManagerContract, theParentIsTheFolderAboveAndTheRootFolderHasNone) {
   this->files.makeFile("a");
-  const Object parent =
-      this->manager().resourceValueForKey(this->url("a"), ResourceKey::parentDirectoryURL, nullptr);
+  const Object parent = this->manager().resourceValueForKey(this->url("a"), ResourceKey::parentDirectoryURL, nullptr);
   ASSERT_TRUE(parent.get<URL>());
   EXPECT_TRUE(parent.get<URL>()->isSameText(this->url("")));
   Error error;
@@ -168,8 +162,7 @@ TYPED_TEST(FileManagerContract, aListingHoldsEachDirectEntryHiddenOnesIncluded) 
   ASSERT_TRUE(entries);
   std::vector<std::string> paths;
   for (const URL& entry : *entries) paths.push_back(entry.path());
-  EXPECT_THAT(paths, UnorderedElementsAre(this->files.path("a"), this->files.path(".hidden"),
-                                          this->files.path("folder")));
+  EXPECT_THAT(paths, UnorderedElementsAre(this->files.path("a"), this->files.path(".hidden"), this->files.path("folder")));
 }
 
 TYPED_TEST(FileManagerContract, aFoldersEntriesAreSeenInTheOrderOfTheListing) {
@@ -217,8 +210,7 @@ TYPED_TEST(FileManagerContract, aBookmarkLeadsToItsFolderAlsoAfterARename) {
   bool isStale = false;
   const auto bookmark = this->manager().bookmarkDataWithURL(this->url("before"), &error);
   ASSERT_TRUE(bookmark);
-  auto url =
-      this->manager().URLByResolvingBookmarkData(*bookmark, BookmarkResolutionWithoutUI, &isStale, &error);
+  auto url = this->manager().URLByResolvingBookmarkData(*bookmark, BookmarkResolutionWithoutUI, &isStale, &error);
   ASSERT_TRUE(url);
   EXPECT_EQ(url->path(), this->files.path("before"));
   this->files.rename("before", "after");
@@ -237,8 +229,7 @@ TYPED_TEST(FileManagerContract, aBookmarkOfAMissingFileIsAnErrorOnMakingAndOnRes
   this->files.remove("folder");
   bool isStale = false;
   error = {};
-  EXPECT_FALSE(
-      this->manager().URLByResolvingBookmarkData(*bookmark, BookmarkResolutionWithoutUI, &isStale, &error));
+  EXPECT_FALSE(this->manager().URLByResolvingBookmarkData(*bookmark, BookmarkResolutionWithoutUI, &isStale, &error));
   EXPECT_EQ(error.code, ENOENT);
 }
 

@@ -55,8 +55,7 @@ class LinuxFiles : public testing::Test {
     return found.get<URL>() ? found.get<URL>()->path() : "no parent";
   }
   void expectOnlyKind(const URL& url, std::string_view kind) {
-    for (const auto key :
-         {ResourceKey::isRegularFile, ResourceKey::isDirectory, ResourceKey::isSymbolicLink}) {
+    for (const auto key : {ResourceKey::isRegularFile, ResourceKey::isDirectory, ResourceKey::isSymbolicLink}) {
       EXPECT_EQ(flag(url, key), key == kind) << key;
     }
   }
@@ -83,8 +82,7 @@ TEST_F(LinuxFiles, anIdentityIsDeviceInodeAndBirthTimeWithTheHighestByteFirst) {
   EXPECT_EQ(number(0), std::uint64_t{status.stx_dev_major} << 32 | status.stx_dev_minor);
   EXPECT_EQ(number(8), status.stx_ino);
   ASSERT_TRUE(status.stx_mask & STATX_BTIME);
-  EXPECT_EQ(number(16),
-            static_cast<std::uint64_t>(status.stx_btime.tv_sec) * 1000000000u + status.stx_btime.tv_nsec);
+  EXPECT_EQ(number(16), static_cast<std::uint64_t>(status.stx_btime.tv_sec) * 1000000000u + status.stx_btime.tv_nsec);
 }
 
 TEST_F(LinuxFiles, aFileSystemWithoutBirthTimesGivesAllOnesInTheirPlace) {
@@ -99,8 +97,7 @@ TEST_F(LinuxFiles, anIdentityIsTheSameThroughDotsDoubledSlashesAndALinkedParent)
   const URL file = write("real/inner/a");
   const auto identity = files.fileResourceIdentifier(file);
   ASSERT_TRUE(identity);
-  for (const char* form :
-       {"real/inner/./a", "real/../real/inner/a", "real//inner///a", "link/inner/a", "link/inner/a/"}) {
+  for (const char* form : {"real/inner/./a", "real/../real/inner/a", "real//inner///a", "link/inner/a", "link/inner/a/"}) {
     EXPECT_EQ(files.fileResourceIdentifier(url(form)), identity) << form;
   }
 }
@@ -164,8 +161,7 @@ TEST_F(LinuxFiles, aNameThatIsNotUTF8IsFoundListedAndShownWithTheReplacementChar
   ASSERT_EQ(entries->size(), 1u);
   EXPECT_EQ(entries->front().path(), path(name));
   EXPECT_EQ(files.fileResourceIdentifier(entries->front()), files.fileResourceIdentifier(file));
-  EXPECT_EQ(files.fileResourceIdentifier(URL::URLWithString(file.absoluteString())),
-            files.fileResourceIdentifier(file));
+  EXPECT_EQ(files.fileResourceIdentifier(URL::URLWithString(file.absoluteString())), files.fileResourceIdentifier(file));
 }
 
 TEST_F(LinuxFiles, theNameIsTheLastComponentAlsoWhereThePathEndsInDots) {
@@ -213,12 +209,10 @@ TEST_F(LinuxFiles, datesCountFromTheReferenceDate) {
   ASSERT_EQ(stat(path("a").c_str(), &status), 0);
   const Object changed = value(file, ResourceKey::attributeModificationDate);
   ASSERT_TRUE(changed.get<Date>());
-  EXPECT_NEAR(changed.get<Date>()->secondsSinceReferenceDate,
-              static_cast<double>(status.st_ctim.tv_sec) - 978307200, 1);
+  EXPECT_NEAR(changed.get<Date>()->secondsSinceReferenceDate, static_cast<double>(status.st_ctim.tv_sec) - 978307200, 1);
   const Object created = value(file, ResourceKey::creationDate);
   ASSERT_TRUE(created.get<Date>());
-  EXPECT_NEAR(created.get<Date>()->secondsSinceReferenceDate, changed.get<Date>()->secondsSinceReferenceDate,
-              60);
+  EXPECT_NEAR(created.get<Date>()->secondsSinceReferenceDate, changed.get<Date>()->secondsSinceReferenceDate, 60);
 }
 
 TEST_F(LinuxFiles, theDateOfBeingAddedIsAbsentWithoutAnError) {
@@ -233,9 +227,7 @@ TEST_F(LinuxFiles, theDateOfBeingAddedIsAbsentWithoutAnError) {
 // Sets the flag while it lives, or tells that the file system or the user may not.
 class Immutable {
  public:
-  explicit Immutable(const std::string& path) : file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-    set(FS_IMMUTABLE_FL);
-  }
+  explicit Immutable(const std::string& path) : file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) { set(FS_IMMUTABLE_FL); }
   ~Immutable() { set(0); }
   bool isSet() const { return isSet_; }
 
@@ -314,8 +306,7 @@ TEST_F(LinuxFiles, aDesktopEntryOfTypeLinkIsAnAliasAndNoOtherFileWithSuchATextIs
   EXPECT_TRUE(flag(write("a.desktop", link), ResourceKey::isAliasFile));
   EXPECT_TRUE(files.isAliasRegularFile(url("a.desktop")));
   EXPECT_FALSE(flag(write("a.txt", link), ResourceKey::isAliasFile));
-  EXPECT_FALSE(
-      flag(write("b.desktop", "[Desktop Entry]\nType=Application\nName=A\n"), ResourceKey::isAliasFile));
+  EXPECT_FALSE(flag(write("b.desktop", "[Desktop Entry]\nType=Application\nName=A\n"), ResourceKey::isAliasFile));
   EXPECT_FALSE(flag(write("c.desktop", "[Other]\nType=Link\n"), ResourceKey::isAliasFile));
   EXPECT_FALSE(flag(write("d.desktop", std::string("\xFF\0[", 3)), ResourceKey::isAliasFile));
   EXPECT_FALSE(flag(write("e.desktop"), ResourceKey::isAliasFile));
@@ -453,8 +444,7 @@ TEST_F(LinuxFiles, aDamagedOrEndlessListOfRecentFilesHasNoLastUse) {
   for (const std::string& text : {std::string(), std::string("<xbel"), std::string("\xFF\xFE\0", 3),
                                   std::string(recentlyUsed) + std::string(9'000'000, ' ')}) {
     write("recently-used.xbel", text);
-    EXPECT_TRUE(files.metadataItemAttribute("/home/u/a b(1).zip", MetadataItemLastUsedDate).isNil())
-        << text.size();
+    EXPECT_TRUE(files.metadataItemAttribute("/home/u/a b(1).zip", MetadataItemLastUsedDate).isNil()) << text.size();
   }
 }
 

@@ -17,8 +17,8 @@ struct Release {
 class Program {
  public:
   explicit Program(const std::map<std::string, std::string>& environment) {
-    const std::unique_ptr<GSubprocessLauncher, Release> launcher(g_subprocess_launcher_new(
-        static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDIN_PIPE | G_SUBPROCESS_FLAGS_STDOUT_PIPE)));
+    const std::unique_ptr<GSubprocessLauncher, Release> launcher(
+        g_subprocess_launcher_new(static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDIN_PIPE | G_SUBPROCESS_FLAGS_STDOUT_PIPE)));
     for (const auto& [name, value] : environment) {
       g_subprocess_launcher_setenv(launcher.get(), name.c_str(), value.c_str(), TRUE);
     }
@@ -30,15 +30,13 @@ class Program {
   }
 
   std::string answer() {
-    gchar* line =
-        answers_ ? g_data_input_stream_read_line(answers_.get(), nullptr, nullptr, nullptr) : nullptr;
+    gchar* line = answers_ ? g_data_input_stream_read_line(answers_.get(), nullptr, nullptr, nullptr) : nullptr;
     const std::string text = line ? line : "(no answer)";
     g_free(line);
     return text;
   }
   std::string nextAnswer() {
-    g_output_stream_write_all(g_subprocess_get_stdin_pipe(process_.get()), "\n", 1, nullptr, nullptr,
-                              nullptr);
+    g_output_stream_write_all(g_subprocess_get_stdin_pipe(process_.get()), "\n", 1, nullptr, nullptr, nullptr);
     return answer();
   }
 
@@ -56,9 +54,7 @@ class DesktopTheme : public testing::Test {
     }
   }
 
-  static std::string drawing(const std::string& theme) {
-    return "icons/" + theme + "/16/types/application-zip.png";
-  }
+  static std::string drawing(const std::string& theme) { return "icons/" + theme + "/16/types/application-zip.png"; }
   std::string path(const std::string& theme) { return folder.path() + '/' + drawing(theme); }
   void choose(const std::string& schemaPath, const std::string& theme) {
     folder.write("glib-2.0/settings/keyfile", "[" + schemaPath + "]\nicon-theme='" + theme + "'\n");
@@ -104,9 +100,7 @@ TEST_F(DesktopTheme, isAdwaitaWhereNoSuchSettingIsInstalled) {
   }
   for (const char* desktop : {"GNOME", "X-Cinnamon", "MATE", ""}) {
     environment["XDG_CURRENT_DESKTOP"] = desktop;
-    EXPECT_EQ(Program(environment).answer(),
-              folder.path() + "/icons/Adwaita/16/types/application-x-generic.png")
-        << desktop;
+    EXPECT_EQ(Program(environment).answer(), folder.path() + "/icons/Adwaita/16/types/application-x-generic.png") << desktop;
   }
 }
 

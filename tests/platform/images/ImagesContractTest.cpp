@@ -68,8 +68,7 @@ TYPED_TEST(ImagesContract, aSymbolComesWithoutAConfigurationAndAnUnknownOneIsNul
 }
 
 TYPED_TEST(ImagesContract, aConfigurationMakesANewImageOfTheSameSymbol) {
-  const platform::SymbolConfiguration configuration{13, platform::FontWeightRegular,
-                                                    platform::SymbolScale::large};
+  const platform::SymbolConfiguration configuration{13, platform::FontWeightRegular, platform::SymbolScale::large};
   const ImageRef symbol = this->symbolImages.imageWithSystemSymbolName("person.circle");
   const ImageRef configured = this->symbolImages.imageWithSymbolConfiguration(*symbol, configuration);
   EXPECT_EQ(configured->symbolConfiguration, configuration);
@@ -82,8 +81,7 @@ TYPED_TEST(ImagesContract, aDrawingHasTheSizeThatWasAskedForAndOneRepresentation
   const auto context = this->graphics.lockFocus({20, 10});
   context->setImageInterpolation(platform::ImageInterpolation::high);
   context->addClip(platform::BezierPath::bezierPathWithOvalInRect({{0, 0}, {20, 10}}));
-  context->drawImage(Image{}, {{0, 0}, {20, 10}}, {{0, 0}, {20, 10}},
-                     platform::CompositingOperation::sourceOver, 1);
+  context->drawImage(Image{}, {{0, 0}, {20, 10}}, {{0, 0}, {20, 10}}, platform::CompositingOperation::sourceOver, 1);
   const ImageRef image = context->unlockFocus();
   EXPECT_EQ(image->size, (platform::Size{20, 10}));
   ASSERT_EQ(image->representations.size(), 1u);

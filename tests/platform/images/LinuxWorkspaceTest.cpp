@@ -199,9 +199,7 @@ TEST_F(LinuxWorkspaceIcons, areGenericWithOneLineWhenTheFileIsHuge) {
 
 TEST_F(LinuxWorkspaceIcons, areGenericWithOneLineWhenThePNGHasTooManyPixels) {
   const std::string drawing = themes.png("mine/16/types/application-zip.png");
-  std::fstream(drawing, std::ios::in | std::ios::out | std::ios::binary)
-      .seekp(16)
-      .write("\x00\x10\x00\x00", 4);
+  std::fstream(drawing, std::ios::in | std::ios::out | std::ios::binary).seekp(16).write("\x00\x10\x00\x00", 4);
   expectGenericWithOneLine();
 }
 
@@ -240,8 +238,7 @@ TEST_F(LinuxWorkspaceIcons, areGenericWithOneLineWhenTheThemesFolderVanishes) {
 
 TEST_F(LinuxWorkspaceIcons, survivesAGarbledOrHugeDescription) {
   themes.write("mine/index.theme", std::string("\xff[[\0Directories", 14));
-  std::filesystem::resize_file(themes.write("Adwaita/index.theme", "[Icon Theme]\n"),
-                               std::uintmax_t{1} << 40);
+  std::filesystem::resize_file(themes.write("Adwaita/index.theme", "[Icon Theme]\n"), std::uintmax_t{1} << 40);
   themes.png("hicolor/16/types/application-zip.png");
   EXPECT_EQ(file(workspace().iconForFileType("zip")), "hicolor/16/types/application-zip.png");
 }
@@ -263,8 +260,7 @@ TEST_F(LinuxWorkspaceIcons, areReallyDrawnFromTheirFile) {
   platform::native::LinuxGraphics graphics;
   const auto context = graphics.lockFocus({16, 16});
   const ImageRef icon = workspace().iconForFileType("zip");
-  context->drawImage(*icon, {{0, 0}, {16, 16}}, {{0, 0}, icon->size},
-                     platform::CompositingOperation::sourceOver, 1);
+  context->drawImage(*icon, {{0, 0}, {16, 16}}, {{0, 0}, icon->size}, platform::CompositingOperation::sourceOver, 1);
   EXPECT_THAT(context->unlockFocus()->representations[0].bitmap->bytes, testing::Each(200));
 }
 

@@ -27,8 +27,7 @@ class OwnImages : public testing::Test {
  protected:
   std::vector<std::uint8_t> pixels(const Image& image, double side = 16) {
     const auto context = graphics.lockFocus({side, side});
-    context->drawImage(image, {{0, 0}, {side, side}}, {{0, 0}, image.size},
-                       platform::CompositingOperation::sourceOver, 1);
+    context->drawImage(image, {{0, 0}, {side, side}}, {{0, 0}, image.size}, platform::CompositingOperation::sourceOver, 1);
     return context->unlockFocus()->representations.at(0).bitmap->bytes;
   }
 
@@ -55,9 +54,8 @@ TEST_F(OwnImages, drawEveryEntryOfTheCatalogueInBothBranchesWithoutATheme) {
 
 TEST_F(OwnImages, areAllThereForTheResourcesAndTheButton) {
   for (const char* name :
-       {"GeneralImage", "ArchiveImage", "MenuImage", "KeyboardImage", "UpdateImage", "TerminalImage",
-        "PlayImage", "PauseImage", "DualPaneImage", "TrashImage", "RulerImage", "DiscImage", "Base10Image",
-        "Base2Image", "SwapImage", "StatusItemImage"}) {
+       {"GeneralImage", "ArchiveImage", "MenuImage", "KeyboardImage", "UpdateImage", "TerminalImage", "PlayImage", "PauseImage",
+        "DualPaneImage", "TrashImage", "RulerImage", "DiscImage", "Base10Image", "Base2Image", "SwapImage", "StatusItemImage"}) {
     const ImageRef image = workspace.imageNamed(name);
     ASSERT_NE(image, nullptr) << name;
     EXPECT_EQ(image->name, name);
@@ -77,8 +75,7 @@ TEST_F(OwnImages, haveAnApplicationIconWithADrawingFor16Points) {
 }
 
 TEST_F(OwnImages, standInForTheFolderAndTheFileThatAThemeLacks) {
-  EXPECT_EQ(workspace.imageNamed(platform::ImageNameFolder)->representations.at(0).source,
-            "dovetail-generic-folder");
+  EXPECT_EQ(workspace.imageNamed(platform::ImageNameFolder)->representations.at(0).source, "dovetail-generic-folder");
   EXPECT_EQ(workspace.iconForFileType("")->representations.at(0).source, "dovetail-generic-file");
 }
 
@@ -93,8 +90,7 @@ TEST_F(OwnImages, asSymbolsGrowWithTheirConfiguration) {
   const ImageRef symbol = workspace.imageWithSystemSymbolName("person.circle");
   EXPECT_EQ(symbol->size, (platform::Size{16, 16}));
   EXPECT_FALSE(symbol->symbolConfiguration.has_value());
-  const ImageRef large =
-      workspace.imageWithSymbolConfiguration(*symbol, {13, 0, platform::SymbolScale::large});
+  const ImageRef large = workspace.imageWithSymbolConfiguration(*symbol, {13, 0, platform::SymbolScale::large});
   EXPECT_EQ(large->size, (platform::Size{20, 20}));
   EXPECT_EQ(large->bestRepresentationForRect({16, 16})->size, (platform::Size{20, 20}));
   EXPECT_TRUE(large->isTemplate);

@@ -47,8 +47,7 @@ class ThemeFolder {
   /// A good PNG of that many pixels a side.
   std::string png(const std::string& name, int side = 16) const {
     const std::string file = write(name, "");
-    const platform::Bitmap bitmap{side, side,
-                                  std::vector<std::uint8_t>(static_cast<std::size_t>(4 * side * side), 200)};
+    const platform::Bitmap bitmap{side, side, std::vector<std::uint8_t>(static_cast<std::size_t>(4 * side * side), 200)};
     EXPECT_TRUE(platform::native::writePNG(bitmap, file));
     return file;
   }

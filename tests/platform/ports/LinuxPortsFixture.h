@@ -29,9 +29,7 @@ using platform::Data;
 using platform::MessagePortStatus;
 using platform::native::Descriptor;
 
-inline Data bytes(std::string_view text) {
-  return Data(text.begin(), text.end());
-}
+inline Data bytes(std::string_view text) { return Data(text.begin(), text.end()); }
 
 inline std::size_t openDescriptors() {
   const std::filesystem::directory_iterator all("/proc/self/fd");
@@ -49,8 +47,7 @@ inline sockaddr_un addressOf(const std::string& path) {
 inline Descriptor rawConnect(const std::string& path) {
   Descriptor socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
   const sockaddr_un address = addressOf(path);
-  const bool isOpen =
-      ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
+  const bool isOpen = ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
   return isOpen ? std::move(socket) : Descriptor();
 }
 
@@ -58,8 +55,7 @@ inline Descriptor rawListen(const std::string& path, int queue = 8) {
   Descriptor socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
   const sockaddr_un address = addressOf(path);
   const bool isOpen =
-      ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 &&
-      ::listen(socket.get(), queue) == 0;
+      ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 && ::listen(socket.get(), queue) == 0;
   return isOpen ? std::move(socket) : Descriptor();
 }
 
@@ -79,8 +75,7 @@ inline void rawSend(int socket, const Data& packet, const std::vector<int>& desc
     header->cmsg_len = CMSG_LEN(descriptors.size() * sizeof(int));
     std::memcpy(CMSG_DATA(header), descriptors.data(), descriptors.size() * sizeof(int));
   }
-  ASSERT_EQ(::sendmsg(socket, &message, MSG_NOSIGNAL), static_cast<ssize_t>(packet.size()))
-      << std::strerror(errno);
+  ASSERT_EQ(::sendmsg(socket, &message, MSG_NOSIGNAL), static_cast<ssize_t>(packet.size())) << std::strerror(errno);
 }
 
 /// Whether the other end has closed the connection; waits for it.
@@ -103,9 +98,7 @@ class LinuxPortsTest : public testing::Test {
     return std::make_unique<platform::native::LinuxMessagePorts>(log, portFolder(), user);
   }
 
-  platform::LocalMessagePort* open(const std::string& name = "G.App") {
-    return ports->createLocal(name, keep, {1, &received});
-  }
+  platform::LocalMessagePort* open(const std::string& name = "G.App") { return ports->createLocal(name, keep, {1, &received}); }
   void read(platform::LocalMessagePort* port) {
     ports->addSourceToCurrentRunLoop(ports->createRunLoopSource(*port, 0), platform::RunLoopMode::common);
   }

@@ -47,9 +47,7 @@ struct Received {
   }
 };
 
-Data bytes(std::string_view text) {
-  return Data(text.begin(), text.end());
-}
+Data bytes(std::string_view text) { return Data(text.begin(), text.end()); }
 
 Data patterned(std::size_t size) {
   Data data(size);
@@ -60,18 +58,14 @@ Data patterned(std::size_t size) {
 template <typename Backend>
 class MessagePortsContract : public testing::Test {
  protected:
-  LocalMessagePort* open(std::string_view name) {
-    return backend.ports.createLocal(name, Received::add, {1, &received});
-  }
+  LocalMessagePort* open(std::string_view name) { return backend.ports.createLocal(name, Received::add, {1, &received}); }
   void read(LocalMessagePort* port) {
     backend.ports.addSourceToCurrentRunLoop(backend.ports.createRunLoopSource(*port, 0), RunLoopMode::common);
   }
   bool runUntilReceived(std::size_t count) {
     return backend.runUntil([&] { return received.records.size() >= count; });
   }
-  static MessagePortStatus send(RemoteMessagePort& port, ByteView record) {
-    return port.sendRequest(0, record, 1, 1);
-  }
+  static MessagePortStatus send(RemoteMessagePort& port, ByteView record) { return port.sendRequest(0, record, 1, 1); }
 
   Backend backend;
   Received received;

@@ -15,9 +15,7 @@ namespace {
 using namespace tests;
 using Clock = std::chrono::steady_clock;
 
-double secondsSince(Clock::time_point start) {
-  return std::chrono::duration<double>(Clock::now() - start).count();
-}
+double secondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
 
 // Leaves the process that many descriptors to open, for as long as it lives.
 class DescriptorLimit {
@@ -282,9 +280,7 @@ class Interruptions {
 };
 
 TEST_F(PortFaults, systemCallsThatSignalsInterruptLoseAndSpoilNoRecord) {
-  const auto record = [](std::size_t i) {
-    return Data(i % 10 == 0 ? 3'000'000 + i : 1000 + i, static_cast<std::uint8_t>(i));
-  };
+  const auto record = [](std::size_t i) { return Data(i % 10 == 0 ? 3'000'000 + i : 1000 + i, static_cast<std::uint8_t>(i)); };
   listen();
   PeerProcess sender([&](const auto&) {
     const auto remote = makePorts()->createRemote("G.App");
@@ -314,8 +310,7 @@ TEST_F(PortFaults, aThousandRestartsOfTheHostLeaveNoDescriptorOpen) {
       if (hosts->createLocal("G.App", keep, {1, &received}) == nullptr) return 1;
       const auto toExtension = hosts->createRemote("G.Sync.1");
       line.tell('o');
-      return send(*toExtension, bytes("hello")) == MessagePortStatus::success ? static_cast<int>(line.hear())
-                                                                              : 2;
+      return send(*toExtension, bytes("hello")) == MessagePortStatus::success ? static_cast<int>(line.hear()) : 2;
     });
     ASSERT_EQ(host.hear(), 'o') << i;
     const auto remote = ports->createRemote("G.App");

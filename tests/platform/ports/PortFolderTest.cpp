@@ -14,8 +14,7 @@ class PortFolder : public LinuxPortsTest {
  protected:
   std::set<std::string> files() const {
     std::set<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(portFolder()))
-      names.insert(entry.path().filename());
+    for (const auto& entry : std::filesystem::directory_iterator(portFolder())) names.insert(entry.path().filename());
     return names;
   }
   bool isUsable() {
@@ -37,8 +36,7 @@ TEST_F(PortFolder, isMadeForTheUserAlone) {
 
 TEST_F(PortFolder, holdsASocketAndALockNamedByThePort) {
   ASSERT_NE(open("org.dovetail.group.Sync.4711"), nullptr);
-  EXPECT_EQ(files(),
-            (std::set<std::string>{"org.dovetail.group.Sync.4711", ".org.dovetail.group.Sync.4711.lock"}));
+  EXPECT_EQ(files(), (std::set<std::string>{"org.dovetail.group.Sync.4711", ".org.dovetail.group.Sync.4711.lock"}));
 }
 
 TEST_F(PortFolder, namesAPortByItsHashWhenItsNameIsTooLongForAnAddressOrNoPlainFileName) {
@@ -51,8 +49,7 @@ TEST_F(PortFolder, namesAPortByItsHashWhenItsNameIsTooLongForAnAddressOrNoPlainF
       {"..", "5ec1f7e700f37c3d0b2981d04855fc34b94aaa15457b05ca571817442d228f81"},
       {"", "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
       {"G App", "1348e31038e427429160e23ebfd90f8539fd93ffa240049be06bb7f8f0ba6c6a"}};
-  for (const auto& [name, file] : hashed)
-    EXPECT_EQ(platform::native::PortFolder::fileForPort(name), file) << name;
+  for (const auto& [name, file] : hashed) EXPECT_EQ(platform::native::PortFolder::fileForPort(name), file) << name;
 }
 
 TEST_F(PortFolder, aPortWithALongNameIsReached) {
@@ -215,8 +212,7 @@ TEST_F(PortFolder, aProcessOfAnotherUserIsNotServed) {
   const bool isRoot = ::geteuid() == 0;
   std::string fault;
   const uid_t served = isRoot ? ::geteuid() : ::geteuid() + 1;
-  auto opened = platform::native::PortFolder::open(portFolder(), ::geteuid(),
-                                                   platform::native::PortFolder::Missing::isMade, fault);
+  auto opened = platform::native::PortFolder::open(portFolder(), ::geteuid(), platform::native::PortFolder::Missing::isMade, fault);
   ASSERT_TRUE(opened) << fault;
   auto socket = platform::native::ListeningSocket::open(std::move(*opened), "G.App", fault);
   ASSERT_NE(socket, nullptr) << fault;

@@ -101,8 +101,7 @@ TEST_F(SentRecord, isAMemoryFileWhenTheSocketsBufferIsSmallerThanThePacket) {
 
 TEST_F(SentRecord, ofMoreThanTheBoundIsRefusedAndThePortStaysUsable) {
   // Never touched, so it takes no memory.
-  void* room = ::mmap(nullptr, platform::native::longestRecord + 1, PROT_READ,
-                      MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  void* room = ::mmap(nullptr, platform::native::longestRecord + 1, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
   ASSERT_NE(room, MAP_FAILED);
   const ByteView record(static_cast<const std::uint8_t*>(room), platform::native::longestRecord + 1);
   EXPECT_EQ(send(*remote, record), MessagePortStatus::transportError);
@@ -236,19 +235,18 @@ TEST_F(ReceivedRecord, sentRightBeforeThePeerEndedIsDelivered) {
 TEST_F(ReceivedRecord, ofAPeerThatIsKilledAnywhereBeforeItsEndIsNoneAndLeavesNothingOpen) {
   const Descriptor unsealed = memoryOf(bytes("not yet sealed"), 0);
   const Descriptor sealed = memoryOf(Data(100'000, 'm'), allSeals);
-  const std::vector<std::function<void(int)>> ways = {
-      [](int) {},
-      [&](int socket) { rawSend(socket, bytes("whole")); },
-      [&](int socket) { rawSend(socket, {0}, {unsealed.get()}); },
-      [&](int socket) { rawSend(socket, {0}, {sealed.get()}); },
-      [&](int socket) {
-        rawSend(socket, bytes("whole"));
-        ::shutdown(socket, SHUT_WR);
-      },
-      [&](int socket) {
-        for (int i = 0; i < 3; ++i) rawSend(socket, {0}, {sealed.get()});
-        ::shutdown(socket, SHUT_RDWR);
-      }};
+  const std::vector<std::function<void(int)>> ways = {[](int) {},
+                                                      [&](int socket) { rawSend(socket, bytes("whole")); },
+                                                      [&](int socket) { rawSend(socket, {0}, {unsealed.get()}); },
+                                                      [&](int socket) { rawSend(socket, {0}, {sealed.get()}); },
+                                                      [&](int socket) {
+                                                        rawSend(socket, bytes("whole"));
+                                                        ::shutdown(socket, SHUT_WR);
+                                                      },
+                                                      [&](int socket) {
+                                                        for (int i = 0; i < 3; ++i) rawSend(socket, {0}, {sealed.get()});
+                                                        ::shutdown(socket, SHUT_RDWR);
+                                                      }};
   const std::vector<std::size_t> whole = {0, 1, 0, 1, 1, 3};
   pumpReady();
   const std::size_t before = openDescriptors();
@@ -274,8 +272,8 @@ TEST_F(ReceivedRecord, ofAPeerThatIsKilledAnywhereBeforeItsEndIsNoneAndLeavesNot
 
 TEST_F(LinuxPortsTest, aPeerInAnotherLanguageUnderstandsAndIsUnderstood) {
   listen("G.Sync.1");
-  const auto host = startProgram({DOVETAIL_PYTHON, DOVETAIL_PYTHON_PEER, PeerProcess::lineArgument,
-                                  socketPath("G.App"), socketPath("G.Sync.1")});
+  const auto host =
+      startProgram({DOVETAIL_PYTHON, DOVETAIL_PYTHON_PEER, PeerProcess::lineArgument, socketPath("G.App"), socketPath("G.Sync.1")});
   ASSERT_EQ(host->hear(), 'o');
   auto remote = ports->createRemote("G.App");
   ASSERT_NE(remote, nullptr);

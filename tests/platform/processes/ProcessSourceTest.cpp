@@ -72,9 +72,7 @@ TEST_F(LinuxProcessSource, everySignalReachesTheHostUnchangedAndIsReported) {
   PeerProcess host([](const auto& line) {
     lineOfHandlers = line.descriptor();
     struct sigaction action = {};
-    action.sa_sigaction = [](int, siginfo_t* facts, void*) {
-      tellFromHandler(static_cast<char>(facts->si_value.sival_int));
-    };
+    action.sa_sigaction = [](int, siginfo_t* facts, void*) { tellFromHandler(static_cast<char>(facts->si_value.sival_int)); };
     action.sa_flags = SA_SIGINFO;
     ::sigaction(SIGRTMIN, &action, nullptr);
     line.tell('o');
@@ -149,8 +147,7 @@ TEST_F(LinuxProcessSource, whatIsNotDeliveredOrIsTheHostsOwnBusinessIsNoEvent) {
   ASSERT_EQ(host.hear(), 'o');
   const auto source = watch(host.process());
   ASSERT_TRUE(runUntilTraced(host.process()));
-  for (const int signal : {SIGUSR2, SIGHUP, SIGWINCH, SIGURG, SIGCONT, SIGTSTP, SIGCONT})
-    ::kill(host.process(), signal);
+  for (const int signal : {SIGUSR2, SIGHUP, SIGWINCH, SIGURG, SIGCONT, SIGTSTP, SIGCONT}) ::kill(host.process(), signal);
   host.tell('g');
   ASSERT_EQ(host.hear(), 'o');
   ::kill(host.process(), SIGUSR1);
@@ -255,8 +252,7 @@ TEST_F(LinuxProcessSource, theWatcherInheritsNothingButItsLine) {
     files.push_back(target.substr(0, target.find('[')));
   }
   std::sort(files.begin(), files.end());
-  EXPECT_EQ(files,
-            (std::vector<std::string>{"/dev/null", "/dev/null", "/dev/null", "anon_inode:", "socket:"}));
+  EXPECT_EQ(files, (std::vector<std::string>{"/dev/null", "/dev/null", "/dev/null", "anon_inode:", "socket:"}));
   EXPECT_EQ(std::filesystem::read_symlink(watcher + "/cwd"), "/");
   EXPECT_NE(::getsid(std::stoi(watcher.substr(6))), ::getsid(0));
   EXPECT_EQ(std::filesystem::file_size(watcher + "/environ"), 0u);
@@ -298,8 +294,7 @@ TEST_F(LinuxProcessSource, whoeverOutlivesTheBackendHarmsNothing) {
 }
 
 TEST_F(LinuxProcessSource, theWatcherIsTheOneBesideTheProgramElseTheInstalledOne) {
-  const auto beside =
-      std::filesystem::read_symlink("/proc/self/exe").parent_path() / "dovetail-process-watcher";
+  const auto beside = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "dovetail-process-watcher";
   std::filesystem::create_symlink(DOVETAIL_WATCHER, beside);
   const std::string found = platform::native::usualProcessWatcher();
   std::filesystem::remove(beside);

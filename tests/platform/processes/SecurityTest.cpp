@@ -39,11 +39,10 @@ TEST(Entitlements, theBuildsOwnListGrantsItsApplicationGroup) {
 }
 
 TEST(Entitlements, withoutAReadableListThereIsNoTask) {
-  for (const std::string& text :
-       {std::string(), std::string("no list"), plist(""), plist("<array/>"), plist("<dict>"),
-        plist("<dict><string>a</string></dict>"), plist("<dict><key>a</key></dict>"), plist("<dict/><dict/>"),
-        std::string("<dict/>"), plist("<dict><key>a</key><odd/></dict>"), groups("<array/>").substr(0, 200),
-        std::string("\xFF\xFE<plist/>")}) {
+  for (const std::string& text : {std::string(), std::string("no list"), plist(""), plist("<array/>"), plist("<dict>"),
+                                  plist("<dict><string>a</string></dict>"), plist("<dict><key>a</key></dict>"),
+                                  plist("<dict/><dict/>"), std::string("<dict/>"), plist("<dict><key>a</key><odd/></dict>"),
+                                  groups("<array/>").substr(0, 200), std::string("\xFF\xFE<plist/>")}) {
     EXPECT_FALSE(LinuxSecurity(text).createFromSelf()) << text;
   }
 }
@@ -56,33 +55,29 @@ TEST(Entitlements, anAbsentEntitlementIsNil) {
 TEST(Entitlements, aValueIsGivenAsItStandsWhateverItsKind) {
   EXPECT_TRUE(groupsValue(groups("<string>a</string>")).get<std::string>());
   EXPECT_TRUE(groupsValue(groups("<array/>")).get<Array>()->empty());
-  EXPECT_TRUE(
-      groupsValue(groups("<array><integer>1</integer></array>")).get<Array>()->front().get<Integer>());
-  EXPECT_EQ(groupsValue(groups("<array><string>a</string><string>b</string></array>")).get<Array>()->size(),
-            2u);
+  EXPECT_TRUE(groupsValue(groups("<array><integer>1</integer></array>")).get<Array>()->front().get<Integer>());
+  EXPECT_EQ(groupsValue(groups("<array><string>a</string><string>b</string></array>")).get<Array>()->size(), 2u);
 }
 
 TEST(PropertyLists, eachKindIsRead) {
   EXPECT_TRUE(*valueOf("<true/>").get<bool>());
   EXPECT_FALSE(*valueOf("<false/>").get<bool>());
   EXPECT_TRUE(*valueOf("<integer> -5 </integer>").get<Integer>() == Integer::ofSigned(-5));
-  EXPECT_TRUE(*valueOf("<integer>18446744073709551615</integer>").get<Integer>() ==
-              Integer::ofUnsigned(~std::uint64_t{0}));
+  EXPECT_TRUE(*valueOf("<integer>18446744073709551615</integer>").get<Integer>() == Integer::ofUnsigned(~std::uint64_t{0}));
   EXPECT_EQ(*valueOf("<real>1.5</real>").get<double>(), 1.5);
   EXPECT_EQ(*valueOf("<string>a &amp; <![CDATA[<b>]]> \n</string>").get<std::string>(), "a & <b> \n");
   EXPECT_EQ(*valueOf("<string/>").get<std::string>(), "");
   EXPECT_EQ(*valueOf("<data>\n\tAQL/\n</data>").get<Data>(), (Data{1, 2, 255}));
   EXPECT_EQ(*valueOf("<data/>").get<Data>(), Data());
   EXPECT_EQ(valueOf("<array><array/><dict/></array>").get<Array>()->size(), 2u);
-  EXPECT_TRUE(
-      valueOf("<dict><!-- note -->\n<key>a</key>\n<true/></dict>").get<Dictionary>()->objectForKey("a"));
+  EXPECT_TRUE(valueOf("<dict><!-- note -->\n<key>a</key>\n<true/></dict>").get<Dictionary>()->objectForKey("a"));
 }
 
 TEST(PropertyLists, aTextOfTheWrongKindMakesItNone) {
-  for (const char* inner : {"<integer>a</integer>", "<integer/>", "<integer>1 2</integer>",
-                            "<integer>99999999999999999999</integer>", "<real>x</real>", "<data>A</data>",
-                            "<array>text</array>", "<string><true/></string>", "<key>a</key>",
-                            "<dict><key>a</key><key>b</key><true/></dict>", "text", "<plist/>"}) {
+  for (const char* inner :
+       {"<integer>a</integer>", "<integer/>", "<integer>1 2</integer>", "<integer>99999999999999999999</integer>", "<real>x</real>",
+        "<data>A</data>", "<array>text</array>", "<string><true/></string>", "<key>a</key>",
+        "<dict><key>a</key><key>b</key><true/></dict>", "text", "<plist/>"}) {
     EXPECT_FALSE(objectOfPropertyListText(plist(inner))) << inner;
   }
 }

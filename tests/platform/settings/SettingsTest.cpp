@@ -59,9 +59,7 @@ class Settings : public testing::Test {
   void write(const std::string& key, const std::string& text) const {
     ASSERT_EQ(PrivateSession::run({"dconf", "write", path(key), text}), 0);
   }
-  void reset(const std::string& key) const {
-    ASSERT_EQ(PrivateSession::run({"dconf", "reset", "-f", path(key)}), 0);
-  }
+  void reset(const std::string& key) const { ASSERT_EQ(PrivateSession::run({"dconf", "reset", "-f", path(key)}), 0); }
   // Notices come in order, so once this last one is here all before it are.
   void waitUntilTold() {
     Observer last;
@@ -77,8 +75,7 @@ class Settings : public testing::Test {
   SilentLog log;
   SessionBus bus{log};
   std::unique_ptr<LinuxUserDefaultsSuites> suites = std::make_unique<LinuxUserDefaultsSuites>(bus);
-  std::string group =
-      std::string("org.dovetail.test.") + testing::UnitTest::GetInstance()->current_test_info()->name();
+  std::string group = std::string("org.dovetail.test.") + testing::UnitTest::GetInstance()->current_test_info()->name();
   std::unique_ptr<UserDefaults> store;
   int count = 0;
 };
@@ -303,8 +300,7 @@ TEST_F(Settings, whatTheHostWritesHasTheDocumentedForms) {
     EXPECT_FALSE(error) << *error->textForKey(LocalizedDescriptionKey);
     return PrivateSession::outputOf("dconf read '" + path("key") + "'");
   };
-  EXPECT_EQ(written(items),
-            "{'DTRootMenuItems': <[7, 8]>, 'DTMoreMenuItems': <[2]>, 'DTOtherMenuItems': <@av []>}");
+  EXPECT_EQ(written(items), "{'DTRootMenuItems': <[7, 8]>, 'DTMoreMenuItems': <[2]>, 'DTOtherMenuItems': <@av []>}");
   EXPECT_EQ(written(true), "true");
   EXPECT_EQ(written("1.0"), "'1.0'");
   EXPECT_EQ(written(Array{Data{1, 2}, Data{3}}), "[[byte 0x01, 0x02], [0x03]]");
@@ -383,11 +379,9 @@ TEST_F(Settings, noticesThatAreNoneAreIgnored) {
   store->addObserver(observer, "key");
   for (const char* body : {"('/',)", "('/', 'x', 'y')", "('/', @as [], '')", "('', [''], '')"}) {
     GError* error = nullptr;
-    const OwnedVariant parameters(
-        g_variant_ref_sink(g_variant_parse(nullptr, body, nullptr, nullptr, nullptr)));
-    g_dbus_connection_emit_signal(bus.connection(SessionBus::deadline()), nullptr,
-                                  "/ca/desrt/dconf/Writer/user", "ca.desrt.dconf.Writer", "Notify",
-                                  parameters.get(), &error);
+    const OwnedVariant parameters(g_variant_ref_sink(g_variant_parse(nullptr, body, nullptr, nullptr, nullptr)));
+    g_dbus_connection_emit_signal(bus.connection(SessionBus::deadline()), nullptr, "/ca/desrt/dconf/Writer/user",
+                                  "ca.desrt.dconf.Writer", "Notify", parameters.get(), &error);
     EXPECT_FALSE(error);
   }
   waitUntilTold();

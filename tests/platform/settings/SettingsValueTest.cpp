@@ -33,8 +33,7 @@ std::string shown(const Object& object) {
   }
   if (const auto* dictionary = object.get<Dictionary>()) {
     std::string text = "{";
-    for (const auto& [key, value] : dictionary->entries)
-      text += (text.size() > 1 ? ", " : "") + shown(key) + ": " + shown(value);
+    for (const auto& [key, value] : dictionary->entries) text += (text.size() > 1 ? ", " : "") + shown(key) + ": " + shown(value);
     return text + "}";
   }
   return "?";
@@ -79,8 +78,8 @@ TEST(SettingsValues, containersReadWithAllThatIsInThem) {
 }
 
 TEST(SettingsValues, typesWithoutAKindOfOursAreNilAndSoIsWhatHoldsThem) {
-  for (const char* text : {"(1, 2)", "()", "just 1", "@mi nothing", "handle 1", "{1: 'a'}", "[(1, 2)]",
-                           "{'a': <(1,)>}", "<(1,)>", "[<1>, <()>]"}) {
+  for (const char* text :
+       {"(1, 2)", "()", "just 1", "@mi nothing", "handle 1", "{1: 'a'}", "[(1, 2)]", "{'a': <(1,)>}", "<(1,)>", "[<1>, <()>]"}) {
     EXPECT_EQ(read(text), "nil") << text;
   }
   EXPECT_TRUE(objectOfVariant(nullptr).isNil());
@@ -124,8 +123,7 @@ TEST(SettingsValues, valuesAreWrittenInTheirNarrowestForm) {
   EXPECT_EQ(written(Integer::ofSigned(-5)), "-5");
   EXPECT_EQ(written(Integer::ofSigned(1LL << 40)), "int64 1099511627776");
   EXPECT_EQ(written(Integer::ofUnsigned(~std::uint64_t{0})), "uint64 18446744073709551615");
-  EXPECT_EQ(written(Integer::ofSigned(std::numeric_limits<std::int64_t>::min())),
-            "int64 -9223372036854775808");
+  EXPECT_EQ(written(Integer::ofSigned(std::numeric_limits<std::int64_t>::min())), "int64 -9223372036854775808");
   EXPECT_EQ(written(1.5), "1.5");
   EXPECT_EQ(written("a"), "'a'");
   EXPECT_EQ(written(Data{1, 2}), "[byte 0x01, 0x02]");
@@ -149,9 +147,9 @@ TEST(SettingsValues, whatNoSettingCanHoldIsNotWritten) {
   numbered.entries.emplace_back(Object(true), Object(true));
   Dictionary oddKey;
   oddKey.add("\xFF", true);
-  for (const Object& object : {Object(), Object(Null()), Object(Date{1}), Object(URL::fileURLWithPath("/a")),
-                               Object("\xFF"), Object(std::string("a\0b", 3)), Object(Array{Object()}),
-                               Object(inner), Object(numbered), Object(oddKey)}) {
+  for (const Object& object :
+       {Object(), Object(Null()), Object(Date{1}), Object(URL::fileURLWithPath("/a")), Object("\xFF"),
+        Object(std::string("a\0b", 3)), Object(Array{Object()}), Object(inner), Object(numbered), Object(oddKey)}) {
     EXPECT_EQ(written(object), "null");
   }
 }

@@ -18,9 +18,7 @@ using testing::ElementsAre;
 class SettingsInMemory {
  public:
   UserDefaultsSuites& suites() { return suites_; }
-  void set(const std::string& group, const std::string& key, const Object& value) {
-    suites_.set(group, key, value);
-  }
+  void set(const std::string& group, const std::string& key, const Object& value) { suites_.set(group, key, value); }
   bool runUntil(const std::function<bool()>& holds) {
     loop_.run();
     return holds();
@@ -74,8 +72,7 @@ class UserDefaultsContract : public testing::Test {
   std::string text(const std::string& key) { return store->stringForKey(key).value_or("no text"); }
 
   Backend backend;
-  std::string group =
-      std::string("org.dovetail.contract.") + testing::UnitTest::GetInstance()->current_test_info()->name();
+  std::string group = std::string("org.dovetail.contract.") + testing::UnitTest::GetInstance()->current_test_info()->name();
   std::unique_ptr<UserDefaults> store = backend.suites().initWithSuiteName(group);
   int count = 0;
 };
@@ -150,8 +147,7 @@ TYPED_TEST(UserDefaultsContract, valuesOfEveryKindComeThrough) {
   this->set("items", items);
   this->set("folders", Array{Data{1, 0, 255}});
   const Dictionary* read = this->store->dictionaryForKey("items");
-  ASSERT_TRUE(read && read->objectForKey("DTRootMenuItems") &&
-              read->objectForKey("DTRootMenuItems")->template get<Array>());
+  ASSERT_TRUE(read && read->objectForKey("DTRootMenuItems") && read->objectForKey("DTRootMenuItems")->template get<Array>());
   const Array& tags = *read->objectForKey("DTRootMenuItems")->template get<Array>();
   ASSERT_EQ(tags.size(), 2u);
   EXPECT_EQ(tags[1].template get<Integer>()->signedValue(), 8);
