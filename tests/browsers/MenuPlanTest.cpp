@@ -1,5 +1,5 @@
 // A menu made ready for a toolkit: names, labels, and the room of an archive's contents.
-#include "platform/linux/browsers/MenuPlan.h"
+#include "browsers/MenuPlan.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

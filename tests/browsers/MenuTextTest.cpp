@@ -1,5 +1,5 @@
 // Text that a menu may show, whatever a file is called.
-#include "platform/linux/browsers/MenuText.h"
+#include "browsers/MenuText.h"
 
 #include <glib.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // Which files a browser's menu acts on, and when it is built anew.
-#include "platform/linux/browsers/SelectionMenus.h"
+#include "browsers/SelectionMenus.h"
 
 #include "tests/ExtensionFixture.h"
 

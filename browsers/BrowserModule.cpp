@@ -1,4 +1,4 @@
-#include "platform/linux/browsers/BrowserModule.h"
+#include "browsers/BrowserModule.h"
 
 #include <array>
 

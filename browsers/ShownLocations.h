@@ -7,7 +7,7 @@
 #include <map>
 #include <optional>
 
-#include "platform/linux/browsers/BrowserModule.h"
+#include "browsers/BrowserModule.h"
 
 namespace platform::native {
 

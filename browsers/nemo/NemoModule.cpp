@@ -7,9 +7,9 @@
 #include <libnemo-extension/nemo-menu-provider.h>
 #include <libnemo-extension/nemo-name-and-desc-provider.h>
 
-#include "platform/linux/browsers/NativeItems.h"
-#include "platform/linux/gtk3/LocationWidget.h"
-#include "platform/linux/gtk3/OpenMenu.h"
+#include "browsers/NativeItems.h"
+#include "browsers/gtk3/LocationWidget.h"
+#include "browsers/gtk3/OpenMenu.h"
 
 using platform::URL;
 using platform::native::BrowserModule;

@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
+#include "browsers/MenuPlan.h"
 #include "core/DTDovetailSync.h"
 #include "platform/FileIdentity.h"
 #include "platform/linux/FinderSyncBrowser.h"
-#include "platform/linux/browsers/MenuPlan.h"
 
 namespace platform::native {
 

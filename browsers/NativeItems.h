@@ -12,8 +12,8 @@
 #include <memory>
 #include <utility>
 
+#include "browsers/BrowserModule.h"
 #include "platform/linux/OwnedGLib.h"
-#include "platform/linux/browsers/BrowserModule.h"
 
 namespace platform::native {
 

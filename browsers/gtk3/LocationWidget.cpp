@@ -1,6 +1,6 @@
-#include "platform/linux/gtk3/LocationWidget.h"
+#include "browsers/gtk3/LocationWidget.h"
 
-#include "platform/linux/browsers/NativeItems.h"
+#include "browsers/NativeItems.h"
 
 namespace platform::native {
 namespace {

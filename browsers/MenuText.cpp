@@ -1,4 +1,4 @@
-#include "platform/linux/browsers/MenuText.h"
+#include "browsers/MenuText.h"
 
 #include <glib.h>
 

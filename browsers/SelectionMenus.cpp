@@ -1,4 +1,4 @@
-#include "platform/linux/browsers/SelectionMenus.h"
+#include "browsers/SelectionMenus.h"
 
 #include <algorithm>
 

@@ -1,11 +1,11 @@
-#include "platform/linux/browsers/MenuPlan.h"
+#include "browsers/MenuPlan.h"
 
 #include <algorithm>
 #include <deque>
 #include <unordered_map>
 
-#include "platform/linux/browsers/IconFiles.h"
-#include "platform/linux/browsers/MenuText.h"
+#include "browsers/IconFiles.h"
+#include "browsers/MenuText.h"
 
 namespace platform::native {
 namespace {

@@ -2,8 +2,8 @@
 // the main thread.
 #include <gtk/gtk.h>
 
-#include "platform/linux/browsers/NativeItems.h"
-#include "platform/linux/browsers/ShownLocations.h"
+#include "browsers/NativeItems.h"
+#include "browsers/ShownLocations.h"
 
 // Some of these headers do not say that they are C; what they include has been included above.
 extern "C" {

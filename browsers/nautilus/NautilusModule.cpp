@@ -1,7 +1,7 @@
 // The extension in Nautilus: items of the selection and of the folder's background, and what its windows show. Nautilus calls all of it
 // on the main thread. No toolkit: GTK 3 and GTK 4 must not meet in one process.
-#include "platform/linux/browsers/NativeItems.h"
-#include "platform/linux/browsers/ShownLocations.h"
+#include "browsers/NativeItems.h"
+#include "browsers/ShownLocations.h"
 
 // The header does not say that the entry points are C; what it includes has been included above.
 extern "C" {

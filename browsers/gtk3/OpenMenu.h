@@ -3,7 +3,7 @@
 
 #include <functional>
 
-#include "platform/linux/browsers/BrowserModule.h"
+#include "browsers/BrowserModule.h"
 
 namespace platform::native {
 

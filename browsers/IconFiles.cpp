@@ -1,4 +1,4 @@
-#include "platform/linux/browsers/IconFiles.h"
+#include "browsers/IconFiles.h"
 
 #include <glib.h>
 #include <unistd.h>

@@ -1,6 +1,6 @@
-#include "platform/linux/browsers/ShownFolders.h"
+#include "browsers/ShownFolders.h"
 
-#include "platform/linux/browsers/Guarded.h"
+#include "browsers/Guarded.h"
 
 namespace platform::native {
 

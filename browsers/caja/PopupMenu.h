@@ -3,7 +3,7 @@
 
 #include <gtk/gtk.h>
 
-#include "platform/linux/browsers/BrowserModule.h"
+#include "browsers/BrowserModule.h"
 
 namespace platform::native {
 

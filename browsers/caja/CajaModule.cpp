@@ -8,10 +8,10 @@
 
 #include <map>
 
-#include "platform/linux/browsers/NativeItems.h"
-#include "platform/linux/caja/PopupMenu.h"
-#include "platform/linux/gtk3/LocationWidget.h"
-#include "platform/linux/gtk3/OpenMenu.h"
+#include "browsers/NativeItems.h"
+#include "browsers/caja/PopupMenu.h"
+#include "browsers/gtk3/LocationWidget.h"
+#include "browsers/gtk3/OpenMenu.h"
 
 using platform::URL;
 using platform::native::BoundMenuRef;

@@ -1,4 +1,4 @@
-#include "platform/linux/browsers/ShownLocations.h"
+#include "browsers/ShownLocations.h"
 
 #include "platform/linux/OwnedGLib.h"
 

@@ -7,12 +7,12 @@
 #include <optional>
 #include <string>
 
+#include "browsers/Guarded.h"
+#include "browsers/IconFiles.h"
+#include "browsers/SelectionMenus.h"
+#include "browsers/ShownFolders.h"
 #include "core/DTDovetailSync.h"
 #include "platform/linux/LinuxPlatform.h"
-#include "platform/linux/browsers/Guarded.h"
-#include "platform/linux/browsers/IconFiles.h"
-#include "platform/linux/browsers/SelectionMenus.h"
-#include "platform/linux/browsers/ShownFolders.h"
 
 namespace platform::native {
 

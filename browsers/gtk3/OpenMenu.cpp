@@ -1,4 +1,4 @@
-#include "platform/linux/gtk3/OpenMenu.h"
+#include "browsers/gtk3/OpenMenu.h"
 
 #include <gtk/gtk.h>
 

@@ -1,6 +1,6 @@
-#include "platform/linux/caja/PopupMenu.h"
+#include "browsers/caja/PopupMenu.h"
 
-#include "platform/linux/browsers/NativeItems.h"
+#include "browsers/NativeItems.h"
 
 namespace platform::native {
 namespace {
