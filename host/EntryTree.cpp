@@ -143,7 +143,7 @@ class TreeBuilder {
 EntryTree treeOfListing(std::string_view archiveName, const Listing& listing, const TreeBounds& bounds) {
   TreeBuilder builder(std::min(listing.count(), bounds.nodes), bounds);
   for (std::size_t i = 0; i < listing.count(); ++i) builder.add(listing.entry(i));
-  return {std::make_shared<const DTTreeNode>(builder.tree(archiveName)), builder.leftOut()};
+  return {std::make_shared<const DTTreeNode>(builder.tree(archiveName)), builder.leftOut() + listing.leftOut};
 }
 
 std::optional<FoundEntry> entryAtIndexPath(const DTTreeNode& root, const platform::IndexPath& indexPath) {

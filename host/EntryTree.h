@@ -19,7 +19,7 @@ struct TreeBounds {
 
 struct EntryTree {
   std::shared_ptr<const DTTreeNode> root;
-  std::size_t leftOut = 0;  ///< Entries that the bounds kept out.
+  std::uint64_t leftOut = 0;  ///< Entries that the bounds kept out, and those that the listing lacks.
 };
 
 /// The tree of a listing under a root of the archive's own name, in time linear in the listing.

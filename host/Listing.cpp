@@ -61,14 +61,15 @@ ListingParser::State ListingParser::takeFrame(ListingFrame kind, std::uint64_t s
       if (listing_.count() >= bounds_.entries || listing_.pathBytes() + text.size() > bounds_.pathBytes) return State::refused;
       listing_.append(text, kind == ListingFrame::folder, size);
       return State::unfinished;
-    case ListingFrame::whole: return finish({});
-    case ListingFrame::partial: return finish(text);
+    case ListingFrame::whole: return finish(size, {});
+    case ListingFrame::partial: return finish(size, text);
     case ListingFrame::noArchive: return State::finished;
   }
   return State::refused;
 }
 
-ListingParser::State ListingParser::finish(std::string_view shortfall) {
+ListingParser::State ListingParser::finish(std::uint64_t leftOut, std::string_view shortfall) {
+  listing_.leftOut = leftOut;
   listing_.shortfall = shortfall;
   result_ = std::move(listing_);
   return State::finished;

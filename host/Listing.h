@@ -1,6 +1,6 @@
 // The table of contents of one archive as the listing child finds it, and the frames in which it travels from the child to
-// the host. A frame is one kind byte, the size as 8 and the length as 4 bytes (little-endian), then `length` bytes of path
-// or text. The host trusts none of it: every length and count is bounded before anything is kept.
+// the host. A frame is one kind byte, the size (of the last frame: how many entries are left out) as 8 and the length as 4 bytes
+// (little-endian), then `length` bytes of path or text. The host trusts none of it: every length and count is bounded before anything is kept.
 #pragma once
 
 #include <cstddef>
@@ -34,8 +34,10 @@ class Listing {
   /// The view lives as long as the listing and no longer than until the next `append`.
   Entry entry(std::size_t position) const;
 
-  /// Empty when everything in the archive is listed, else what kept the rest out.
+  /// Empty when the archive was read to its end, else what kept the rest out.
   std::string shortfall;
+  /// Entries that are known to be missing: without a name that can be read, with one that is too long, beyond the bounds.
+  std::uint64_t leftOut = 0;
 
  private:
   struct Record {
@@ -74,7 +76,7 @@ class ListingParser {
 
  private:
   State takeFrame(ListingFrame kind, std::uint64_t size, std::string_view text);
-  State finish(std::string_view shortfall);
+  State finish(std::uint64_t leftOut, std::string_view shortfall);
 
   ListingBounds bounds_;
   State state_ = State::unfinished;

@@ -14,6 +14,9 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <optional>
+
+#include "host/ZipNames.h"
 
 namespace {
 
@@ -84,8 +87,7 @@ void appendUTF8(std::string& out, char32_t point) {
   for (int i = following - 1; i >= 0; --i) out.push_back(static_cast<char>(0x80 | (point >> (6 * i) & 0x3F)));
 }
 
-// Names that the format declares as Unicode come as UTF-8, all others as their bytes; the library refuses the former only when
-// they hold what UTF-8 cannot.
+// Names that the format declares as Unicode come as UTF-8, all others as their bytes. Empty for one that is declared so and is not.
 std::string pathOf(archive_entry* entry) {
   if (const char* bytes = archive_entry_pathname(entry)) return bytes;
   std::string path;
@@ -125,17 +127,22 @@ bool isKnownByTwoBytes(archive* reader) {
 /// One file's frames on their way out.
 class ListingWriter {
  public:
-  ListingWriter(const ListingBounds& bounds, FrameSink& sink) : bounds_(bounds), sink_(sink) {}
+  ListingWriter(const ListingBounds& bounds, int file, FrameSink& sink) : bounds_(bounds), file_(file), sink_(sink) {}
 
   bool isFull() const { return !reason_.empty(); }
   bool hasEntries() const { return entries_ > 0; }
   const std::string& reason() const { return reason_; }
 
-  void addEntry(archive_entry* entry) {
-    const std::string path = pathOf(entry);
-    if (path.size() > Listing::maximumPathLength) return;
+  void addEntry(archive* reader, archive_entry* entry) {
+    std::string path = pathOf(entry);
+    if (path.empty() && archive_format(reader) == ARCHIVE_FORMAT_ZIP) path = nextZipName();
+    if (path.empty() || path.size() > Listing::maximumPathLength) {
+      ++leftOut_;
+      return;
+    }
     if (entries_ == bounds_.entries || path.size() > bounds_.pathBytes - pathBytes_) {
       reason_ = "it holds more entries than are listed";
+      ++leftOut_;
       return;
     }
     ++entries_;
@@ -146,18 +153,26 @@ class ListingWriter {
   }
 
   void end(ListingFrame kind, std::string_view text = {}) {
-    appendListingFrame(frames_, kind, 0, text);
+    appendListingFrame(frames_, kind, leftOut_, text);
     flush();
   }
 
  private:
+  std::string nextZipName() {
+    if (!zipNames_) zipNames_ = zipNamesThatAreNotUTF8(file_);
+    return namesTaken_ < zipNames_->size() ? (*zipNames_)[namesTaken_++] : std::string();
+  }
   void flush() {
     if (!sink_.write(frames_)) reason_ = "the host has gone";
     frames_.clear();
   }
 
   ListingBounds bounds_;
+  int file_;
   FrameSink& sink_;
+  std::optional<std::vector<std::string>> zipNames_;  // read when the first one is missing
+  std::size_t namesTaken_ = 0;
+  std::uint64_t leftOut_ = 0;
   std::uint64_t entries_ = 0;
   std::uint64_t pathBytes_ = 0;
   std::string frames_;
@@ -169,7 +184,7 @@ int addEntries(archive* reader, ListingWriter& writer) {
   archive_entry* entry = nullptr;
   int status = archive_read_next_header(reader, &entry);
   while (status == ARCHIVE_OK || status == ARCHIVE_WARN) {
-    writer.addEntry(entry);
+    writer.addEntry(reader, entry);
     if (writer.isFull()) break;
     status = archive_read_next_header(reader, &entry);
   }
@@ -241,7 +256,7 @@ void takeLimits(std::uint64_t memoryBytes) {
 }  // namespace
 
 void listArchive(int file, const ListingBounds& bounds, FrameSink& sink) {
-  ListingWriter writer(bounds, sink);
+  ListingWriter writer(bounds, file, sink);
   ReadArchive reader = newReader();
   supportFormats(reader.get());
   if (archive_read_open_fd(reader.get(), file, blockLength) != ARCHIVE_OK) return writer.end(ListingFrame::noArchive);

@@ -204,6 +204,53 @@ with zipfile.ZipFile(path, 'w') as archive:
               ElementsAre("日本.txt 1", "caf\xE9.txt 2"));
 }
 
+// A class of Python's whose entries claim UTF-8 for bytes that are not.
+const std::string lying = R"(
+import zipfile
+class Lying(zipfile.ZipInfo):
+    def _encodeFilenameFlags(self):
+        return self.filename.encode('latin-1'), self.flag_bits | 0x800
+)";
+
+TEST_F(ArchiveListing, zipNamesThatClaimUTF8AndAreNotComeAsTheirBytes) {
+  const std::string script = lying + R"(
+with zipfile.ZipFile(path, 'w') as archive:
+    archive.writestr(Lying('\xe9t\xe9/'), '')
+    archive.writestr('plain.txt', 'x')
+    archive.writestr(Lying('\xe9t\xe9/caf\xe9.txt'), 'xy')
+    archive.writestr('日本.txt', 'xyz')
+    archive.writestr(Lying('\xff'), 'wxyz')
+    archive.comment = b'of no meaning' * 100
+)";
+  const auto names = ElementsAre("\xE9t\xE9/ 0", "plain.txt 1", "\xE9t\xE9/caf\xE9.txt 2", "日本.txt 3", "\xFF 4");
+  EXPECT_THAT(*lines(python(script)), names);
+  EXPECT_THAT(*lines(python(script + "whole = open(path, 'rb').read()\nopen(path, 'wb').write(b'#!/bin/sh\\n' + whole)")), names);
+}
+
+// The directory lists the entries the other way round than they stand in the file.
+TEST_F(ArchiveListing, zipNamesThatClaimUTF8AndAreNotFindTheirEntriesInAnyOrder) {
+  EXPECT_THAT(*lines(python(lying + R"(
+with zipfile.ZipFile(path, 'w') as archive:
+    archive.writestr(Lying('\xe9'), 'x')
+    archive.writestr(Lying('\xe8'), 'xy')
+    archive.filelist.reverse()
+)")),
+              ElementsAre("\xE9 1", "\xE8 2"));
+}
+
+TEST_F(ArchiveListing, entriesWithoutANameThatCanBeReadAreCounted) {
+  const auto listing = listed(python(lying + R"(
+with zipfile.ZipFile(path, 'w') as archive:
+    archive.writestr('first', 'x')
+    archive.writestr(Lying('\xe9'), 'x')
+whole = open(path, 'rb').read()
+open(path, 'wb').write(whole[:whole.index(b'PK\1\2')])
+)"));
+  ASSERT_TRUE(listing);
+  EXPECT_THAT(*linesOf(listing), ElementsAre("first 1"));
+  EXPECT_EQ(listing->leftOut, 1u);
+}
+
 TEST_F(ArchiveListing, unicodeNamesOfSevenZipAndPaxAreUTF8) {
   setlocale(LC_CTYPE, "C.UTF-8");
   for (const int format : {ARCHIVE_FORMAT_7ZIP, ARCHIVE_FORMAT_TAR_PAX_INTERCHANGE})
@@ -281,6 +328,7 @@ TEST_F(ArchiveListing, entriesBeyondTheBoundsAreLeftOutAndSaidSo) {
 TEST_F(ArchiveListing, aPathBeyondAllMeasureIsLeftOut) {
   EXPECT_THAT(*written({.format = ARCHIVE_FORMAT_TAR_PAX_RESTRICTED}, {{"before"}, {std::string(70'000, 'x')}, {"after"}}),
               ElementsAre("before 0", "after 0"));
+  EXPECT_EQ(listed(folder.path("archive"))->leftOut, 1u);
 }
 
 TEST_F(ArchiveListing, anArchiveOfTooMuchWorkIsGivenUpWhenItsTimeIsOver) {

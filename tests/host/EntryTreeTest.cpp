@@ -98,11 +98,13 @@ TEST(EntryTree, entriesBeyondTheBoundOnNodesAreLeftOutWhole) {
 }
 
 TEST(EntryTree, entriesThatTheBoundsKeepOutAreCounted) {
-  const Listing listing = listingOf({"./", "a", "b/c/d", "e"});
+  Listing listing = listingOf({"./", "a", "b/c/d", "e"});
   EXPECT_EQ(treeOfListing("a", listing).leftOut, 0u);
   EXPECT_EQ(treeOfListing("a", listing, {.nodes = 2, .depth = 9, .wireBytes = 100'000}).leftOut, 1u);
   EXPECT_EQ(treeOfListing("a", listing, {.nodes = 9, .depth = 2, .wireBytes = 100'000}).leftOut, 1u);
   EXPECT_EQ(treeOfListing("a", listing, {.nodes = 9, .depth = 9, .wireBytes = 1'500}).leftOut, 1u);
+  listing.leftOut = 2;
+  EXPECT_EQ(treeOfListing("a", listing, {.nodes = 2, .depth = 9, .wireBytes = 100'000}).leftOut, 3u);
 }
 
 TEST(EntryTree, theEstimateOfATreesArchiveIsNeverTooLow) {

@@ -26,7 +26,7 @@ TEST(Listing, entriesComeBackInOrderWithTheirFacts) {
 
 TEST(ListingParser, framesThatArriveByteByByteMakeTheSameListing) {
   const std::string bytes = frame(ListingFrame::folder, 0, "a") + frame(ListingFrame::file, 0x0102030405060708, "a/b") +
-                            frame(ListingFrame::partial, 0, "it is damaged");
+                            frame(ListingFrame::partial, 7, "it is damaged");
   ListingParser parser(ListingBounds{});
   for (std::size_t i = 0; i + 1 < bytes.size(); ++i) ASSERT_EQ(parser.take(bytes.substr(i, 1)), State::unfinished);
   ASSERT_EQ(parser.take(bytes.substr(bytes.size() - 1)), State::finished);
@@ -36,6 +36,7 @@ TEST(ListingParser, framesThatArriveByteByByteMakeTheSameListing) {
   EXPECT_EQ(listing->entry(1).path, "a/b");
   EXPECT_EQ(listing->entry(1).size, 0x0102030405060708u);
   EXPECT_EQ(listing->shortfall, "it is damaged");
+  EXPECT_EQ(listing->leftOut, 7u);
 }
 
 TEST(ListingParser, anEmptyListingIsAnArchiveAndNoArchiveIsNone) {
