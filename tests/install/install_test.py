@@ -1,12 +1,14 @@
 """What an installation holds, and that it works from where it stands."""
 
 import configparser
+import glob
 import os
 import re
 import shutil
 import subprocess
 import tempfile
 import unittest
+from xml.etree import ElementTree
 
 PROGRAMS = ["dovetail-archive", "dovetail-console", "dovetail-host"]
 MODULES = dict(pair.split("=") for pair in os.environ["DOVETAIL_BROWSER_FOLDERS"].split(":") if pair)
@@ -77,7 +79,18 @@ class Installation(unittest.TestCase):
     def test_the_record_for_software_centres_validates(self):
         done = run("appstreamcli", "validate", "--no-net", self.path("share", "metainfo", "org.dovetail.sync.metainfo.xml"))
         self.assertEqual(done.returncode, 0, done.stdout)
-        self.assertEqual(self.read("share", "metainfo", "org.dovetail.sync.metainfo.xml").count("<extends>"), len(MODULES))
+
+    def test_the_record_names_each_browser_as_its_own_metadata_does(self):
+        record = ElementTree.parse(self.path("share", "metainfo", "org.dovetail.sync.metainfo.xml"))
+        named = [extended.text for extended in record.iter("extends")]
+        self.assertEqual(len(named), len(MODULES))
+        components = {ElementTree.parse(file).findtext("id") for file in glob.glob("/usr/share/metainfo/*.xml")}
+        for name in named:
+            # A browser without a record of its own goes by its desktop entry.
+            self.assertTrue(name in components or os.path.exists(os.path.join("/usr/share/applications", name)), name)
+        for browser in MODULES:
+            own = [component for component in components if browser in component.lower()]
+            self.assertTrue(not own or set(own) & set(named), "%s is %s" % (browser, own))
 
     def test_cajas_entry_names_its_module_and_the_version(self):
         if "caja" in MODULES:
