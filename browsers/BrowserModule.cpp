@@ -2,7 +2,10 @@
 
 #include <array>
 
-namespace platform::native {
+namespace browsers {
+
+using platform::UserDefaults;
+
 namespace {
 
 // What the menus are made from and the extension does not observe itself, or observes without telling.
@@ -66,4 +69,4 @@ void BrowserModule::tellOutdatedMenus() {
 
 void BrowserModule::observeValueForKeyPath(std::string_view, const Object&) { menus_.forget(); }
 
-}  // namespace platform::native
+}  // namespace browsers

@@ -14,7 +14,12 @@
 #include "core/DTDovetailSync.h"
 #include "platform/linux/LinuxPlatform.h"
 
-namespace platform::native {
+namespace browsers {
+
+using platform::KeyValueObserver;
+using platform::Log;
+using platform::Object;
+using platform::native::LinuxPlatform;
 
 class BrowserModule final : KeyValueObserver {
  public:
@@ -55,4 +60,4 @@ class BrowserModule final : KeyValueObserver {
   GSource* changes_ = nullptr;
 };
 
-}  // namespace platform::native
+}  // namespace browsers

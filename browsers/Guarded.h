@@ -1,7 +1,7 @@
 // The border between a browser and the extension: nothing that is thrown crosses it.
 #pragma once
 
-namespace platform::native {
+namespace browsers {
 
 /// Runs what a browser calls and lets nothing out of it: whatever is thrown ends the call with an empty result.
 template <typename Call>
@@ -13,4 +13,4 @@ auto guarded(Call call) noexcept -> decltype(call()) {
   }
 }
 
-}  // namespace platform::native
+}  // namespace browsers

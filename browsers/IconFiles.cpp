@@ -9,7 +9,13 @@
 
 #include "platform/linux/images/Graphics.h"
 
-namespace platform::native {
+namespace browsers {
+
+using platform::CompositingOperation;
+using platform::ImageRepresentation;
+using platform::Size;
+using platform::native::LinuxGraphics;
+using platform::native::writePNG;
 
 const std::string& IconFiles::fileOf(const ImageRef& image, double points) {
   static const std::string none;
@@ -43,4 +49,4 @@ std::string IconFiles::drawnFile(const std::string& source, double points) const
 
 std::string IconFiles::usualFolder() { return std::string(g_get_user_cache_dir()) + "/dovetail-sync"; }
 
-}  // namespace platform::native
+}  // namespace browsers

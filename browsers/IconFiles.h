@@ -6,7 +6,10 @@
 
 #include "platform/Image.h"
 
-namespace platform::native {
+namespace browsers {
+
+using platform::Image;
+using platform::ImageRef;
 
 class IconFiles {
  public:
@@ -28,4 +31,4 @@ class IconFiles {
   std::unordered_map<ImageRef, std::string> files_;  // holds the images, so that no other one takes their place
 };
 
-}  // namespace platform::native
+}  // namespace browsers

@@ -7,7 +7,7 @@
 #include "browsers/IconFiles.h"
 #include "browsers/MenuText.h"
 
-namespace platform::native {
+namespace browsers {
 namespace {
 
 constexpr std::string_view archiveAction = "expand:";
@@ -149,4 +149,4 @@ std::shared_ptr<PlannedItems> MenuPlanner::level(const MenuItem& folder, const s
   return items;
 }
 
-}  // namespace platform::native
+}  // namespace browsers

@@ -11,7 +11,10 @@
 
 #include "platform/Menu.h"
 
-namespace platform::native {
+namespace browsers {
+
+using platform::Menu;
+using platform::MenuItem;
 
 class IconFiles;
 
@@ -72,4 +75,4 @@ class MenuPlanner {
   std::map<const Menu*, std::size_t> opened_;  // how often each stands in the menu being planned
 };
 
-}  // namespace platform::native
+}  // namespace browsers

@@ -4,7 +4,10 @@
 
 #include "platform/linux/OwnedGLib.h"
 
-namespace platform::native {
+namespace browsers {
+
+using platform::native::OwnedText;
+
 namespace {
 
 // Marks, embeddings, overrides and isolates (Unicode Standard Annex 9), which would turn the rest of the menu's line too.
@@ -52,4 +55,4 @@ std::string invisibleNumber(std::size_t number) {
   return digits;
 }
 
-}  // namespace platform::native
+}  // namespace browsers

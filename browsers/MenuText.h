@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace platform::native {
+namespace browsers {
 
 /// Longer texts are shortened in the middle to this many characters.
 inline constexpr std::size_t longestLabel = 255;
@@ -20,4 +20,4 @@ std::string menuLabel(std::string_view title);
 /// Characters without a shape that spell a number, so that labels which look the same differ.
 std::string invisibleNumber(std::size_t number);
 
-}  // namespace platform::native
+}  // namespace browsers

@@ -15,7 +15,9 @@
 #include "browsers/BrowserModule.h"
 #include "platform/linux/OwnedGLib.h"
 
-namespace platform::native {
+namespace browsers {
+
+using platform::native::OwnedText;
 
 /// What happens when an item is chosen. Held by the item's closure.
 struct ItemChoice {
@@ -89,4 +91,4 @@ inline URL folderURL(const char* uri) {
   return urlOf(folder.get(), true);
 }
 
-}  // namespace platform::native
+}  // namespace browsers

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace platform::native {
+namespace browsers {
 
 namespace {
 
@@ -79,4 +79,4 @@ bool SelectionMenus::isSame(const Request& a, const Request& b) {
   return std::ranges::equal(a.selection, b.selection, isSameText);
 }
 
-}  // namespace platform::native
+}  // namespace browsers

@@ -14,7 +14,13 @@
 #include "platform/FileIdentity.h"
 #include "platform/linux/FinderSyncBrowser.h"
 
-namespace platform::native {
+namespace browsers {
+
+using platform::FileIdentity;
+using platform::FileManager;
+using platform::MenuKind;
+using platform::URL;
+using platform::native::FinderSyncBrowser;
 
 /// A menu and what it acts on. Immutable; the toolkit's items hold it as long as they can be chosen.
 struct BoundMenu {
@@ -84,4 +90,4 @@ class SelectionMenus {
   std::deque<Given> given_;  // the last first
 };
 
-}  // namespace platform::native
+}  // namespace browsers

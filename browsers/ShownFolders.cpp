@@ -2,7 +2,9 @@
 
 #include "browsers/Guarded.h"
 
-namespace platform::native {
+namespace browsers {
+
+using platform::native::OwnedText;
 
 ShownFolders::~ShownFolders() {
   for (const auto& [path, shown] : shown_) {
@@ -45,4 +47,4 @@ void ShownFolders::fileCame(GFile* file) {
   if (path) browser_.fileShown(URL::fileURLWithPath(path.get(), false));
 }
 
-}  // namespace platform::native
+}  // namespace browsers

@@ -10,7 +10,11 @@
 #include "platform/linux/FinderSyncBrowser.h"
 #include "platform/linux/OwnedGLib.h"
 
-namespace platform::native {
+namespace browsers {
+
+using platform::URL;
+using platform::native::FinderSyncBrowser;
+using platform::native::OwnedObject;
 
 class ShownFolders {
  public:
@@ -37,4 +41,4 @@ class ShownFolders {
   std::map<std::string, Shown> shown_;  // by path
 };
 
-}  // namespace platform::native
+}  // namespace browsers

@@ -2,7 +2,7 @@
 
 #include "platform/linux/OwnedGLib.h"
 
-namespace platform::native {
+namespace browsers {
 namespace {
 
 bool hasSignal(GObject* object, const char* name) { return g_signal_lookup(name, G_OBJECT_TYPE(object)) != 0; }
@@ -94,4 +94,4 @@ void ShownLocations::gone(gpointer self, GObject* object) {
   });
 }
 
-}  // namespace platform::native
+}  // namespace browsers

@@ -9,7 +9,7 @@
 
 #include "browsers/BrowserModule.h"
 
-namespace platform::native {
+namespace browsers {
 
 class ShownLocations {
  public:
@@ -46,4 +46,4 @@ class ShownLocations {
   std::map<GObject*, std::optional<URL>> objects_;  // windows and parts that live, and the folder that was opened for each
 };
 
-}  // namespace platform::native
+}  // namespace browsers

@@ -13,13 +13,13 @@
 #include "browsers/gtk3/LocationWidget.h"
 #include "browsers/gtk3/OpenMenu.h"
 
+using browsers::BoundMenuRef;
+using browsers::BrowserModule;
+using browsers::guarded;
+using browsers::NativeItems;
+using browsers::PlannedItem;
 using platform::URL;
-using platform::native::BoundMenuRef;
-using platform::native::BrowserModule;
-using platform::native::guarded;
-using platform::native::NativeItems;
 using platform::native::OwnedObject;
-using platform::native::PlannedItem;
 
 namespace {
 
@@ -52,7 +52,7 @@ Caja* caja = nullptr;
 
 URL urlOf(CajaFileInfo* file) {
   const OwnedObject<GFile> location(caja_file_info_get_location(file));
-  return platform::native::urlOf(location.get(), caja_file_info_is_directory(file));
+  return browsers::urlOf(location.get(), caja_file_info_is_directory(file));
 }
 
 std::vector<URL> urlsOf(GList* files) {
@@ -118,7 +118,7 @@ GList* getToolbarItems(CajaMenuProvider*, GtkWidget* window, CajaFileInfo* folde
 // ---- What the windows show
 
 GtkWidget* getWidget(CajaLocationWidgetProvider*, const char* uri, GtkWidget*) {
-  return guarded([&] { return platform::native::locationWidget(caja->module, uri); });
+  return guarded([&] { return browsers::locationWidget(caja->module, uri); });
 }
 
 // ---- The object that Caja makes
@@ -156,7 +156,7 @@ void dovetail_caja_class_finalize(DovetailCajaClass*) {}
 void start() {
   static Caja once;
   caja = &once;
-  platform::native::updateClosedMenus(caja->module, updateItems);
+  browsers::updateClosedMenus(caja->module, updateItems);
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include "browsers/NativeItems.h"
 
-namespace platform::native {
+namespace browsers {
 namespace {
 
 // GTK has deprecated the one item that shows an icon as the rest of the browser's menus do.
@@ -43,4 +43,4 @@ void showPopupMenu(BrowserModule& module, const BoundMenuRef& menu, GtkWindow* w
   gtk_menu_popup_at_pointer(GTK_MENU(shell), nullptr);
 }
 
-}  // namespace platform::native
+}  // namespace browsers

@@ -5,9 +5,9 @@
 
 #include "browsers/BrowserModule.h"
 
-namespace platform::native {
+namespace browsers {
 
 /// Shows the menu at the pointer of the click that is being handled, over `window`. It ends itself when it is closed.
 void showPopupMenu(BrowserModule& module, const BoundMenuRef& menu, GtkWindow* window);
 
-}  // namespace platform::native
+}  // namespace browsers

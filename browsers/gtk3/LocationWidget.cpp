@@ -2,7 +2,7 @@
 
 #include "browsers/NativeItems.h"
 
-namespace platform::native {
+namespace browsers {
 namespace {
 
 struct ShownLocation {
@@ -50,4 +50,4 @@ GtkWidget* locationWidget(BrowserModule& module, const char* uri) {
   return widget;
 }
 
-}  // namespace platform::native
+}  // namespace browsers

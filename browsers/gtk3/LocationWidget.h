@@ -6,9 +6,9 @@
 
 #include "browsers/BrowserModule.h"
 
-namespace platform::native {
+namespace browsers {
 
 /// A floating widget that stands for the folder being shown; null for one that is no folder of this machine.
 GtkWidget* locationWidget(BrowserModule& module, const char* uri);
 
-}  // namespace platform::native
+}  // namespace browsers

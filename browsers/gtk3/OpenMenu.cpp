@@ -2,7 +2,7 @@
 
 #include <gtk/gtk.h>
 
-namespace platform::native {
+namespace browsers {
 namespace {
 
 struct Update {
@@ -51,4 +51,4 @@ void updateClosedMenus(BrowserModule& module, std::function<void()> update) {
   module.setOnOutdatedMenus([closed = Update{module, std::move(update)}] { updateOnceClosed(closed); });
 }
 
-}  // namespace platform::native
+}  // namespace browsers

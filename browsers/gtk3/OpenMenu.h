@@ -5,10 +5,10 @@
 
 #include "browsers/BrowserModule.h"
 
-namespace platform::native {
+namespace browsers {
 
 /// Whenever a menu given before is outdated: forgets it and calls `update`, at once or, while a menu is up, after it was closed. What
 /// the user is about to click stays in its place until then, and so does what is asked for again.
 void updateClosedMenus(BrowserModule& module, std::function<void()> update);
 
-}  // namespace platform::native
+}  // namespace browsers

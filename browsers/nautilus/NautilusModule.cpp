@@ -8,13 +8,13 @@ extern "C" {
 #include <nautilus-extension.h>
 }
 
+using browsers::BrowserModule;
+using browsers::guarded;
+using browsers::NativeItems;
+using browsers::PlannedItem;
+using browsers::ShownLocations;
 using platform::URL;
-using platform::native::BrowserModule;
-using platform::native::guarded;
-using platform::native::NativeItems;
 using platform::native::OwnedObject;
-using platform::native::PlannedItem;
-using platform::native::ShownLocations;
 
 namespace {
 
@@ -35,7 +35,7 @@ struct NautilusToolkit {
 // draws no icons.
 constexpr BrowserModule::Traits traits{.style = {.archiveItems = 200, .areSubmenuLabelsDistinct = true}, .areIconsDrawn = false};
 
-URL urlOfLocation(GObject* location) { return platform::native::urlOf(G_FILE(location), true); }
+URL urlOfLocation(GObject* location) { return browsers::urlOf(G_FILE(location), true); }
 
 /// One for the process.
 struct Nautilus {
@@ -50,7 +50,7 @@ Nautilus* nautilus = nullptr;
 
 URL urlOf(NautilusFileInfo* file) {
   const OwnedObject<GFile> location(nautilus_file_info_get_location(file));
-  return platform::native::urlOf(location.get(), nautilus_file_info_is_directory(file));
+  return browsers::urlOf(location.get(), nautilus_file_info_is_directory(file));
 }
 
 std::vector<URL> urlsOf(GList* files) {

@@ -11,12 +11,12 @@
 #include "browsers/gtk3/LocationWidget.h"
 #include "browsers/gtk3/OpenMenu.h"
 
+using browsers::BrowserModule;
+using browsers::guarded;
+using browsers::NativeItems;
+using browsers::PlannedItem;
 using platform::URL;
-using platform::native::BrowserModule;
-using platform::native::guarded;
-using platform::native::NativeItems;
 using platform::native::OwnedObject;
-using platform::native::PlannedItem;
 
 namespace {
 
@@ -48,7 +48,7 @@ Nemo* nemo = nullptr;
 
 URL urlOf(NemoFileInfo* file) {
   const OwnedObject<GFile> location(nemo_file_info_get_location(file));
-  return platform::native::urlOf(location.get(), nemo_file_info_is_directory(file));
+  return browsers::urlOf(location.get(), nemo_file_info_is_directory(file));
 }
 
 std::vector<URL> urlsOf(GList* files) {
@@ -75,7 +75,7 @@ void updateItems() {
 // ---- What the windows show
 
 GtkWidget* getWidget(NemoLocationWidgetProvider*, const char* uri, GtkWidget*) {
-  return guarded([&] { return platform::native::locationWidget(nemo->module, uri); });
+  return guarded([&] { return browsers::locationWidget(nemo->module, uri); });
 }
 
 // ---- The object that Nemo makes
@@ -118,7 +118,7 @@ void dovetail_nemo_class_finalize(DovetailNemoClass*) {}
 void start() {
   static Nemo once;
   nemo = &once;
-  platform::native::updateClosedMenus(nemo->module, updateItems);
+  browsers::updateClosedMenus(nemo->module, updateItems);
 }
 
 }  // namespace

@@ -10,13 +10,13 @@ extern "C" {
 #include <thunarx/thunarx.h>
 }
 
+using browsers::BrowserModule;
+using browsers::guarded;
+using browsers::NativeItems;
+using browsers::PlannedItem;
+using browsers::ShownLocations;
 using platform::URL;
-using platform::native::BrowserModule;
-using platform::native::guarded;
-using platform::native::NativeItems;
 using platform::native::OwnedObject;
-using platform::native::PlannedItem;
-using platform::native::ShownLocations;
 
 namespace {
 
@@ -39,7 +39,7 @@ constexpr BrowserModule::Traits traits{.style = {.archiveItems = 200, .areSubmen
 
 URL urlOf(ThunarxFileInfo* file) {
   const OwnedObject<GFile> location(thunarx_file_info_get_location(file));
-  return platform::native::urlOf(location.get(), thunarx_file_info_is_directory(file));
+  return browsers::urlOf(location.get(), thunarx_file_info_is_directory(file));
 }
 
 URL urlOfLocation(GObject* location) { return urlOf(THUNARX_FILE_INFO(location)); }

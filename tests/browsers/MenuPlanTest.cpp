@@ -6,11 +6,11 @@
 
 #include <set>
 
+using browsers::MenuPlanner;
+using browsers::PlannedItem;
+using browsers::PlannedItems;
 using platform::Menu;
 using platform::MenuItem;
-using platform::native::MenuPlanner;
-using platform::native::PlannedItem;
-using platform::native::PlannedItems;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;

@@ -6,9 +6,9 @@
 
 #include <set>
 
-using platform::native::harmlessText;
-using platform::native::invisibleNumber;
-using platform::native::menuLabel;
+using browsers::harmlessText;
+using browsers::invisibleNumber;
+using browsers::menuLabel;
 
 TEST(MenuText, anOrdinaryNameStaysAsItIs) { EXPECT_EQ(harmlessText("Grüße 😀 & <b>.zip"), "Grüße 😀 & <b>.zip"); }
 

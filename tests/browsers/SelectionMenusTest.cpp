@@ -3,12 +3,12 @@
 
 #include "tests/ExtensionFixture.h"
 
-using platform::native::BoundMenuRef;
+using browsers::BoundMenuRef;
+using browsers::MenuPlanner;
+using browsers::PlannedItem;
+using browsers::PlannedItems;
+using browsers::SelectionMenus;
 using platform::native::FinderSyncBrowser;
-using platform::native::MenuPlanner;
-using platform::native::PlannedItem;
-using platform::native::PlannedItems;
-using platform::native::SelectionMenus;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
