@@ -19,17 +19,6 @@
 using platform::ByteView;
 using platform::native::Descriptor;
 
-namespace {
-
-using Receive = std::function<void(ByteView record)>;
-
-std::optional<platform::Data> received(platform::LocalMessagePort&, std::int32_t, ByteView record, void* info) {
-  (*static_cast<const Receive*>(info))(record);
-  return std::nullopt;
-}
-
-}  // namespace
-
 void check(bool holds, const char* file, int line) {
   if (holds) return;
   std::fprintf(stderr, "%s:%d: %m\n", file, line);
@@ -71,12 +60,17 @@ std::int64_t ReceivingProcess::waitUntilDone() {
   return *done_;
 }
 
-void listenForEver(const std::string& folder, std::string_view name, const std::function<void()>& done, const Receive& receive) {
+void listenForEver(const std::string& folder, std::string_view name, const std::function<void()>& done,
+                   const std::function<void(ByteView record)>& receive) {
   platform::native::LinuxLog log;
   platform::native::LinuxMessagePorts ports(log, folder, ::geteuid());
-  auto* port = ports.createLocal(name, received, {1, const_cast<Receive*>(&receive)});
+  const auto callBack = [&receive](platform::LocalMessagePort&, std::int32_t, ByteView record) {
+    receive(record);
+    return std::optional<platform::Data>();
+  };
+  const auto port = ports.createLocal(name, callBack, {});
   check(port != nullptr);
-  ports.addSourceToCurrentRunLoop(ports.createRunLoopSource(*port, 0), platform::RunLoopMode::common);
+  ports.addSourceToCurrentRunLoop(*ports.createRunLoopSource(*port, 0), platform::RunLoopMode::common);
   done();
   for (;;) g_main_context_iteration(nullptr, TRUE);
 }

@@ -38,7 +38,7 @@ class DTDovetailSync final : public platform::FinderSync,
   // ---- Life: core/Lifecycle.cpp
 
   /// Starts the extension up, in a fixed order. Null when the browser takes no extension. `platform` and `onceOnly` outlive it;
-  /// the inbound port refers to the object as long as the process runs its main loop.
+  /// the inbound port outlives the object, and what it receives afterwards is dropped.
   static std::shared_ptr<DTDovetailSync> init(const platform::Platform& platform, OnceOnly& onceOnly);
   ~DTDovetailSync() override;
   DTDovetailSync(const DTDovetailSync&) = delete;

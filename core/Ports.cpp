@@ -21,14 +21,13 @@ constexpr std::string_view sendFailureNotification = "DTDovetailAppMessage";
 
 // The record is handed on as a copy: it may name an operation that reaches the port again. One that finds no memory is handed on
 // empty, and so reported as one that cannot be read.
-std::optional<Data> receiveMessage(LocalMessagePort&, std::int32_t, ByteView data, void* info) {
+void receiveMessage(DTDovetailSync& extension, ByteView data) {
   Data copy;
   try {
     copy.assign(data.begin(), data.end());
   } catch (const std::bad_alloc&) {
   }
-  static_cast<DTDovetailSync*>(info)->handleMessage(copy);
-  return std::nullopt;
+  extension.handleMessage(copy);
 }
 
 }  // namespace
@@ -41,10 +40,15 @@ std::optional<std::string_view> DTDovetailSync::openInboundPort() {
   const ApplicationGroup group = copyApplicationGroup(platform_.security);
   if (!group.identifier) return group.reason;
   const std::string name = *group.identifier + ".Sync." + std::to_string(platform_.mainBundle.processIdentifier());
-  LocalMessagePort* port = platform_.messagePorts.createLocal(name, receiveMessage, {.version = 1, .info = this});
+  // The port outlives the extension.
+  const auto callBack = [weak = weak_from_this()](LocalMessagePort&, std::int32_t, ByteView data) -> std::optional<Data> {
+    if (const auto self = weak.lock()) receiveMessage(*self, data);
+    return std::nullopt;
+  };
+  const auto port = platform_.messagePorts.createLocal(name, callBack, {.version = 1});
   if (!port) return "There was an error creating receiving communication port.";
-  auto& source = platform_.messagePorts.createRunLoopSource(*port, 0);
-  platform_.messagePorts.addSourceToCurrentRunLoop(source, platform::RunLoopMode::common);
+  const auto source = platform_.messagePorts.createRunLoopSource(*port, 0);
+  platform_.messagePorts.addSourceToCurrentRunLoop(*source, platform::RunLoopMode::common);
   portName_ = name;
   return std::nullopt;
 }

@@ -25,11 +25,6 @@ namespace {
 constexpr std::size_t longestPacket = 65536;
 constexpr int allSeals = F_SEAL_WRITE | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
 
-std::optional<Data> keep(platform::LocalMessagePort&, std::int32_t, ByteView data, void* info) {
-  static_cast<std::vector<Data>*>(info)->emplace_back(data.begin(), data.end());
-  return std::nullopt;
-}
-
 std::size_t openDescriptors() {
   const std::filesystem::directory_iterator all("/proc/self/fd");
   return static_cast<std::size_t>(std::distance(begin(all), end(all)));
@@ -38,8 +33,12 @@ std::size_t openDescriptors() {
 // One port for all inputs.
 struct Port {
   Port() {
-    auto* port = ports.createLocal("G.App", keep, {1, &received});
-    ports.addSourceToCurrentRunLoop(ports.createRunLoopSource(*port, 0), platform::RunLoopMode::common);
+    const auto keep = [this](platform::LocalMessagePort&, std::int32_t, ByteView data) {
+      received.emplace_back(data.begin(), data.end());
+      return std::optional<Data>();
+    };
+    const auto port = ports.createLocal("G.App", keep, {});
+    ports.addSourceToCurrentRunLoop(*ports.createRunLoopSource(*port, 0), platform::RunLoopMode::common);
   }
   Descriptor connect() const {
     const std::string path = folder.path() + "/dovetail/G.App";

@@ -31,7 +31,10 @@ Host::Host(HostOptions options, HostServices services, EventLines& lines, std::f
       answers_(std::make_unique<ArchiveAnswers>(services.messagePorts, services.fileManager, services.archiveLister, sentTrees_,
                                                 lines, portName_)) {}
 
-Host::~Host() { services_.notificationCenter.removeObserver(this); }
+Host::~Host() {
+  if (port_) port_->invalidate();
+  services_.notificationCenter.removeObserver(this);
+}
 
 void Host::start() {
   services_.notificationCenter.addObserver(this, "DTDovetailAppMessage", [this](const std::string& object) {
@@ -44,10 +47,14 @@ void Host::start() {
 
 bool Host::openPort() {
   if (port_) return true;
-  port_ = services_.messagePorts.createLocal(portName_, &Host::receive, {0, this});
+  const auto callBack = [this](platform::LocalMessagePort&, std::int32_t, platform::ByteView record) {
+    receive(record);
+    return std::optional<platform::Data>();
+  };
+  port_ = services_.messagePorts.createLocal(portName_, callBack, {});
   if (!port_) return false;
-  auto& source = services_.messagePorts.createRunLoopSource(*port_, 0);
-  services_.messagePorts.addSourceToCurrentRunLoop(source, platform::RunLoopMode::common);
+  const auto source = services_.messagePorts.createRunLoopSource(*port_, 0);
+  services_.messagePorts.addSourceToCurrentRunLoop(*source, platform::RunLoopMode::common);
   return true;
 }
 
@@ -76,14 +83,12 @@ void Host::announce() {
   isReady_ = true;
 }
 
-std::optional<platform::Data> Host::receive(platform::LocalMessagePort&, std::int32_t, platform::ByteView data, void* self) {
-  auto* host = static_cast<Host*>(self);
-  const Object root = platform::KeyedUnarchiver::unarchiveObjectWithData(data, archivedClasses());
+void Host::receive(platform::ByteView record) {
+  const Object root = platform::KeyedUnarchiver::unarchiveObjectWithData(record, archivedClasses());
   if (const auto message = root.instance<DTMessage>())
-    host->handle(*message);
+    handle(*message);
   else
-    host->lines_.write("badMessage", {{"bytes", JSON(data.size())}});
-  return std::nullopt;
+    lines_.write("badMessage", {{"bytes", JSON(record.size())}});
 }
 
 void Host::handle(const DTMessage& message) {

@@ -43,20 +43,19 @@ class Host {
   Host(HostOptions options, HostServices services, EventLines& lines, std::function<void(std::string reason)> onEnd);
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
+  /// Closes the port, then gives the bus name up: whoever sees the name gone finds no port either.
   ~Host();
 
   /// Opens the port, then takes the bus name, then announces itself. The settings must be written by now. Once only.
   void start();
 
  private:
-  static std::optional<platform::Data> receive(platform::LocalMessagePort& port, std::int32_t messageId, platform::ByteView data,
-                                               void* self);
-
   bool openPort();
   void nameChanged(BusName::State state);
   void becomeOwner(unsigned attempt);
   void announce();
 
+  void receive(platform::ByteView record);
   void handle(const DTMessage& message);
   void printMessage(const DTMessage& message);
   std::string entryMember(const platform::Object& argument);
@@ -67,7 +66,7 @@ class Host {
   EventLines& lines_;
   std::function<void(std::string)> onEnd_;
   std::string portName_;
-  platform::LocalMessagePort* port_ = nullptr;
+  std::shared_ptr<platform::LocalMessagePort> port_;
   SentTrees sentTrees_;
   std::unique_ptr<class ArchiveAnswers> answers_;
   std::unique_ptr<BusName> name_;

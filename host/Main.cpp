@@ -87,7 +87,7 @@ std::string writeVersion(const CommandLine& line) {
   return "The version cannot be written into the settings: " + (reason ? *reason : error->domain);
 }
 
-// What is made last goes first: the port, then the name, then the bus. So whoever sees the name gone finds no port either.
+// What is made last goes first: the host with its port and its name, then the bus.
 int runHost(const CommandLine& line, Log& log) {
   SessionBus bus(log);
   GDBusConnection* connection = bus.connection(g_get_monotonic_time() + longestStart);
@@ -103,14 +103,13 @@ int runHost(const CommandLine& line, Log& log) {
   LinuxWorkspace workspace(log);
   LinuxFileManager files(workspace);
   ArchiveLister lister({}, log);
-  auto ports = std::make_unique<LinuxMessagePorts>(log);
+  LinuxMessagePorts ports(log);
   {
     Host host({line.group, line.identifier, line.version, line.answersRequests},
-              {*ports, notifications, files, lister, *connection, log}, lines,
+              {ports, notifications, files, lister, *connection, log}, lines,
               [&loop](std::string reason) { loop.give(std::move(reason)); });
     host.start();
     loop.run();
-    ports.reset();
   }
   lines.write("quit", {});
   return loop.reason().empty() ? 0 : complain(loop.reason(), 1);

@@ -1,8 +1,9 @@
 // Named local message ports: one-way records between processes of one user (Cocoa's CFMessagePort).
-// Main thread only. The backend owns local ports; a remote port is owned by who opened it.
+// Main thread only. An open local port is held by the backend, whoever else holds it; a remote port is owned by who opened it.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,16 +27,19 @@ class LocalMessagePort {
  public:
   virtual ~LocalMessagePort() = default;
   virtual std::string_view name() const = 0;
+  /// Closes the port: nobody reaches it any more, its connections end, what was sent and not yet read is lost, its callback is
+  /// not called again, and its name is free. May be called from the callback. A closed port stays closed.
+  virtual void invalidate() = 0;
 };
 
 /// Called on the main loop for each record. `data` is valid during the call only. The result is the reply, which a one-way
-/// send never sees.
-using MessagePortCallBack = std::optional<Data> (*)(LocalMessagePort& port, std::int32_t messageId, ByteView data, void* info);
+/// send never sees. The port owns the callback: one that refers to an object which may end before the port is closed holds it
+/// weakly.
+using MessagePortCallBack = std::function<std::optional<Data>(LocalMessagePort& port, std::int32_t messageId, ByteView data)>;
 
-/// What a local port carries for its callback. `info` is not owned.
+/// What else a local port is opened with. What a callback works on is in its captures.
 struct MessagePortContext {
   int version = 0;
-  void* info = nullptr;
 };
 
 class RunLoopSource {
@@ -65,12 +69,13 @@ class MessagePorts {
  public:
   virtual ~MessagePorts() = default;
 
-  /// Opens a port of that name, or null when the name is taken by a live process or cannot be opened. The port lives, unread
-  /// until its source is added, as long as the process (its backend).
-  virtual LocalMessagePort* createLocal(std::string_view name, MessagePortCallBack callBack, const MessagePortContext& context) = 0;
-  /// The source that reads the port; `order` 0 is the usual priority. Owned by the backend.
-  virtual RunLoopSource& createRunLoopSource(LocalMessagePort& port, int order) = 0;
-  /// From now on the port's records arrive on the main loop, also while a menu is up.
+  /// Opens a port of that name, or null when the name is taken by a live process or cannot be opened. The port is open, unread
+  /// until its source is added, until it is invalidated or the process (its backend) ends, also when nobody else holds it.
+  virtual std::shared_ptr<LocalMessagePort> createLocal(std::string_view name, MessagePortCallBack callBack,
+                                                        const MessagePortContext& context) = 0;
+  /// The source that reads the port; `order` 0 is the usual priority.
+  virtual std::unique_ptr<RunLoopSource> createRunLoopSource(LocalMessagePort& port, int order) = 0;
+  /// From now on the port's records arrive on the main loop, also while a menu is up. Whoever made the source may drop it then.
   virtual void addSourceToCurrentRunLoop(RunLoopSource& source, RunLoopMode mode) = 0;
 
   /// Connects to the port of that name, or null when nobody listens, when the listener is another user's, or after 1.0 s of a

@@ -4,28 +4,37 @@
 
 namespace platform::fake {
 
-class FakeMessagePorts::LocalPort final : public LocalMessagePort {
+class FakeMessagePorts::LocalPort final : public LocalMessagePort, public std::enable_shared_from_this<LocalPort> {
  public:
-  LocalPort(std::string name, MessagePortCallBack callBack, const MessagePortContext& context)
-      : name_(std::move(name)), callBack_(callBack), context_(context) {}
+  LocalPort(FakeMessagePorts& ports, std::string name, MessagePortCallBack callBack)
+      : ports_(ports), name_(std::move(name)), callBack_(std::move(callBack)) {}
 
   std::string_view name() const override { return name_; }
+  void invalidate() override {
+    ports_.log_.add("invalidate local port " + name_);
+    const auto found = ports_.localPorts_.find(name_);
+    isOpen_ = false;
+    if (found != ports_.localPorts_.end() && found->second.get() == this) ports_.localPorts_.erase(found);
+  }
 
-  std::optional<Data> call(std::int32_t messageId, ByteView record) { return callBack_(*this, messageId, record, context_.info); }
+  std::optional<Data> call(std::int32_t messageId, ByteView record) {
+    return isOpen_ ? callBack_(*this, messageId, record) : std::nullopt;
+  }
 
   bool isScheduled = false;
   std::vector<Data> waiting;
 
  private:
+  FakeMessagePorts& ports_;
   std::string name_;
   MessagePortCallBack callBack_;
-  MessagePortContext context_;
+  bool isOpen_ = true;
 };
 
 class FakeMessagePorts::Source final : public RunLoopSource {
  public:
-  explicit Source(LocalPort& port) : port(port) {}
-  LocalPort& port;
+  explicit Source(std::shared_ptr<LocalPort> port) : port(std::move(port)) {}
+  std::shared_ptr<LocalPort> port;
 };
 
 class FakeRemotePort final : public RemoteMessagePort {
@@ -60,26 +69,26 @@ std::vector<Data> FakeMessagePorts::takeReceived(const std::string& name) {
   return found == received_.end() ? std::vector<Data>() : std::exchange(found->second, {});
 }
 
-LocalMessagePort* FakeMessagePorts::createLocal(std::string_view name, MessagePortCallBack callBack,
-                                                const MessagePortContext& context) {
+std::shared_ptr<LocalMessagePort> FakeMessagePorts::createLocal(std::string_view name, MessagePortCallBack callBack,
+                                                                const MessagePortContext& context) {
   log_.add("create local port " + std::string(name) + ", context version " + std::to_string(context.version));
   if (refusesLocalPorts || localPorts_.contains(name) || received_.contains(name)) return nullptr;
-  auto port = std::make_shared<LocalPort>(std::string(name), callBack, context);
-  return localPorts_.emplace(std::string(name), std::move(port)).first->second.get();
+  auto port = std::make_shared<LocalPort>(*this, std::string(name), std::move(callBack));
+  localPorts_.emplace(std::string(name), port);
+  return port;
 }
 
-RunLoopSource& FakeMessagePorts::createRunLoopSource(LocalMessagePort& port, int order) {
+std::unique_ptr<RunLoopSource> FakeMessagePorts::createRunLoopSource(LocalMessagePort& port, int order) {
   log_.add("create source of " + std::string(port.name()) + ", order " + std::to_string(order));
-  sources_.push_back(std::make_shared<Source>(static_cast<LocalPort&>(port)));
-  return *sources_.back();
+  return std::make_unique<Source>(static_cast<LocalPort&>(port).shared_from_this());
 }
 
 void FakeMessagePorts::addSourceToCurrentRunLoop(RunLoopSource& source, RunLoopMode) {
-  LocalPort& port = static_cast<Source&>(source).port;
-  log_.add("add source of " + std::string(port.name()) + " in the common modes");
-  port.isScheduled = true;
-  for (Data& record : std::exchange(port.waiting, {})) {
-    loop_.post([&port, record = std::move(record)] { port.call(0, record); });
+  const auto port = static_cast<Source&>(source).port;
+  log_.add("add source of " + std::string(port->name()) + " in the common modes");
+  port->isScheduled = true;
+  for (Data& record : std::exchange(port->waiting, {})) {
+    loop_.post([port, record = std::move(record)] { port->call(0, record); });
   }
 }
 
@@ -91,7 +100,9 @@ std::unique_ptr<RemoteMessagePort> FakeMessagePorts::createRemote(std::string_vi
 
 std::optional<Data> FakeMessagePorts::deliver(const std::string& name, ByteView record, std::int32_t messageId) {
   const auto found = localPorts_.find(name);
-  return found == localPorts_.end() ? std::nullopt : found->second->call(messageId, record);
+  if (found == localPorts_.end()) return std::nullopt;
+  const auto port = found->second;  // the callback may close it
+  return port->call(messageId, record);
 }
 
 MessagePortStatus FakeMessagePorts::send(const std::string& name, ByteView record) {

@@ -27,8 +27,9 @@ class FakeMessagePorts final : public MessagePorts {
   bool refusesLocalPorts = false;
   std::optional<MessagePortStatus> sendStatus;
 
-  LocalMessagePort* createLocal(std::string_view name, MessagePortCallBack callBack, const MessagePortContext& context) override;
-  RunLoopSource& createRunLoopSource(LocalMessagePort& port, int order) override;
+  std::shared_ptr<LocalMessagePort> createLocal(std::string_view name, MessagePortCallBack callBack,
+                                                const MessagePortContext& context) override;
+  std::unique_ptr<RunLoopSource> createRunLoopSource(LocalMessagePort& port, int order) override;
   void addSourceToCurrentRunLoop(RunLoopSource& source, RunLoopMode mode) override;
   std::unique_ptr<RemoteMessagePort> createRemote(std::string_view name) override;
 
@@ -45,7 +46,6 @@ class FakeMessagePorts final : public MessagePorts {
   CallLog& log_;
   FakeMainLoop& loop_;
   std::map<std::string, std::shared_ptr<LocalPort>, std::less<>> localPorts_;
-  std::vector<std::shared_ptr<Source>> sources_;
   std::map<std::string, std::vector<Data>, std::less<>> received_;
 };
 

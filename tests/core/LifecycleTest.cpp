@@ -116,6 +116,17 @@ TEST_F(Lifecycle, aWatcherThatFiresAfterTeardownTouchesNothing) {
   EXPECT_EQ(fakes.processSources.armedCount(), 0u);
 }
 
+TEST_F(Lifecycle, aRecordThatArrivesAfterTeardownDoesNothing) {
+  startBoth();
+  fakes.messagePorts.createRemote("G.Sync.4711")->sendRequest(0, platform::Data{1, 2, 3}, 1, 1);
+  extension = nullptr;
+  fakes.calls.take();
+  fakes.loop.run();
+  EXPECT_EQ(fakes.messagePorts.deliver("G.Sync.4711", platform::Data{1, 2, 3}), std::nullopt);
+  EXPECT_THAT(fakes.calls.take(), ElementsAre());
+  EXPECT_THAT(takeSummaries(), ElementsAre());
+}
+
 TEST_F(Lifecycle, aChangeOfTheFoldersSettingReadsTheFoldersAgain) {
   startBoth();
   fakes.userDefaultsSuites.set("G", "DTFoldersPaths", platform::Array());

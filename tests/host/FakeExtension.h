@@ -16,8 +16,13 @@ class FakeExtension {
  public:
   FakeExtension(std::string portFolder, std::string name, platform::Log& log)
       : name_(std::move(name)), ports_(log, std::move(portFolder), getuid()) {
-    auto* port = ports_.createLocal(name_, &FakeExtension::receive, {1, this});
-    if (port) ports_.addSourceToCurrentRunLoop(ports_.createRunLoopSource(*port, 0), platform::RunLoopMode::common);
+    const auto receive = [this](platform::LocalMessagePort&, std::int32_t, platform::ByteView data) {
+      const auto root = platform::KeyedUnarchiver::unarchiveObjectWithData(data, archivedClasses());
+      received_.push_back(root.instance<DTMessage>());
+      return std::optional<platform::Data>();
+    };
+    const auto port = ports_.createLocal(name_, receive, {});
+    if (port) ports_.addSourceToCurrentRunLoop(*ports_.createRunLoopSource(*port, 0), platform::RunLoopMode::common);
   }
   FakeExtension(const FakeExtension&) = delete;
 
@@ -44,12 +49,6 @@ class FakeExtension {
   void dropHost() { host_.reset(); }
 
  private:
-  static std::optional<platform::Data> receive(platform::LocalMessagePort&, std::int32_t, platform::ByteView data, void* self) {
-    const auto root = platform::KeyedUnarchiver::unarchiveObjectWithData(data, archivedClasses());
-    static_cast<FakeExtension*>(self)->received_.push_back(root.instance<DTMessage>());
-    return std::nullopt;
-  }
-
   std::string name_;
   platform::native::LinuxMessagePorts ports_;
   std::unique_ptr<platform::RemoteMessagePort> host_;

@@ -75,9 +75,8 @@ class MenuSystemCalls : public testing::Test {
     forbiddenCall = static_cast<int*>(::mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     ASSERT_NE(forbiddenCall, MAP_FAILED);
     // A host that is there and reads nothing.
-    ASSERT_NE(
-        ports.createLocal("G.App", [](LocalMessagePort&, std::int32_t, ByteView, void*) { return std::optional<Data>(); }, {}),
-        nullptr);
+    ASSERT_NE(ports.createLocal("G.App", [](LocalMessagePort&, std::int32_t, ByteView) { return std::optional<Data>(); }, {}),
+              nullptr);
     fakes.runningApplications.processes["host"] = {2};
     const Platform fake = fakes.references();
     extension = DTDovetailSync::init({fake.finderSyncController, ports, settings, fake.security, fake.distributedNotificationCenter,

@@ -27,15 +27,21 @@ const char* faultOf(IncomingRecord::Result result) {
 
 }  // namespace
 
-LocalPort::LocalPort(std::string name, std::unique_ptr<ListeningSocket> socket, uid_t user, MessagePortCallBack callBack,
-                     const MessagePortContext& context, Log& log)
+LocalPort::LocalPort(std::string name, std::unique_ptr<ListeningSocket> socket, uid_t user, MessagePortCallBack callBack, Log& log)
     : name_(std::move(name)),
       socket_(std::move(socket)),
       user_(user),
-      callBack_(callBack),
-      context_(context),
+      callBack_(std::move(callBack)),
       log_(log),
       spare_(::fcntl(socket_->descriptor(), F_DUPFD_CLOEXEC, 0)) {}
+
+void LocalPort::invalidate() {
+  isOpen_ = false;
+  accepting_.reset();
+  peers_.clear();
+  spare_.reset();
+  socket_.reset();
+}
 
 void LocalPort::startReading(int order) {
   isReading_ = true;
@@ -83,6 +89,7 @@ Descriptor LocalPort::acceptedSocket() {
 }
 
 void LocalPort::read(std::list<Peer>::iterator peer) {
+  const auto whole = shared_from_this();  // the callback may close the port
   std::array<std::uint8_t, longestPacket> packet;
   for (int count = 0; count < recordsPerTurn; ++count) {
     IncomingRecord record;
@@ -92,7 +99,8 @@ void LocalPort::read(std::list<Peer>::iterator peer) {
       if (const char* fault = faultOf(result)) log_.line("Port " + name_ + " cut a connection: " + fault);
       return close(peer);
     }
-    callBack_(*this, 0, record.bytes(), context_.info);
+    callBack_(*this, 0, record.bytes());
+    if (!isOpen_) return;
   }
 }
 

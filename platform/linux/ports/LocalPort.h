@@ -13,18 +13,19 @@
 
 namespace platform::native {
 
-class LocalPort final : public LocalMessagePort {
+class LocalPort final : public LocalMessagePort, public std::enable_shared_from_this<LocalPort> {
  public:
   /// Connections held at once. Others wait in the socket's queue until one closes.
   static constexpr std::size_t mostPeers = 64;
 
-  LocalPort(std::string name, std::unique_ptr<ListeningSocket> socket, uid_t user, MessagePortCallBack callBack,
-            const MessagePortContext& context, Log& log);
+  LocalPort(std::string name, std::unique_ptr<ListeningSocket> socket, uid_t user, MessagePortCallBack callBack, Log& log);
 
   std::string_view name() const override { return name_; }
+  void invalidate() override;
+  bool isOpen() const { return isOpen_; }
   /// From now on connections are accepted and records delivered, at that order of the loop's sources.
   void startReading(int order);
-  /// Listens under the name anew when `folder` no longer shows the socket: somebody emptied the runtime
+  /// Listens under the name anew when `folder` no longer shows the socket of the open port: somebody emptied the runtime
   /// folder.
   void publishAgain(PortFolder folder);
   /// Tries again to accept connections that were left waiting for want of descriptors.
@@ -45,9 +46,9 @@ class LocalPort final : public LocalMessagePort {
   std::unique_ptr<ListeningSocket> socket_;  // null after it was removed and could not be opened again
   uid_t user_;
   MessagePortCallBack callBack_;
-  MessagePortContext context_;
   Log& log_;
 
+  bool isOpen_ = true;
   bool isReading_ = false;
   int order_ = 0;
   MainLoopSource accepting_;

@@ -36,9 +36,9 @@ int connectWithin(int socket, const SocketAddress& address, std::chrono::microse
 }  // namespace
 
 struct LinuxMessagePorts::Source final : RunLoopSource {
-  Source(LocalPort& port, int order) : port(port), order(order) {}
+  Source(std::shared_ptr<LocalPort> port, int order) : port(std::move(port)), order(order) {}
 
-  LocalPort& port;
+  std::shared_ptr<LocalPort> port;
   int order;
 };
 
@@ -47,10 +47,13 @@ LinuxMessagePorts::LinuxMessagePorts(Log& log) : LinuxMessagePorts(log, PortFold
 LinuxMessagePorts::LinuxMessagePorts(Log& log, std::string folder, uid_t user)
     : log_(log), folder_(std::move(folder)), user_(user) {}
 
-LinuxMessagePorts::~LinuxMessagePorts() = default;
+LinuxMessagePorts::~LinuxMessagePorts() {
+  for (const auto& port : ports_) port->invalidate();
+}
 
-LocalMessagePort* LinuxMessagePorts::createLocal(std::string_view name, MessagePortCallBack callBack,
-                                                 const MessagePortContext& context) {
+std::shared_ptr<LocalMessagePort> LinuxMessagePorts::createLocal(std::string_view name, MessagePortCallBack callBack,
+                                                                 const MessagePortContext&) {
+  std::erase_if(ports_, [](const auto& port) { return !port->isOpen(); });
   auto folder = openFolder(PortFolder::Missing::isMade);
   if (!folder) return nullptr;
   std::string fault;
@@ -59,19 +62,18 @@ LocalMessagePort* LinuxMessagePorts::createLocal(std::string_view name, MessageP
     log_.line("Port " + std::string(name) + " cannot be opened: " + fault);
     return nullptr;
   }
-  ports_.push_back(std::make_unique<LocalPort>(std::string(name), std::move(socket), user_, callBack, context, log_));
-  return ports_.back().get();
+  ports_.push_back(std::make_shared<LocalPort>(std::string(name), std::move(socket), user_, std::move(callBack), log_));
+  return ports_.back();
 }
 
-RunLoopSource& LinuxMessagePorts::createRunLoopSource(LocalMessagePort& port, int order) {
-  sources_.push_back(std::make_unique<Source>(static_cast<LocalPort&>(port), order));
-  return *sources_.back();
+std::unique_ptr<RunLoopSource> LinuxMessagePorts::createRunLoopSource(LocalMessagePort& port, int order) {
+  return std::make_unique<Source>(static_cast<LocalPort&>(port).shared_from_this(), order);
 }
 
 // A menu runs the very same context, so there is one mode only.
 void LinuxMessagePorts::addSourceToCurrentRunLoop(RunLoopSource& source, RunLoopMode) {
-  auto& added = static_cast<Source&>(source);
-  added.port.startReading(added.order);
+  const auto& added = static_cast<Source&>(source);
+  added.port->startReading(added.order);
 }
 
 std::unique_ptr<RemoteMessagePort> LinuxMessagePorts::createRemote(std::string_view name) {
@@ -93,6 +95,7 @@ std::optional<PortFolder> LinuxMessagePorts::openFolder(PortFolder::Missing miss
 
 void LinuxMessagePorts::refreshLocalPorts() {
   for (const auto& port : ports_) {
+    if (!port->isOpen()) continue;
     if (auto folder = openFolder(PortFolder::Missing::isMade)) port->publishAgain(std::move(*folder));
     port->resumeAccepting();
   }

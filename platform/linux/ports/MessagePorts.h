@@ -25,8 +25,9 @@ class LinuxMessagePorts final : public MessagePorts {
   /// Closes the local ports and removes their files.
   ~LinuxMessagePorts() override;
 
-  LocalMessagePort* createLocal(std::string_view name, MessagePortCallBack callBack, const MessagePortContext& context) override;
-  RunLoopSource& createRunLoopSource(LocalMessagePort& port, int order) override;
+  std::shared_ptr<LocalMessagePort> createLocal(std::string_view name, MessagePortCallBack callBack,
+                                                const MessagePortContext& context) override;
+  std::unique_ptr<RunLoopSource> createRunLoopSource(LocalMessagePort& port, int order) override;
   void addSourceToCurrentRunLoop(RunLoopSource& source, RunLoopMode mode) override;
 
   /// A listener whose queue is full is waited for once: until a connect succeeds again, later ones to that
@@ -44,8 +45,7 @@ class LinuxMessagePorts final : public MessagePorts {
   Log& log_;
   std::string folder_;
   uid_t user_;
-  std::vector<std::unique_ptr<LocalPort>> ports_;
-  std::vector<std::unique_ptr<Source>> sources_;
+  std::vector<std::shared_ptr<LocalPort>> ports_;  // those that were closed go when the next one is made
   std::set<std::string, std::less<>> unanswering_;
 };
 

@@ -88,9 +88,11 @@ inline bool isCut(int socket) {
 
 class LinuxPortsTest : public testing::Test {
  protected:
-  static std::optional<Data> keep(platform::LocalMessagePort&, std::int32_t, ByteView data, void* info) {
-    static_cast<std::vector<Data>*>(info)->emplace_back(data.begin(), data.end());
-    return std::nullopt;
+  platform::MessagePortCallBack keep() {
+    return [this](platform::LocalMessagePort&, std::int32_t, ByteView data) {
+      received.emplace_back(data.begin(), data.end());
+      return std::optional<Data>();
+    };
   }
   std::string portFolder() const { return folder.path() + "/dovetail"; }
   std::string socketPath(const std::string& file = "G.App") const { return portFolder() + "/" + file; }
@@ -98,12 +100,14 @@ class LinuxPortsTest : public testing::Test {
     return std::make_unique<platform::native::LinuxMessagePorts>(log, portFolder(), user);
   }
 
-  platform::LocalMessagePort* open(const std::string& name = "G.App") { return ports->createLocal(name, keep, {1, &received}); }
-  void read(platform::LocalMessagePort* port) {
-    ports->addSourceToCurrentRunLoop(ports->createRunLoopSource(*port, 0), platform::RunLoopMode::common);
+  std::shared_ptr<platform::LocalMessagePort> open(const std::string& name = "G.App") {
+    return ports->createLocal(name, keep(), {});
+  }
+  void read(const std::shared_ptr<platform::LocalMessagePort>& port) {
+    ports->addSourceToCurrentRunLoop(*ports->createRunLoopSource(*port, 0), platform::RunLoopMode::common);
   }
   void listen(const std::string& name = "G.App") {
-    platform::LocalMessagePort* port = open(name);
+    const auto port = open(name);
     ASSERT_NE(port, nullptr);
     read(port);
   }

@@ -39,12 +39,6 @@ struct LinuxBackend {
 struct Received {
   std::vector<Data> records;
   std::vector<std::string> ports;
-
-  static std::optional<Data> add(LocalMessagePort& port, std::int32_t, ByteView data, void* info) {
-    static_cast<Received*>(info)->records.emplace_back(data.begin(), data.end());
-    static_cast<Received*>(info)->ports.emplace_back(port.name());
-    return Data{1, 2, 3};
-  }
 };
 
 Data bytes(std::string_view text) { return Data(text.begin(), text.end()); }
@@ -58,24 +52,34 @@ Data patterned(std::size_t size) {
 template <typename Backend>
 class MessagePortsContract : public testing::Test {
  protected:
-  LocalMessagePort* open(std::string_view name) { return backend.ports.createLocal(name, Received::add, {1, &received}); }
-  void read(LocalMessagePort* port) {
-    backend.ports.addSourceToCurrentRunLoop(backend.ports.createRunLoopSource(*port, 0), RunLoopMode::common);
+  std::shared_ptr<LocalMessagePort> open(std::string_view name) {
+    const auto add = [this](LocalMessagePort& port, std::int32_t, ByteView data) {
+      received.records.emplace_back(data.begin(), data.end());
+      received.ports.emplace_back(port.name());
+      if (closesItsPort) port.invalidate();
+      return Data{1, 2, 3};
+    };
+    return backend.ports.createLocal(name, add, {});
+  }
+  void read(const std::shared_ptr<LocalMessagePort>& port) {
+    backend.ports.addSourceToCurrentRunLoop(*backend.ports.createRunLoopSource(*port, 0), RunLoopMode::common);
   }
   bool runUntilReceived(std::size_t count) {
     return backend.runUntil([&] { return received.records.size() >= count; });
   }
   static MessagePortStatus send(RemoteMessagePort& port, ByteView record) { return port.sendRequest(0, record, 1, 1); }
 
-  Backend backend;
+  // The records first: a callback may run as long as its backend lives.
   Received received;
+  bool closesItsPort = false;
+  Backend backend;
 };
 
 using Backends = testing::Types<FakeBackend, LinuxBackend>;
 TYPED_TEST_SUITE(MessagePortsContract, Backends);
 
-TYPED_TEST(MessagePortsContract, aRecordArrivesAsItWasSentWithThePortAndItsInfo) {
-  LocalMessagePort* local = this->open("G.Sync.1");
+TYPED_TEST(MessagePortsContract, aRecordArrivesAsItWasSentWithThePort) {
+  const auto local = this->open("G.Sync.1");
   ASSERT_NE(local, nullptr);
   EXPECT_EQ(local->name(), "G.Sync.1");
   this->read(local);
@@ -109,7 +113,7 @@ TYPED_TEST(MessagePortsContract, nothingArrivesBeforeControlReturnsToTheMainLoop
 }
 
 TYPED_TEST(MessagePortsContract, recordsWaitForTheSourceToBeAdded) {
-  LocalMessagePort* local = this->open("G.App");
+  const auto local = this->open("G.App");
   const auto remote = this->backend.ports.createRemote("G.App");
   ASSERT_NE(remote, nullptr);
   EXPECT_EQ(this->send(*remote, bytes("a")), MessagePortStatus::success);
@@ -155,6 +159,49 @@ TYPED_TEST(MessagePortsContract, anInvalidatedPortSendsNothingMore) {
   EXPECT_EQ(this->send(*other, bytes("c")), MessagePortStatus::success);
   ASSERT_TRUE(this->runUntilReceived(1));
   EXPECT_EQ(this->received.records, std::vector<Data>{bytes("c")});
+}
+
+TYPED_TEST(MessagePortsContract, aPortThatNobodyHoldsStaysOpen) {
+  this->read(this->open("G.App"));
+  EXPECT_EQ(this->open("G.App"), nullptr);
+  EXPECT_NE(this->backend.ports.createRemote("G.App"), nullptr);
+}
+
+TYPED_TEST(MessagePortsContract, aClosedPortIsFoundByNobodyAndItsNameIsFree) {
+  const auto local = this->open("G.App");
+  this->read(local);
+  local->invalidate();
+  EXPECT_EQ(this->backend.ports.createRemote("G.App"), nullptr);
+  EXPECT_NE(this->open("G.App"), nullptr);
+  local->invalidate();
+  EXPECT_NE(this->backend.ports.createRemote("G.App"), nullptr) << "the second closing is the first port's";
+}
+
+TYPED_TEST(MessagePortsContract, aClosedPortLosesWhatItHasNotReadAndReadsNoMore) {
+  const auto local = this->open("G.App");
+  this->read(local);
+  const auto remote = this->backend.ports.createRemote("G.App");
+  EXPECT_EQ(this->send(*remote, bytes("a")), MessagePortStatus::success);
+  local->invalidate();
+  EXPECT_FALSE(remote->isValid());
+  EXPECT_EQ(this->send(*remote, bytes("b")), MessagePortStatus::becameInvalid);
+  EXPECT_EQ(this->send(*remote, bytes("c")), MessagePortStatus::isInvalid);
+  this->read(local);
+  this->read(this->open("G.App"));
+  EXPECT_EQ(this->send(*this->backend.ports.createRemote("G.App"), bytes("d")), MessagePortStatus::success);
+  ASSERT_TRUE(this->runUntilReceived(1));
+  EXPECT_EQ(this->received.records, std::vector<Data>{bytes("d")});
+}
+
+TYPED_TEST(MessagePortsContract, aCallbackMayCloseItsPort) {
+  this->closesItsPort = true;
+  this->read(this->open("G.App"));
+  const auto remote = this->backend.ports.createRemote("G.App");
+  this->send(*remote, bytes("a"));
+  this->send(*remote, bytes("b"));
+  ASSERT_TRUE(this->runUntilReceived(1));
+  EXPECT_EQ(this->received.records, std::vector<Data>{bytes("a")});
+  EXPECT_EQ(this->backend.ports.createRemote("G.App"), nullptr);
 }
 
 }  // namespace

@@ -63,7 +63,7 @@ TEST_F(PortFolder, aPortWithALongNameIsReached) {
 TEST_F(PortFolder, aPathTooLongForASocketAddressDoes) {
   const std::string deep = folder.path() + "/" + std::string(150, 'd');
   platform::native::LinuxMessagePorts deepPorts(log, deep, ::geteuid());
-  ASSERT_NE(deepPorts.createLocal("G.App", keep, {1, &received}), nullptr);
+  ASSERT_NE(deepPorts.createLocal("G.App", keep(), {}), nullptr);
   EXPECT_NE(deepPorts.createRemote("G.App"), nullptr);
 }
 
@@ -71,6 +71,35 @@ TEST_F(PortFolder, isEmptyAgainAfterACleanEnd) {
   open("G.App");
   open("G.Sync.1");
   ports.reset();
+  EXPECT_TRUE(files().empty());
+}
+
+TEST_F(PortFolder, isEmptyAgainAfterACleanEndThoughAPortIsStillHeld) {
+  const auto held = open();
+  ports.reset();
+  EXPECT_TRUE(files().empty());
+}
+
+TEST_F(PortFolder, aClosedPortRemovesItsFilesEndsItsConnectionsAndLeavesNoDescriptorOpen) {
+  listen("G.Other");
+  pumpReady();
+  const std::size_t before = openDescriptors();
+  const auto local = open();
+  read(local);
+  const Descriptor accepted = rawConnect(socketPath());
+  rawSend(accepted.get(), {'1', 'a'});
+  ASSERT_TRUE(runUntilReceived(1));
+  const Descriptor waiting = rawConnect(socketPath());
+  local->invalidate();
+  EXPECT_EQ(files(), (std::set<std::string>{"G.Other", ".G.Other.lock"}));
+  EXPECT_TRUE(isCut(accepted.get()));
+  EXPECT_TRUE(isCut(waiting.get()));
+  EXPECT_EQ(openDescriptors(), before + 2) << "the test's own two ends";
+}
+
+TEST_F(PortFolder, aClosedPortIsNotPublishedAgain) {
+  open()->invalidate();
+  EXPECT_EQ(ports->createRemote("G.Other"), nullptr);
   EXPECT_TRUE(files().empty());
 }
 
@@ -89,7 +118,7 @@ TEST_F(PortFolder, keepsTheFilesOfAnotherThatTookTheNameAfterTheFolderWasEmptied
   open();
   std::filesystem::remove_all(portFolder());
   const auto others = makePorts();
-  ASSERT_NE(others->createLocal("G.App", keep, {1, &received}), nullptr);
+  ASSERT_NE(others->createLocal("G.App", keep(), {}), nullptr);
   ports.reset();
   EXPECT_EQ(files().size(), 2u);
 }
@@ -216,8 +245,8 @@ TEST_F(PortFolder, aProcessOfAnotherUserIsNotServed) {
   ASSERT_TRUE(opened) << fault;
   auto socket = platform::native::ListeningSocket::open(std::move(*opened), "G.App", fault);
   ASSERT_NE(socket, nullptr) << fault;
-  platform::native::LocalPort port("G.App", std::move(socket), served, keep, {1, &received}, log);
-  port.startReading(0);
+  const auto port = std::make_shared<platform::native::LocalPort>("G.App", std::move(socket), served, keep(), log);
+  port->startReading(0);
 
   // As if the folder had been opened to all after it was checked.
   for (const std::string& path : {folder.path(), portFolder(), socketPath()}) ::chmod(path.c_str(), 0777);
