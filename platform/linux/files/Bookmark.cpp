@@ -1,6 +1,7 @@
 #include "platform/linux/files/Bookmark.h"
 
 #include <limits.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <array>
@@ -22,14 +23,7 @@ constexpr std::size_t identityOffset = 8;
 constexpr std::size_t pathOffset = identityOffset + identityLength;
 constexpr std::size_t checksumLength = 4;
 
-std::uint32_t crc32(ByteView bytes) {
-  std::uint32_t remainder = ~std::uint32_t{0};
-  for (const std::uint8_t byte : bytes) {
-    remainder ^= byte;
-    for (int bit = 0; bit < 8; ++bit) remainder = (remainder >> 1) ^ (remainder & 1 ? 0xEDB88320u : 0);
-  }
-  return ~remainder;
-}
+std::uint32_t checksum(ByteView bytes) { return static_cast<std::uint32_t>(crc32_z(0, bytes.data(), bytes.size())); }
 
 void append(Data& data, std::uint32_t number, int length) {
   for (int shift = 8 * (length - 1); shift >= 0; shift -= 8) data.push_back(static_cast<std::uint8_t>(number >> shift));
@@ -58,7 +52,7 @@ std::optional<Bookmark> decode(ByteView data) {
   const ByteView path = checked.subspan(pathOffset);
   const bool isWhole = std::ranges::equal(data.first(start.size()), start) && data[kindOffset] <= 1 &&
                        numberIn(data.subspan(lengthOffset, 2)) == path.size() &&
-                       numberIn(data.last(checksumLength)) == crc32(checked);
+                       numberIn(data.last(checksumLength)) == checksum(checked);
   if (!isWhole) return std::nullopt;
   const auto identity = FileIdentity::withBytes(data.subspan(identityOffset, identityLength));
   Bookmark bookmark{std::string(path.begin(), path.end()), data[kindOffset] == 1, *identity};
@@ -88,8 +82,13 @@ std::optional<Data> bookmarkOfFile(const std::string& path, int& failure) {
   append(data, static_cast<std::uint32_t>(real->size()), 2);
   data.insert(data.end(), identity.bytes().begin(), identity.bytes().end());
   data.insert(data.end(), real->begin(), real->end());
-  append(data, crc32(data), checksumLength);
+  append(data, checksum(data), checksumLength);
   return data;
+}
+
+std::optional<std::string> pathInBookmark(ByteView data) {
+  auto bookmark = decode(data);
+  return bookmark ? std::optional(std::move(bookmark->path)) : std::nullopt;
 }
 
 std::optional<ResolvedBookmark> resolveBookmark(ByteView data, int& failure) {

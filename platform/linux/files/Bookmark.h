@@ -26,6 +26,9 @@ struct ResolvedBookmark {
 /// Nothing with `failure` set to the errno when there is no such file.
 std::optional<Data> bookmarkOfFile(const std::string& path, int& failure);
 
+/// The path as it was when the bookmark was made, whatever stands there now. Nothing for bytes that are no bookmark.
+std::optional<std::string> pathInBookmark(ByteView bookmark);
+
 /// In this order: the file at the path, if it is the same; the same file elsewhere nearby (NearbySearch.h);
 /// another file of the same kind that took the path. Else nothing with `failure` set to an errno, EINVAL for
 /// bytes that are no bookmark.
