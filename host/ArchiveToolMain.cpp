@@ -6,21 +6,26 @@
 #include <string>
 #include <string_view>
 
+#include "host/ArchiveFault.h"
 #include "host/ObjectJSON.h"
 #include "host/RawRecords.h"
 #include "platform/codec/KeyedArchiver.h"
 #include "platform/codec/KeyedUnarchiver.h"
+#include "platform/linux/Program.h"
+
+using platform::native::ExitStatus;
+using platform::native::Program;
 
 namespace {
 
-constexpr int failure = 1;
-constexpr int wrongUsage = 2;
-
-int complain(std::string_view subject, std::string_view reason, int status = failure) {
-  std::fprintf(stderr, "dovetail-archive: %.*s: %.*s\n", static_cast<int>(subject.size()), subject.data(),
-               static_cast<int>(reason.size()), reason.data());
-  return status;
-}
+const Program program("dovetail-archive", "dump|make FILE|-",
+                      "Shows the archives of the wire as JSON, and makes them from it.\n"
+                      "\n"
+                      "Commands:\n"
+                      "  dump FILE   print the archive in the file as one line of JSON\n"
+                      "  make FILE   read such JSON and write the archive to standard output\n"
+                      "The file - is standard input.",
+                      {});
 
 bool readAll(std::FILE* file, std::string& content) {
   char block[1 << 16];
@@ -34,37 +39,36 @@ bool read(const std::string& name, std::string& content) {
   return file && readAll(file.get(), content);
 }
 
-int write(const char* bytes, std::size_t length) {
-  const bool isWritten = std::fwrite(bytes, 1, length, stdout) == length && std::fflush(stdout) == 0;
-  return isWritten ? 0 : complain("standard output", std::strerror(errno));
-}
-
-int dump(const std::string& name, const std::string& content) {
+int dump(const std::string& subject, const std::string& content) {
   const platform::ByteView bytes(reinterpret_cast<const std::uint8_t*>(content.data()), content.size());
   const auto object = platform::KeyedUnarchiver::unarchivedObjectWithData(bytes, rawClasses());
-  if (!object) return complain(name, "no keyed archive");
-  std::string line = textOfObject(*object);
-  line += '\n';
-  return write(line.data(), line.size());
+  const std::string fault = object && !object->isNil() ? "" : faultOfArchive(bytes, rawClasses());
+  if (!object || !fault.empty()) return program.complain(subject + " is no keyed archive that can be read: " + fault + ".");
+  const std::string line = textOfObject(*object) + "\n";
+  std::fwrite(line.data(), 1, line.size(), stdout);
+  return ExitStatus::done;
 }
 
-int make(const std::string& name, const std::string& content) {
+int make(const std::string& subject, const std::string& content) {
   const auto object = objectOfText(content);
-  if (!object) return complain(name, "no JSON of a value");
+  if (!object) return program.complain(subject + " is no JSON of a value.");
   const auto archive = platform::KeyedArchiver::archivedDataWithRootObject(*object);
-  if (!archive) return complain(name, "a value that no archive can hold");
-  return write(reinterpret_cast<const char*>(archive->data()), archive->size());
+  if (!archive) return program.complain(subject + " is a value that no archive can hold.");
+  std::fwrite(archive->data(), 1, archive->size(), stdout);
+  return ExitStatus::done;
+}
+
+int run(const Program::Words& words) {
+  if (words.empty()) return program.misuse("Say what to do.");
+  const std::string& command = words[0];
+  if (command != "dump" && command != "make") return program.misuse("There is no command \"" + command + "\".");
+  if (words.size() != 2) return program.misuse("Say one file: " + command + " FILE, or - for standard input.");
+  const std::string subject = words[1] == "-" ? "Standard input" : "\"" + words[1] + "\"";
+  std::string content;
+  if (!read(words[1], content)) return program.complain(subject + " cannot be read: " + std::strerror(errno) + ".");
+  return command == "dump" ? dump(subject, content) : make(subject, content);
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  const std::string_view command = argc == 3 ? argv[1] : "";
-  if (command != "dump" && command != "make") {
-    return complain("usage", "dovetail-archive dump|make FILE|-", wrongUsage);
-  }
-  const std::string name = argv[2];
-  std::string content;
-  if (!read(name, content)) return complain(name, std::strerror(errno));
-  return command == "dump" ? dump(name, content) : make(name, content);
-}
+int main(int, char** arguments) { return program.run(arguments, run); }

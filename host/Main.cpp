@@ -6,15 +6,15 @@
 
 #include <clocale>
 #include <cstdlib>
-#include <iostream>
 #include <memory>
 
-#include "host/CommandLine.h"
 #include "host/Host.h"
 #include "host/ListingService.h"
 #include "host/SettingsCommands.h"
+#include "platform/BuildSettings.h"
 #include "platform/linux/Log.h"
 #include "platform/linux/OwnedGLib.h"
+#include "platform/linux/Program.h"
 #include "platform/linux/bus/DistributedNotificationCenter.h"
 #include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/files/FileManager.h"
@@ -22,6 +22,7 @@
 #include "platform/linux/ports/MessagePorts.h"
 #include "platform/linux/settings/UserDefaults.h"
 
+namespace settings = platform::BuildSettings;
 using platform::Log;
 using platform::Object;
 using namespace platform::native;
@@ -31,9 +32,41 @@ namespace {
 /// In microseconds; a session that is starting up is busy.
 constexpr SessionBus::Moment longestStart = 10'000'000;
 
-int complain(const std::string& sentence, int status) {
-  std::cerr << "dovetail-host: " << sentence << '\n';
-  return status;
+constexpr char usage[] = "[COMMAND...]";
+constexpr char purpose[] =
+    "The other end of the wire, for people who write a host and for tests.\n"
+    "\n"
+    "Commands:\n"
+    "  run                                 be the host until SIGTERM or SIGINT (the default); prints one JSON object a line\n"
+    "  folders list                        print the watched folders\n"
+    "  folders add PATH...                 watch folders\n"
+    "  folders remove PATH...              watch them no longer\n"
+    "  folders clear                       watch none\n"
+    "  items contextual|toolbar [show]     print a menu's layout\n"
+    "  items contextual|toolbar [root=TAGS] [more=TAGS] [other=TAGS]\n"
+    "                                      set it: tags 1 to 10 with commas between; the tags left over are hidden\n"
+    "  items contextual|toolbar reset      go back to the layout of a new user\n"
+    "  icons archive|contextual|toolbar on|off\n"
+    "                                      show icons in archive menus, or beside a menu's commands\n"
+    "  settings                            print all shared settings as JSON";
+
+struct Options {
+  std::string group{settings::applicationGroup};
+  std::string identifier{settings::hostBundleIdentifier};
+  std::string bundleVersion{settings::bundleVersion};
+  bool isAnswerUnwanted = false;
+  bool isQuiet = false;
+};
+
+Program programWith(Options& options) {
+  return {"dovetail-host",
+          usage,
+          purpose,
+          {{"group", &options.group, "Application group that names ports and settings", "GROUP"},
+           {"identifier", &options.identifier, "Bundle identifier that is owned on the session bus", "NAME"},
+           {"bundle-version", &options.bundleVersion, "Version that is written into the settings", "TEXT"},
+           {"no-answer", &options.isAnswerUnwanted, "Print requests for archives without answering them"},
+           {"quiet", &options.isQuiet, "Print nothing but the lines \"ready\", \"promoted\" and \"quit\""}}};
 }
 
 /// Runs the main loop until a signal asks for the end or the host gives up, with the reason.
@@ -78,26 +111,26 @@ OwnedObject<GDBusConnection> heldSharedConnection() {
 }
 
 /// Empty when the settings hold the version by now, else why they do not.
-std::string writeVersion(const CommandLine& line) {
-  const auto writer = SettingsWriter::forGroup(line.group);
-  if (!writer) return "The group \"" + line.group + "\" can name no settings.";
-  const auto error = writer->setObject(Object(line.version), "DTApplicationVersion");
+std::string writeVersion(const Options& options) {
+  const auto writer = SettingsWriter::forGroup(options.group);
+  if (!writer) return "The group \"" + options.group + "\" can name no settings.";
+  const auto error = writer->setObject(Object(options.bundleVersion), "DTApplicationVersion");
   if (!error) return {};
   const std::string* reason = error->textForKey(platform::LocalizedDescriptionKey);
   return "The version cannot be written into the settings: " + (reason ? *reason : error->domain);
 }
 
 // What is made last goes first: the host with its port and its name, then the bus.
-int runHost(const CommandLine& line, Log& log) {
+int runHost(const Program& program, const Options& options, Log& log) {
   SessionBus bus(log);
   GDBusConnection* connection = bus.connection(g_get_monotonic_time() + longestStart);
-  if (!connection) return complain("No session bus can be reached.", 1);
-  if (!g_dbus_is_name(line.identifier.c_str()) || g_dbus_is_unique_name(line.identifier.c_str()))
-    return complain("\"" + line.identifier + "\" is no name for the bus.", 2);
+  if (!connection) return program.complain("No session bus can be reached.");
+  if (!g_dbus_is_name(options.identifier.c_str()) || g_dbus_is_unique_name(options.identifier.c_str()))
+    return program.misuse("\"" + options.identifier + "\" is no name for the bus.");
   const auto shared = heldSharedConnection();
-  if (const std::string fault = writeVersion(line); !fault.empty()) return complain(fault, 1);
+  if (const std::string fault = writeVersion(options); !fault.empty()) return program.complain(fault);
 
-  EventLines lines(STDOUT_FILENO, line.isQuiet);
+  EventLines lines(STDOUT_FILENO, options.isQuiet);
   RunLoop loop(lines);
   LinuxDistributedNotificationCenter notifications(bus, log);
   LinuxWorkspace workspace(log);
@@ -105,25 +138,35 @@ int runHost(const CommandLine& line, Log& log) {
   ArchiveLister lister({}, log);
   LinuxMessagePorts ports(log);
   {
-    Host host({line.group, line.identifier, line.version, line.answersRequests},
+    Host host({options.group, options.identifier, options.bundleVersion, !options.isAnswerUnwanted},
               {ports, notifications, files, lister, *connection, log}, lines,
               [&loop](std::string reason) { loop.give(std::move(reason)); });
     host.start();
     loop.run();
   }
   lines.write("quit", {});
-  return loop.reason().empty() ? 0 : complain(loop.reason(), 1);
+  return loop.reason().empty() ? ExitStatus::done : program.complain(loop.reason());
 }
 
-int runSettings(const CommandLine& line, Log& log) {
+int runSettings(const Program& program, const Options& options, const Program::Words& words, Log& log) {
   SessionBus bus(log);
   LinuxUserDefaultsSuites suites(bus);
-  const auto settings = suites.initWithSuiteName(line.group);
-  const auto writer = SettingsWriter::forGroup(line.group);
-  if (!settings || !writer) return complain("The group \"" + line.group + "\" can name no settings.", 2);
+  const auto settings = suites.initWithSuiteName(options.group);
+  const auto writer = SettingsWriter::forGroup(options.group);
+  if (!settings || !writer) return program.misuse("The group \"" + options.group + "\" can name no settings.");
   LinuxWorkspace workspace(log);
   LinuxFileManager files(workspace);
-  return SettingsCommands(*settings, *writer, files, std::cout, std::cerr).run(line.words);
+  return SettingsCommands(*settings, *writer, files, program).run(words);
+}
+
+int runWords(const Program& program, const Options& options, const Program::Words& words) {
+  LinuxLog log;
+  log.setOnLine([&program](std::string_view text) { program.complain(text); });
+  // The extensions watch for signals by tracing, which Yama allows only with leave (prctl(2)).
+  prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY, 0, 0, 0);
+  const bool isRun = words.empty() || words[0] == "run";
+  if (isRun && words.size() > 1) return program.misuse("The command run stands alone.");
+  return isRun ? runHost(program, options, log) : runSettings(program, options, words, log);
 }
 
 int serveListings(char** arguments) {
@@ -134,18 +177,11 @@ int serveListings(char** arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc == 5 && std::string_view(argv[1]) == listingServiceCommand) return serveListings(argv + 2);
+  Options options;
+  const Program program = programWith(options);
+  if (argc == 5 && std::string_view(argv[1]) == listingServiceCommand)
+    return program.guard([&] { return serveListings(argv + 2); });
   std::setlocale(LC_ALL, "");
   signal(SIGPIPE, SIG_IGN);
-  std::string fault;
-  const auto line = CommandLine::parse({argv + 1, argv + argc}, fault);
-  if (!line) return complain(fault + " See dovetail-host --help.", 2);
-  if (line->isHelpWanted) return std::cout << CommandLine::help, 0;
-  LinuxLog log;
-  log.setOnLine([](std::string_view text) { std::cerr << "dovetail-host: " << text << '\n'; });
-  // The extensions watch for signals by tracing, which Yama allows only with leave (prctl(2)).
-  prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY, 0, 0, 0);
-  const bool isRun = line->words.empty() || line->words[0] == "run";
-  if (isRun && line->words.size() > 1) return complain("The command run stands alone. See dovetail-host --help.", 2);
-  return isRun ? runHost(*line, log) : runSettings(*line, log);
+  return program.run(argv, [&](const Program::Words& words) { return runWords(program, options, words); });
 }

@@ -1,15 +1,18 @@
 #include "host/SettingsCommands.h"
 
 #include <algorithm>
-#include <climits>
-#include <cstdlib>
+#include <filesystem>
+#include <iostream>
 #include <map>
 
 #include "host/ItemLists.h"
+#include "platform/linux/files/Bookmark.h"
+#include "platform/linux/files/PathText.h"
 
 using platform::JSON;
 using platform::Object;
 using platform::URL;
+using platform::native::ExitStatus;
 
 namespace {
 
@@ -22,11 +25,18 @@ const std::map<std::string_view, std::string_view> itemKeys{{"contextual", "DTCo
 const std::map<std::string_view, std::string_view> iconKeys{
     {"archive", archiveIconsKey}, {"contextual", "DTContextualMenuItemsIconShown"}, {"toolbar", "DTToolbarItemMenuItemsIconShown"}};
 
+/// Where a folder of that path stands or stood: the links that are still there resolved.
+std::string placeOfPath(const std::string& path) {
+  std::error_code failure;
+  std::string place = std::filesystem::weakly_canonical(path, failure);
+  while (place.size() > 1 && place.ends_with('/')) place.pop_back();
+  return place;
+}
+
 /// The folder itself, whatever links the path goes through; nothing when it is no folder.
 std::optional<URL> folderAtPath(const std::string& path) {
-  const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr), &std::free);
-  if (!real) return std::nullopt;
-  return URL::fileURLWithPath(real.get(), true);
+  const auto real = platform::native::realPath(path);
+  return real ? std::optional(URL::fileURLWithPath(*real, true)) : std::nullopt;
 }
 
 JSON flagJSON(const Object& value) {
@@ -41,55 +51,62 @@ JSON listsJSON(const Object& value) {
 
 }  // namespace
 
-SettingsCommands::ExitStatus SettingsCommands::run(const Words& words) {
+int SettingsCommands::run(const Words& words) {
   const std::string command = words.empty() ? "" : words[0];
   const Words rest(words.begin() + (words.empty() ? 0 : 1), words.end());
   if (command == "folders") return folders(rest);
   if (command == "items") return items(rest);
   if (command == "icons") return icons(rest);
   if (command == "settings") return printAll(rest);
-  return misuse("There is no command \"" + command + "\".");
+  return program_.misuse("There is no command \"" + command + "\".");
 }
 
-SettingsCommands::ExitStatus SettingsCommands::folders(const Words& words) {
+int SettingsCommands::folders(const Words& words) {
   const std::string verb = words.empty() ? "" : words[0];
   const Words paths(words.begin() + (words.empty() ? 0 : 1), words.end());
   if (verb == "list" && paths.empty()) return listFolders();
   if (verb == "clear" && paths.empty()) return storeFolders({});
   if (verb == "add" && !paths.empty()) return addFolders(paths);
   if (verb == "remove" && !paths.empty()) return removeFolders(paths);
-  return misuse("Say: folders list, folders add PATH..., folders remove PATH... or folders clear.");
+  return program_.misuse("Say: folders list, folders add PATH..., folders remove PATH... or folders clear.");
 }
 
-SettingsCommands::ExitStatus SettingsCommands::listFolders() {
-  for (const Folder& folder : storedFolders()) out_ << (folder.url ? folder.url->path() : "(a folder that is gone)") << '\n';
-  return done;
+int SettingsCommands::listFolders() {
+  for (const Folder& folder : storedFolders()) {
+    std::cout << (folder.url                ? folder.url->path()
+                  : folder.lastPath.empty() ? "(a folder that is gone)"
+                                            : folder.lastPath + " (gone)")
+              << '\n';
+  }
+  return ExitStatus::done;
 }
 
-SettingsCommands::ExitStatus SettingsCommands::addFolders(const Words& paths) {
+int SettingsCommands::addFolders(const Words& paths) {
   std::vector<Folder> folders = storedFolders();
   for (const std::string& path : paths) {
     const auto folder = folderAtPath(path);
     if (!folder || !files_.resourceValueForKey(*folder, platform::ResourceKey::isDirectory, nullptr).get<bool>() ||
         !*files_.resourceValueForKey(*folder, platform::ResourceKey::isDirectory, nullptr).get<bool>())
-      return fail("\"" + path + "\" is no folder.");
+      return program_.complain("\"" + path + "\" is no folder.");
     if (isStored(folders, *folder)) continue;
     platform::Error error;
     auto bookmark = files_.bookmarkDataWithURL(*folder, &error);
-    if (!bookmark) return fail("No bookmark of \"" + path + "\" can be made.");
-    folders.push_back({Object(*std::move(bookmark)), folder});
+    if (!bookmark) return program_.complain("No bookmark of \"" + path + "\" can be made.");
+    folders.push_back({Object(*std::move(bookmark)), folder, {}});
   }
   return storeFolders(folders);
 }
 
-SettingsCommands::ExitStatus SettingsCommands::removeFolders(const Words& paths) {
+int SettingsCommands::removeFolders(const Words& paths) {
   std::vector<Folder> folders = storedFolders();
   for (const std::string& path : paths) {
     const auto folder = folderAtPath(path);
-    if (!folder || !isStored(folders, *folder)) return fail("\"" + path + "\" is no watched folder.");
-    const auto identity = files_.fileResourceIdentifier(*folder);
-    std::erase_if(folders,
-                  [&](const Folder& stored) { return stored.url && files_.fileResourceIdentifier(*stored.url) == identity; });
+    const auto identity = folder ? files_.fileResourceIdentifier(*folder) : std::nullopt;
+    const std::string place = placeOfPath(path);
+    const auto removed = std::erase_if(folders, [&](const Folder& stored) {
+      return stored.url ? identity && files_.fileResourceIdentifier(*stored.url) == identity : stored.lastPath == place;
+    });
+    if (removed == 0) return program_.complain("\"" + path + "\" is no watched folder.");
   }
   return storeFolders(folders);
 }
@@ -98,15 +115,17 @@ std::vector<SettingsCommands::Folder> SettingsCommands::storedFolders() {
   std::vector<Folder> folders;
   const platform::Array* bookmarks = settings_.arrayForKey(foldersKey);
   if (!bookmarks) return folders;
-  for (const Object& bookmark : *bookmarks) {
-    const auto* data = bookmark.get<platform::Data>();
-    bool isStale = false;
-    platform::Error error;
-    folders.push_back(
-        {bookmark,
-         data ? files_.URLByResolvingBookmarkData(*data, platform::BookmarkResolutionWithoutUI, &isStale, &error) : std::nullopt});
-  }
+  for (const Object& bookmark : *bookmarks) folders.push_back(folderOfBookmark(bookmark));
   return folders;
+}
+
+SettingsCommands::Folder SettingsCommands::folderOfBookmark(const Object& bookmark) {
+  const auto* data = bookmark.get<platform::Data>();
+  if (!data) return {bookmark, std::nullopt, {}};
+  bool isStale = false;
+  platform::Error error;
+  return {bookmark, files_.URLByResolvingBookmarkData(*data, platform::BookmarkResolutionWithoutUI, &isStale, &error),
+          platform::native::pathInBookmark(*data).value_or("")};
 }
 
 bool SettingsCommands::isStored(const std::vector<Folder>& folders, const URL& folder) {
@@ -116,7 +135,7 @@ bool SettingsCommands::isStored(const std::vector<Folder>& folders, const URL& f
          });
 }
 
-SettingsCommands::ExitStatus SettingsCommands::storeFolders(const std::vector<Folder>& folders) {
+int SettingsCommands::storeFolders(const std::vector<Folder>& folders) {
   platform::Array bookmarks;
   for (const Folder& folder : folders)
     if (folder.bookmark.get<platform::Data>()) bookmarks.push_back(folder.bookmark);
@@ -124,30 +143,30 @@ SettingsCommands::ExitStatus SettingsCommands::storeFolders(const std::vector<Fo
   return store(bookmarks.empty() ? Object() : Object(std::move(bookmarks)), foldersKey);
 }
 
-SettingsCommands::ExitStatus SettingsCommands::items(const Words& words) {
+int SettingsCommands::items(const Words& words) {
   const auto key = words.empty() ? itemKeys.end() : itemKeys.find(words[0]);
-  if (key == itemKeys.end()) return misuse("Say which menu: items contextual or items toolbar.");
+  if (key == itemKeys.end()) return program_.misuse("Say which menu: items contextual or items toolbar.");
   const Words rest(words.begin() + 1, words.end());
   if (rest.empty() || rest == Words{"show"}) {
     const auto stored = ItemLists::ofObject(settings_.objectForKey(key->second));
-    out_ << (stored ? *stored : ItemLists::defaults()).text();
-    return done;
+    std::cout << (stored ? *stored : ItemLists::defaults()).text();
+    return ExitStatus::done;
   }
   if (rest == Words{"reset"}) return store(Object(), key->second);
   std::string fault;
   const auto lists = ItemLists::ofWords(rest, fault);
-  return lists ? store(lists->object(), key->second) : misuse(fault);
+  return lists ? store(lists->object(), key->second) : program_.misuse(fault);
 }
 
-SettingsCommands::ExitStatus SettingsCommands::icons(const Words& words) {
+int SettingsCommands::icons(const Words& words) {
   const auto key = words.size() == 2 ? iconKeys.find(words[0]) : iconKeys.end();
   if (key == iconKeys.end() || (words[1] != "on" && words[1] != "off"))
-    return misuse("Say: icons archive|contextual|toolbar on|off.");
+    return program_.misuse("Say: icons archive|contextual|toolbar on|off.");
   return store(Object(words[1] == "on"), key->second);
 }
 
-SettingsCommands::ExitStatus SettingsCommands::printAll(const Words& words) {
-  if (!words.empty()) return misuse("The command settings stands alone.");
+int SettingsCommands::printAll(const Words& words) {
+  if (!words.empty()) return program_.misuse("The command settings stands alone.");
   JSON::ArrayValue folders;
   for (const Folder& folder : storedFolders()) folders.push_back(folder.url ? JSON(folder.url->path()) : JSON());
   const auto version = settings_.stringForKey("DTApplicationVersion");
@@ -160,23 +179,13 @@ SettingsCommands::ExitStatus SettingsCommands::printAll(const Words& words) {
   }
   all.set(foldersKey, settings_.arrayForKey(foldersKey) ? JSON(std::move(folders)) : JSON());
   all.set("DTMenuBarIconShown", flagJSON(settings_.objectForKey("DTMenuBarIconShown")));
-  out_ << all.text() << '\n';
-  return done;
+  std::cout << all.text() << '\n';
+  return ExitStatus::done;
 }
 
-SettingsCommands::ExitStatus SettingsCommands::store(const Object& value, std::string_view key) {
+int SettingsCommands::store(const Object& value, std::string_view key) {
   const auto error = writer_.setObject(value, key);
-  if (!error) return done;
+  if (!error) return ExitStatus::done;
   const std::string* reason = error->textForKey(platform::LocalizedDescriptionKey);
-  return fail("The setting cannot be written: " + (reason ? *reason : error->domain));
-}
-
-SettingsCommands::ExitStatus SettingsCommands::fail(const std::string& sentence) {
-  errors_ << "dovetail-host: " << sentence << '\n';
-  return failed;
-}
-
-SettingsCommands::ExitStatus SettingsCommands::misuse(const std::string& sentence) {
-  errors_ << "dovetail-host: " << sentence << " See dovetail-host --help.\n";
-  return misused;
+  return program_.complain("The setting cannot be written: " + (reason ? *reason : error->domain));
 }

@@ -3,53 +3,51 @@
 #pragma once
 
 #include <optional>
-#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "platform/FileManager.h"
 #include "platform/UserDefaults.h"
+#include "platform/linux/Program.h"
 #include "platform/linux/settings/SettingsWriter.h"
 
 class SettingsCommands {
  public:
-  enum ExitStatus : int { done = 0, failed = 1, misused = 2 };
-  using Words = std::vector<std::string>;
+  using Words = platform::native::Program::Words;
 
   SettingsCommands(const platform::UserDefaults& settings, platform::native::SettingsWriter& writer, platform::FileManager& files,
-                   std::ostream& out, std::ostream& errors)
-      : settings_(settings), writer_(writer), files_(files), out_(out), errors_(errors) {}
+                   const platform::native::Program& program)
+      : settings_(settings), writer_(writer), files_(files), program_(program) {}
 
-  /// Runs one command: its name and what follows it. A command that is none, or has wrong words, says so and changes nothing.
-  ExitStatus run(const Words& words);
+  /// Runs one command: its name and what follows it. A command that is none, or has wrong words, says so and changes nothing. The
+  /// exit status.
+  int run(const Words& words);
 
  private:
-  /// A stored bookmark and the folder that it leads to.
   struct Folder {
-    platform::Object bookmark;
-    std::optional<platform::URL> url;
+    platform::Object bookmark;         ///< As it is stored.
+    std::optional<platform::URL> url;  ///< The folder that it leads to.
+    std::string lastPath;              ///< Where that stood when the bookmark was made; empty when that is not known.
   };
 
-  ExitStatus folders(const Words& words);
-  ExitStatus listFolders();
-  ExitStatus addFolders(const Words& paths);
-  ExitStatus removeFolders(const Words& paths);
+  int folders(const Words& words);
+  int listFolders();
+  int addFolders(const Words& paths);
+  int removeFolders(const Words& paths);
   std::vector<Folder> storedFolders();
+  Folder folderOfBookmark(const platform::Object& bookmark);
   bool isStored(const std::vector<Folder>& folders, const platform::URL& folder);
-  ExitStatus storeFolders(const std::vector<Folder>& folders);
+  int storeFolders(const std::vector<Folder>& folders);
 
-  ExitStatus items(const Words& words);
-  ExitStatus icons(const Words& words);
-  ExitStatus printAll(const Words& words);
+  int items(const Words& words);
+  int icons(const Words& words);
+  int printAll(const Words& words);
 
-  ExitStatus store(const platform::Object& value, std::string_view key);
-  ExitStatus fail(const std::string& sentence);
-  ExitStatus misuse(const std::string& sentence);
+  int store(const platform::Object& value, std::string_view key);
 
   const platform::UserDefaults& settings_;
   platform::native::SettingsWriter& writer_;
   platform::FileManager& files_;
-  std::ostream& out_;
-  std::ostream& errors_;
+  const platform::native::Program& program_;
 };

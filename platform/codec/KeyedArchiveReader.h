@@ -46,6 +46,8 @@ class KeyedArchiveReader {
     const PropertyListKey only(key);
     return lookUp(dictionary, {&only, 1}, {&value, 1});
   }
+  /// The name, in static storage or the table's, of the class that a value of "$class" leads to; empty when that is unknown.
+  std::string_view className(std::uint64_t classValue) const;
   /// Whether the value of "$class" leads to this class of the platform's or of the table.
   bool isOfClass(std::uint64_t classValue, const PropertyListKey& name) const;
 
@@ -68,8 +70,6 @@ class KeyedArchiveReader {
       : list_(list), classes_(classes), budget_(&budget) {}
 
   bool readTop();
-  /// The name, in static storage or the table's, of the class that a class record leads to; empty when that is unknown.
-  std::string_view className(std::uint64_t classValue) const;
   std::string_view knownName(const PropertyListItem& name) const;
   bool readClassRecord(std::uint64_t classValue, std::uint64_t& name, std::uint64_t& hints) const;
   bool instance(const PropertyListItem& dictionary, Object& object);

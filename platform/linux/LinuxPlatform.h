@@ -40,6 +40,7 @@ class LinuxPlatform {
   FinderSyncBrowser& finderSyncBrowser() { return finderSyncBrowser_; }
   FileManager& fileManager() { return fileManager_; }
   LinuxLog& log() { return log_; }
+  SessionBus& sessionBus() { return bus_; }
 
  private:
   std::string entitlements_;

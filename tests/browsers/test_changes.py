@@ -67,7 +67,7 @@ class HostTest(BrowserTest):
     def test_a_host_of_another_version_leaves_nothing_in_the_menu(self):
         self.host.signal(signal.SIGTERM)
         self.host.wait()
-        other = self.session.start_host("--version", "9.9")
+        other = self.session.start_host("--bundle-version", "9.9")
         self.menu_without_us()
         self.browser.close_menu()
         other.signal(signal.SIGTERM)

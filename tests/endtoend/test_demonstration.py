@@ -32,7 +32,7 @@ class Demonstration(unittest.TestCase):
             host = os.path.join(folder, "dovetail-host")
             os.unlink(host)
             with open(host, "w") as file:
-                file.write('#!/bin/sh\nexec "%s/dovetail-host" --version other "$@"\n' % session.programs)
+                file.write('#!/bin/sh\nexec "%s/dovetail-host" --bundle-version other "$@"\n' % session.programs)
             os.chmod(host, 0o755)
             done = self.run_with(folder, DOVETAIL_DEADLINE="2")
         self.assertEqual(done.returncode, 1)

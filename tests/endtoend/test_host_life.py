@@ -11,7 +11,7 @@ NOT_RUNNING = ["Dovetail is not running"]
 
 class HostLife(EndToEndTest):
     def test_a_host_of_another_version_counts_as_not_running(self):
-        host = self.session.start_host("--version", "1.0.0.1")
+        host = self.session.start_host("--bundle-version", "1.0.0.1")
         console = self.session.start_console()
         self.assertEqual(console.state()["applicationPid"], -1)
         self.assertEqual(titles(console.menu(3)), NOT_RUNNING)

@@ -84,7 +84,7 @@ TEST_F(RunningHost, whoHearsThatItRunsFindsItsPortItsNameAndItsVersion) {
     found.push_back("version " + session.run({"dconf", "read", "/org/dovetail/group/DTApplicationVersion"})->output());
   });
   ASSERT_TRUE(bus.openConnection());
-  const auto host = readyHost({"--version", "7.5 beta"});
+  const auto host = readyHost({"--bundle-version", "7.5 beta"});
   ASSERT_TRUE(pumpUntil([&] { return found.size() == 3; }));
   EXPECT_THAT(found, testing::ElementsAre("port 1", "instances 1", "version '7.5 beta'\n"));
   ASSERT_EQ(instances().size(), 1u);
@@ -92,7 +92,7 @@ TEST_F(RunningHost, whoHearsThatItRunsFindsItsPortItsNameAndItsVersion) {
 }
 
 TEST_F(RunningHost, itsReadyLineTellsWhoItIs) {
-  auto host = session.host({"--version", "2.0"});
+  auto host = session.host({"--bundle-version", "2.0"});
   const JSON ready = host->nextEvent("ready");
   EXPECT_EQ(textOf(ready, "portName"), "org.dovetail.group.App");
   EXPECT_EQ(textOf(ready, "identifier"), "org.dovetail.Dovetail");

@@ -5,9 +5,7 @@
 
 #include <filesystem>
 
-#include "host/CommandLine.h"
 #include "host/ItemLists.h"
-#include "platform/BuildSettings.h"
 #include "tests/host/HostSession.h"
 
 namespace {
@@ -65,7 +63,19 @@ TEST_F(SettingsProgram, aFolderThatIsGoneKeepsItsPlace) {
   const std::string one = makeFolder("one"), two = makeFolder("two");
   run({"folders", "add", one, two});
   std::filesystem::remove(one);
-  EXPECT_EQ(run({"folders", "list"}), "(a folder that is gone)\n" + two + "\n");
+  EXPECT_EQ(run({"folders", "list"}), one + " (gone)\n" + two + "\n");
+}
+
+TEST_F(SettingsProgram, aFolderThatIsGoneIsRemovedByThePathThatItHad) {
+  const std::string one = makeFolder("one"), two = makeFolder("two");
+  std::filesystem::create_directory_symlink(session.folder().path(), session.folder().path("link"));
+  run({"folders", "add", one, two});
+  std::filesystem::remove(one);
+  EXPECT_EQ(run({"folders", "remove", session.folder().path("link/one/")}), "");
+  EXPECT_EQ(status, 0) << errors;
+  EXPECT_EQ(run({"folders", "list"}), two + "\n");
+  run({"folders", "remove", one});
+  EXPECT_EQ(status, 1);
 }
 
 TEST_F(SettingsProgram, whatIsNoFolderIsRefusedAndNothingIsAdded) {
@@ -133,6 +143,17 @@ TEST_F(SettingsProgram, anotherGroupHasSettingsOfItsOwn) {
   run({"--group", "org.example.other", "icons", "archive", "off"});
   EXPECT_EQ(stored("DTArchiveIconsShown "), "");
   EXPECT_THAT(run({"--group", "org.example.other", "settings"}), HasSubstr(R"("DTArchiveIconsShown ":false)"));
+}
+
+TEST_F(SettingsProgram, optionsMayStandAnywhereUntilTwoDashes) {
+  const std::string odd = makeFolder("--odd");
+  EXPECT_EQ(run({"folders", "--group=org.example.other", "add", "--", odd, session.folder().path("-x/../--odd")}), "");
+  EXPECT_EQ(status, 1);
+  std::filesystem::current_path(session.folder().path());
+  EXPECT_EQ(run({"folders", "--group=org.example.other", "add", "--", "--odd"}), "");
+  EXPECT_EQ(status, 0) << errors;
+  EXPECT_EQ(run({"--group", "org.example.other", "folders", "list"}), odd + "\n");
+  EXPECT_EQ(run({"folders", "list"}), "");
 }
 
 TEST_F(SettingsProgram, wrongWordsAreRefusedWithStatusTwo) {
@@ -206,24 +227,6 @@ TEST(ItemLists, tagsThatAreNoneOrStandTwiceAreRefused) {
     EXPECT_FALSE(ItemLists::ofWords(words, fault)) << words[0];
     EXPECT_NE(fault, "");
   }
-}
-
-TEST(CommandLine, optionsMayStandAnywhereUntilTwoDashes) {
-  std::string fault;
-  const auto line = CommandLine::parse({"folders", "--group", "g.h", "add", "--quiet", "--", "--group", "-x"}, fault);
-  ASSERT_TRUE(line);
-  EXPECT_THAT(line->words, ElementsAre("folders", "add", "--group", "-x"));
-  EXPECT_EQ(line->group, "g.h");
-  EXPECT_TRUE(line->isQuiet);
-  EXPECT_TRUE(line->answersRequests);
-}
-
-TEST(CommandLine, whatIsNotGivenIsAsBuilt) {
-  std::string fault;
-  const auto line = CommandLine::parse({}, fault);
-  EXPECT_EQ(line->group, platform::BuildSettings::applicationGroup);
-  EXPECT_EQ(line->identifier, platform::BuildSettings::hostBundleIdentifier);
-  EXPECT_EQ(line->version, platform::BuildSettings::bundleVersion);
 }
 
 }  // namespace

@@ -124,6 +124,43 @@ class PlistlibInterop(unittest.TestCase):
             result = run("dump", content)
             self.assertEqual((result.returncode, result.stdout, result.stderr.count(b"\n")), (1, b"", 1))
 
+    def test_a_refusal_names_what_is_malformed_and_at_which_byte(self):
+        def objects(*more, **top):
+            return plistlib.dumps({"$version": 100000, "$archiver": "NSKeyedArchiver", "$top": top or {"root": UID(1)},
+                                   "$objects": ["$null", *more]}, fmt=plistlib.FMT_BINARY)
+
+        plain = objects("text")
+        trailer = len(plain) - 32
+        array = {"$class": UID(2), "NS.objects": [UID(3)]}
+        unknown = objects(array, class_record("NSArray"), {"$class": UID(4)}, class_record("Unheard"))
+        date = objects({"$class": UID(2), "NS.time": "text"}, class_record("NSDate"))
+        reasons = (
+            (b"bplist", 'does not begin with "bplist00"'),
+            (plain[:20], "it ends at byte 20, before its trailer"),
+            (plain[:trailer + 6] + b"\x09" + plain[trailer + 7:], "the size of an offset at byte %d is not" % (trailer + 6)),
+            (plain[:trailer - 1] + b"\xff" + plain[trailer:], "the offset at byte %d leads to byte 255" % (trailer - 1)),
+            (plain.replace(b"Ttext", b"\x7ftext"), "the object at byte %d is malformed" % plain.index(b"Ttext")),
+            (plain.replace(b"\x54text", b"\x54te\xfft"), "the text at byte %d is not ASCII" % plain.index(b"Ttext")),
+            (plistlib.dumps({"$version": 100000}, fmt=plistlib.FMT_BINARY), "the dictionary at byte 8 has no single $objects"),
+            (objects("text", root=UID(7)), "its reference to object 7 leads past the last"),
+            (objects({"a": 1}), "names no class"),
+            (unknown, 'the class "Unheard" at byte %d is not known' % unknown.index(b"WUnheard")),
+            (date, "does not hold what an NSDate holds"),
+            (objects({"$class": UID(2), "NS.objects": [UID(1)]}, class_record("NSArray")), "its objects hold themselves"),
+        )
+        for content, reason in reasons:
+            result = run("dump", content)
+            self.assertEqual((result.returncode, result.stdout, result.stderr.count(b"\n")), (1, b"", 1), reason)
+            self.assertIn(reason, result.stderr.decode())
+
+    def test_an_archive_without_a_root_says_so_and_one_of_nil_is_null(self):
+        content = {"$version": 100000, "$archiver": "NSKeyedArchiver", "$objects": ["$null"]}
+        result = run("dump", plistlib.dumps(dict(content, **{"$top": {}}), fmt=plistlib.FMT_BINARY))
+        self.assertEqual((result.returncode, result.stdout), (1, b""))
+        self.assertIn(b"it has no root object", result.stderr)
+        result = run("dump", plistlib.dumps(dict(content, **{"$top": {"root": UID(0)}}), fmt=plistlib.FMT_BINARY))
+        self.assertEqual((result.returncode, result.stdout), (0, b"null\n"))
+
     def test_what_is_no_value_ends_with_status_1_and_one_line(self):
         for content in (b"", b"{", b"[]", b'{"t":"int","v":1}', b'{"t":"int","v":"18446744073709551616"}', b'{"t":"data","v":"0"}',
                         b'{"t":"unheard"}', b'{"t":"array","v":[null]}', b'{"t":"uuid","v":"00"}', b'{"t":"real","bits":"3"}',
