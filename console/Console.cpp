@@ -15,6 +15,7 @@ using platform::URL;
 namespace {
 
 constexpr double usualWaitInSeconds = 10;
+constexpr auto lastKind = static_cast<std::int64_t>(MenuKind::toolbarItemMenu);
 
 JSON done() { return JSON::ObjectValue{{"ok", true}}; }
 
@@ -135,7 +136,7 @@ JSON Console::target(const JSON& request) {
 JSON Console::menu(const JSON& request) {
   const JSON* kind = request.member("kind");
   const auto* number = kind ? kind->get<std::int64_t>() : nullptr;
-  if (!number || *number < 0) return error("\"kind\" is to be a number from 0 to 3");
+  if (!number || *number < 0 || *number > lastKind) return error("\"kind\" is to be a number from 0 to 3");
   lastMenu_ = browser_.menuForMenuKind(static_cast<MenuKind>(*number));
   return JSON::ObjectValue{{"menu", lastMenu_ ? menuJSON(*lastMenu_) : JSON()}};
 }
@@ -151,8 +152,9 @@ JSON Console::choose(const JSON& request) {
   if (item->submenu) return error("the item opens a submenu: " + item->title);
   if (!item->isEnabled) return error("the item is disabled: " + item->title);
   if (item->action.empty()) return error("the item has no action: " + item->title);
+  const std::size_t sentBefore = sent_.count();
   browser_.itemChosen(*item);
-  return done();
+  return sent_.count() > sentBefore ? done() : error("nothing was sent: no host takes it, or what it acts on is gone");
 }
 
 JSON Console::state(const JSON&) { return stateJSON(extension_, folderPaths_); }

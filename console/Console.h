@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "console/Condition.h"
+#include "console/SentRecords.h"
 #include "console/StateJSON.h"
 #include "core/DTDovetailSync.h"
 #include "platform/JSON.h"
@@ -18,9 +19,10 @@ class Console {
   using JSON = platform::JSON;
   using URL = platform::URL;
 
-  /// All of them outlive the console.
-  Console(platform::native::FinderSyncBrowser& browser, DTDovetailSync& extension, platform::FileManager& fileManager)
-      : browser_(browser), extension_(extension), fileManager_(fileManager) {}
+  /// All of them outlive the console. `sent` are the ports that the extension sends by.
+  Console(platform::native::FinderSyncBrowser& browser, DTDovetailSync& extension, platform::FileManager& fileManager,
+          const SentRecords& sent)
+      : browser_(browser), extension_(extension), fileManager_(fileManager), sent_(sent) {}
 
   /// Does what `request` says and hands its answer to `reply`, at once or, for a request to wait, later. docs/console.md lists the
   /// requests. The answer to one that cannot be done is `{"error":…}`; nothing has changed then. One at a time.
@@ -54,6 +56,7 @@ class Console {
   platform::native::FinderSyncBrowser& browser_;
   DTDovetailSync& extension_;
   platform::FileManager& fileManager_;
+  const SentRecords& sent_;
   FolderPaths folderPaths_;
   std::optional<platform::Menu> lastMenu_;
   std::unique_ptr<Condition> condition_;

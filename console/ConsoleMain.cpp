@@ -6,36 +6,66 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <memory>
 
 #include "console/Console.h"
-#include "console/ConsoleOptions.h"
 #include "console/Conversation.h"
 #include "console/Diagnosis.h"
 #include "console/ImageSheet.h"
 #include "console/JSONLanguage.h"
 #include "console/PlainLanguage.h"
+#include "console/SentRecords.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/OwnedGLib.h"
+#include "platform/linux/Program.h"
 #include "platform/linux/images/Graphics.h"
 #include "platform/linux/images/Workspace.h"
 
 using platform::JSON;
-using platform::native::LinuxPlatform;
-using platform::native::OwnedText;
+using namespace platform::native;
 
 namespace {
 
-std::unique_ptr<Language> languageOf(const ConsoleOptions& options) {
+struct Options {
+  bool isJSON = false;
+  std::optional<std::string> entitlementsFile;
+  std::optional<std::string> bundleVersion;
+};
+
+constexpr char usage[] = "[diagnose|images FOLDER]";
+constexpr char purpose[] =
+    "A file browser without a screen: loads the extension as a browser does and takes commands in place of clicks. Type help at "
+    "its "
+    "prompt.\n"
+    "\n"
+    "Commands:\n"
+    "  diagnose        tell why a menu may be missing; the exit status is 1 when it finds a fault\n"
+    "  images FOLDER   draw all images of the menus into the folder, for people to look at";
+
+Program programWith(Options& options) {
+  return {"dovetail-console",
+          usage,
+          purpose,
+          {{"json", &options.isJSON, "One JSON object a line, for scripts (docs/console.md)"},
+           {"entitlements", &options.entitlementsFile, "The extension's entitlements, in place of those built in", "FILE"},
+           {"bundle-version", &options.bundleVersion, "The extension's version, in place of the one built in", "TEXT"}}};
+}
+
+std::unique_ptr<Language> languageOf(const Options& options) {
   if (options.isJSON) return std::make_unique<JSONLanguage>();
   return std::make_unique<PlainLanguage>(isatty(STDIN_FILENO) != 0);
 }
 
-std::optional<std::string> contentsOfFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::string text(std::istreambuf_iterator<char>(file), {});
-  return file.bad() || !file.is_open() ? std::nullopt : std::optional(text);
+/// Nothing, with the reason in `fault`, for a file that cannot be read.
+std::optional<std::string> contentsOfFile(const std::string& path, std::string& fault) {
+  char* contents = nullptr;
+  gsize length = 0;
+  GError* error = nullptr;
+  const bool isRead = g_file_get_contents(path.c_str(), &contents, &length, &error);
+  const OwnedText text(contents);
+  const OwnedError reason(error);
+  if (reason) fault = reason->message;
+  return isRead ? std::optional(std::string(contents, length)) : std::nullopt;
 }
 
 JSON directoryURLsEvent(const std::vector<platform::URL>& folders) {
@@ -54,7 +84,7 @@ JSON logEvent(std::string_view line) {
   return event;
 }
 
-int run(const ConsoleOptions& options, LinuxPlatform& platform) {
+int converse(const Options& options, LinuxPlatform& platform) {
   struct Loop {
     GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
     std::optional<int> status;
@@ -71,10 +101,13 @@ int run(const ConsoleOptions& options, LinuxPlatform& platform) {
   platform.log().setOnLine([&](std::string_view line) { conversation.tell(logEvent(line)); });
   browser.setOnDirectoryURLs([&] { conversation.tell(directoryURLsEvent(browser.directoryURLs())); });
 
+  if (!platform.sessionBus().connection(SessionBus::deadline())) conversation.tell(JSON::ObjectValue{{"event", "noSessionBus"}});
+
   OnceOnly onceOnly;
-  const auto extension = DTDovetailSync::init(platform.references(), onceOnly);
-  if (!extension) return 1;
-  Console console(browser, *extension, platform.fileManager());
+  SentRecords sent(platform.references().messagePorts);
+  const auto extension = DTDovetailSync::init(sent.standingIn(platform.references()), onceOnly);
+  if (!extension) return ExitStatus::failed;
+  Console console(browser, *extension, platform.fileManager(), sent);
   const auto end = +[](gpointer ended) -> gboolean {
     static_cast<Loop*>(ended)->end(0);
     return G_SOURCE_CONTINUE;
@@ -85,23 +118,25 @@ int run(const ConsoleOptions& options, LinuxPlatform& platform) {
   if (!loop.status) g_main_loop_run(loop.loop);
   platform.log().setOnLine(nullptr);
   browser.setOnDirectoryURLs(nullptr);
-  return loop.status.value_or(0);
+  return loop.status.value_or(ExitStatus::done);
 }
 
-int drawImages(const std::string& folder) {
+int drawImages(const std::string& folder, const Program& program) {
   class StandardErrorLog final : public platform::Log {
-    void line(std::string_view text) override {
-      std::fprintf(stderr, "dovetail-console: %.*s\n", static_cast<int>(text.size()), text.data());
-    }
-  } log;
-  platform::native::LinuxWorkspace workspace(log);
-  platform::native::LinuxGraphics graphics;
+   public:
+    explicit StandardErrorLog(const Program& program) : program_(program) {}
+    void line(std::string_view text) override { program_.complain(text); }
+
+   private:
+    const Program& program_;
+  } log(program);
+  LinuxWorkspace workspace(log);
+  LinuxGraphics graphics;
   return writeImages(folder, workspace, workspace, graphics);
 }
 
 int diagnose(LinuxPlatform& platform) {
-  platform::native::SessionBus bus(platform.log());
-  const bool hasBus = bus.connection(platform::native::SessionBus::deadline()) != nullptr;
+  const bool hasBus = platform.sessionBus().connection(SessionBus::deadline()) != nullptr;
   std::vector<Finding> findings = findingsOfServices(platform.references(), hasBus);
   for (const BrowserPlace& browser : builtBrowsers()) {
     const OwnedText program(g_find_program_in_path(browser.name.c_str()));
@@ -113,24 +148,28 @@ int diagnose(LinuxPlatform& platform) {
   return std::any_of(findings.begin(), findings.end(), [](const Finding& finding) { return finding.isFault; }) ? 1 : 0;
 }
 
-}  // namespace
-
-int main(int count, char** arguments) {
-  const ConsoleOptions options = consoleOptions(count, arguments);
-  if (options.status) {
-    std::fputs(options.text.c_str(), *options.status == 0 ? stdout : stderr);
-    return *options.status;
-  }
-  if (options.imagesFolder) return drawImages(*options.imagesFolder);
-  std::signal(SIGPIPE, SIG_IGN);
+int run(const Program& program, const Options& options, const Program::Words& words) {
+  const std::string command = words.empty() ? "" : words[0];
+  if (!words.empty() && command != "diagnose" && command != "images")
+    return program.misuse("There is no command \"" + command + "\".");
+  if (command == "images" && words.size() != 2) return program.misuse("Say one folder: images FOLDER.");
+  if (command == "images") return drawImages(words[1], program);
+  if (words.size() > 1) return program.misuse("The command diagnose stands alone.");
   LinuxPlatform::Options choices{.entitlements = std::nullopt, .bundleVersion = options.bundleVersion};
   if (options.entitlementsFile) {
-    choices.entitlements = contentsOfFile(*options.entitlementsFile);
-    if (!choices.entitlements) {
-      std::fprintf(stderr, "dovetail-console: cannot read %s\n", options.entitlementsFile->c_str());
-      return 2;
-    }
+    std::string fault;
+    choices.entitlements = contentsOfFile(*options.entitlementsFile, fault);
+    if (!choices.entitlements) return program.complain("The entitlements cannot be read: " + fault + ".");
   }
   LinuxPlatform platform(std::move(choices));
-  return options.isDiagnosisWanted ? diagnose(platform) : run(options, platform);
+  return command == "diagnose" ? diagnose(platform) : converse(options, platform);
+}
+
+}  // namespace
+
+int main(int, char** arguments) {
+  std::signal(SIGPIPE, SIG_IGN);
+  Options options;
+  const Program program = programWith(options);
+  return program.run(arguments, [&](const Program::Words& words) { return run(program, options, words); });
 }

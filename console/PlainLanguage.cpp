@@ -165,6 +165,8 @@ std::string PlainLanguage::replyText(const JSON& request, const JSON& reply) {
 
 std::string PlainLanguage::eventText(const JSON& event) {
   if (const std::string* line = event.stringMember("line")) return "* log: " + printable(*line) + "\n";
+  const std::string* name = event.stringMember("event");
+  if (name && *name == "noSessionBus") return "* no session bus can be reached: no host is seen, and no change of the settings\n";
   const JSON* urls = event.member("urls");
   const auto* list = urls ? urls->get<JSON::ArrayValue>() : nullptr;
   if (!list || list->empty()) return "* no folder is watched\n";

@@ -18,8 +18,8 @@ class ConsoleTest : public ExtensionTest {
     startHost();
     const platform::Platform given = fakes.references();
     extension = DTDovetailSync::init(
-        {browser, given.messagePorts, given.userDefaultsSuites, given.security, given.distributedNotificationCenter,
-         given.runningApplications, given.processSources, given.fileManager, given.workspace, given.mainBundle, given.log},
+        {browser, sent, given.userDefaultsSuites, given.security, given.distributedNotificationCenter, given.runningApplications,
+         given.processSources, given.fileManager, given.workspace, given.mainBundle, given.log},
         onceOnly);
     browser.setDirectoryURLs({fileURL("/watched")});
     takeMessages();
@@ -31,13 +31,13 @@ class ConsoleTest : public ExtensionTest {
 
   std::string perform(std::string_view line) {
     std::string text = "no reply";
-    console.emplace(browser, *extension, fakes.fileManager);
+    console.emplace(browser, *extension, fakes.fileManager, sent);
     console->perform(*JSON::parse(line), [&](const JSON& reply) { text = reply.text(); });
     return text;
   }
   std::vector<std::string> performAll(const std::vector<std::string>& lines) {
     std::vector<std::string> replies;
-    Console one(browser, *extension, fakes.fileManager);
+    Console one(browser, *extension, fakes.fileManager, sent);
     for (const std::string& line : lines) {
       one.perform(*JSON::parse(line), [&](const JSON& reply) { replies.push_back(reply.text()); });
     }
@@ -46,6 +46,7 @@ class ConsoleTest : public ExtensionTest {
   static bool isError(const std::string& reply) { return reply.starts_with(R"({"error":")"); }
 
   platform::native::FinderSyncBrowser browser{fakes.fileManager};
+  SentRecords sent{fakes.messagePorts};
   std::optional<Console> console;
 };
 
@@ -99,6 +100,7 @@ TEST_F(ConsoleTest, aBadRequestGetsAnErrorAndChangesNothing) {
            R"({"do":"menu"})",
            R"({"do":"menu","kind":"0"})",
            R"({"do":"menu","kind":-1})",
+           R"({"do":"menu","kind":4})",
            R"({"do":"choose"})",
            R"({"do":"choose","at":[]})",
            R"({"do":"wait"})",
@@ -162,6 +164,20 @@ TEST_F(ConsoleTest, whatCannotBeChosenIsRefused) {
   });
   for (std::size_t i : {0, 3, 4, 5, 6, 7, 8, 9}) EXPECT_TRUE(isError(replies[i])) << i << ": " << replies[i];
   EXPECT_THAT(takeSummaries(), IsEmpty());
+}
+
+TEST_F(ConsoleTest, aChoiceThatSendsNothingIsNoSuccess) {
+  performAll({R"({"do":"select","files":["/watched/file.zip"]})"});
+  Console one(browser, *extension, fakes.fileManager, sent);
+  std::vector<std::string> replies;
+  const auto ask = [&](std::string_view line) {
+    one.perform(*JSON::parse(line), [&](const JSON& reply) { replies.push_back(reply.text()); });
+  };
+  ask(R"({"do":"menu","kind":0})");
+  quitHost();
+  ask(R"({"do":"choose","at":[0]})");
+  EXPECT_TRUE(isError(replies.back())) << replies.back();
+  EXPECT_THAT(replies.back(), testing::HasSubstr("nothing was sent"));
 }
 
 TEST_F(ConsoleTest, theDisabledLineCannotBeChosen) {

@@ -69,6 +69,7 @@ TEST(PlainLanguage, errorsAndEventsAreReadable) {
   EXPECT_EQ(language.replyText(request, *JSON::parse(R"({"error":"no such folder: /a"})")), "error: no such folder: /a\n");
   EXPECT_EQ(language.replyText(request, *JSON::parse(R"({"ok":true})")), "");
   EXPECT_EQ(language.eventText(*JSON::parse(R"({"event":"log","line":"text"})")), "* log: text\n");
+  EXPECT_TRUE(language.eventText(*JSON::parse(R"({"event":"noSessionBus"})")).starts_with("* no session bus can be reached"));
   EXPECT_EQ(language.eventText(*JSON::parse(R"({"event":"directoryURLs","urls":[]})")), "* no folder is watched\n");
   EXPECT_EQ(language.eventText(*JSON::parse(R"({"event":"directoryURLs","urls":["file:///a/"]})")), "* watching file:///a/\n");
 }

@@ -108,7 +108,7 @@ class BadInput(EndToEndTest):
         console.wait_until("archive", file=path)
         console.menu_of(path)
         os.unlink(path)
-        console.do("choose", titles=["letters.zip", "read me.txt"])
+        self.assertIn("nothing was sent", console.ask("choose", titles=["letters.zip", "read me.txt"])["error"])
         self.assertEqual([message["selector"] for message in self.sent(host, console)
                           if message["selector"] == "expand:"], [])
 

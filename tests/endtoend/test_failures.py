@@ -53,7 +53,7 @@ class Failures(EndToEndTest):
 
     def test_a_file_of_entitlements_that_is_not_there_ends_the_console_with_a_word(self):
         done = self.session.run("dovetail-console", "--entitlements", self.session.path("gone"))
-        self.assertEqual(done.returncode, 2)
+        self.assertEqual(done.returncode, 1)
         self.assertEqual(len(done.stderr.splitlines()), 1)
 
     def test_messages_for_a_host_that_is_away_vanish_without_a_report(self):
