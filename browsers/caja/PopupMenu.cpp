@@ -1,6 +1,6 @@
 #include "browsers/caja/PopupMenu.h"
 
-#include "browsers/NativeItems.h"
+#include "browsers/gobject/NativeItems.h"
 
 namespace browsers {
 namespace {
@@ -24,8 +24,7 @@ GtkWidget* newMenu(BrowserModule& module, const BoundMenuRef& menu, const Planne
     if (planned.items) {
       gtk_menu_item_set_submenu(GTK_MENU_ITEM(item), newMenu(module, menu, *planned.items));
     } else {
-      g_signal_connect_data(item, "activate", G_CALLBACK(ItemChoice::activate), new ItemChoice{module, menu, planned},
-                            ItemChoice::release, GConnectFlags(0));
+      chooseOnActivate(item, module, menu, planned);
     }
     gtk_menu_shell_append(GTK_MENU_SHELL(shell), item);
   }

@@ -1,22 +1,12 @@
 #include "browsers/gtk3/LocationWidget.h"
 
-#include "browsers/NativeItems.h"
+#include "browsers/gobject/FileURLs.h"
+#include "browsers/gobject/Signals.h"
 
 namespace browsers {
+
+using platform::URL;
 namespace {
-
-struct ShownLocation {
-  BrowserModule& module;
-  URL folder;
-
-  static void left(GtkWidget*, gpointer data) {
-    guarded([&] {
-      const auto& location = *static_cast<ShownLocation*>(data);
-      location.module.shownFolders().closed(location.folder);
-    });
-  }
-  static void release(gpointer data, GClosure*) { delete static_cast<ShownLocation*>(data); }
-};
 
 bool isEmpty(GtkContainer* box) {
   bool isEmpty = true;
@@ -45,8 +35,7 @@ GtkWidget* locationWidget(BrowserModule& module, const char* uri) {
   GtkWidget* const widget = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
   gtk_widget_set_no_show_all(widget, TRUE);
   g_signal_connect(widget, "parent-set", G_CALLBACK(hideBoxSoon), nullptr);
-  g_signal_connect_data(widget, "destroy", G_CALLBACK(ShownLocation::left), new ShownLocation{module, folder},
-                        ShownLocation::release, GConnectFlags(0));
+  connectSignal(widget, "destroy", [&module, folder] { module.shownFolders().closed(folder); });
   return widget;
 }
 

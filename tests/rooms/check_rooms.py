@@ -21,6 +21,10 @@ ALLOWED = {
     "host": ["host/", "platform/", "core/DTMessage.h", "archive/DT", "archive/ArchivedClasses.h"],
     "console": ["console/", "core/", "menus/", "archive/", "folders/", "platform/"],
 }
+# Folder of browsers/ -> those of its folders that it includes; "" is what all browsers share. An adapter, any other folder, includes
+# all of these and itself.
+BROWSER_FOLDERS = {"": [""], "gobject": ["", "gobject"], "gtk3": ["", "gobject", "gtk3"]}
+TOOLKIT = re.compile(r"(gtk|gdk)/|adwaita|Q[A-Z]|Qt|K[A-Z]")
 PORTABLE = {"core", "menus", "archive", "folders", "platform"}
 BACKENDS = ("platform/linux/", "platform/fake/")
 STANDARD = re.compile(r"[a-z_0-9]+$")  # a header of the C++ standard library has neither a slash nor a suffix
@@ -32,6 +36,20 @@ def room_of(path):
     if parts[:2] in (("platform", "fake"), ("platform", "linux")):
         return "/".join(parts[:2])
     return parts[0]
+
+
+def browser_folder(parts):
+    return parts[1] if len(parts) > 2 else ""
+
+
+def browser_breach(path, kind, included):
+    folder = browser_folder(path.relative_to(TOP).parts)
+    if kind == "<" and folder in ("", "gobject") and TOOLKIT.match(included):
+        return f"what browsers of any toolkit share includes <{included}>"
+    other = browser_folder(included.split("/"))
+    if included.startswith("browsers/") and other not in BROWSER_FOLDERS.get(folder, [*BROWSER_FOLDERS, folder]):
+        return f'browsers/{folder} may not include "{included}"'
+    return None
 
 
 def breaches(path):
@@ -49,6 +67,8 @@ def breaches(path):
         if not match:
             continue
         kind, included = match.groups()
+        if room == "browsers" and (breach := browser_breach(path, kind, included)):
+            yield breach
         if kind == "<":
             if room in PORTABLE and not STANDARD.match(included):
                 yield f"a portable room includes <{included}>"

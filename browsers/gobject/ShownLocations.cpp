@@ -1,4 +1,4 @@
-#include "browsers/ShownLocations.h"
+#include "browsers/gobject/ShownLocations.h"
 
 #include "platform/linux/OwnedGLib.h"
 
