@@ -1,21 +1,11 @@
 // The small icons of archive entries: one an extension, made once in a process.
 #include "core/DTDovetailSync.h"
 
-using platform::Image;
 using platform::ImageRef;
 
 namespace {
 
 constexpr platform::Size iconSize{16, 16};
-
-// An image of that size which holds the one representation that fits it best, and no other.
-ImageRef reduced(const ImageRef& source) {
-  auto icon = std::make_shared<Image>();
-  icon->size = iconSize;
-  const auto* best = source ? source->bestRepresentationForRect(iconSize) : nullptr;
-  if (best) icon->representations.push_back(*best);
-  return icon;
-}
 
 }  // namespace
 
@@ -25,7 +15,7 @@ ImageRef DTDovetailSync::iconForFileType(std::string_view type) {
   // By identity: a file name extension may spell the same text.
   const bool isFolder = type.data() == platform::ImageNameFolder;
   platform::Workspace& workspace = platform_.workspace;
-  ImageRef icon = reduced(isFolder ? workspace.imageNamed(type) : workspace.iconForFileType(type));
+  ImageRef icon = platform::reducedImage(isFolder ? workspace.imageNamed(type) : workspace.iconForFileType(type), iconSize);
   onceOnly_.fileTypeIcons.emplace(type, icon);
   return icon;
 }

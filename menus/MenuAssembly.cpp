@@ -3,7 +3,6 @@
 #include "menus/CommandTables.h"
 
 using platform::Dictionary;
-using platform::Image;
 using platform::ImageRef;
 using platform::Menu;
 using platform::MenuItem;
@@ -36,12 +35,7 @@ Menu hostAbsentMenu() {
 }
 
 ImageRef makeMenuIcon(platform::Workspace& workspace) {
-  auto icon = std::make_shared<Image>();
-  icon->size = iconSize;
-  const ImageRef application = workspace.imageNamed(platform::ImageNameApplicationIcon);
-  const auto* best = application ? application->bestRepresentationForRect(iconSize) : nullptr;
-  if (best) icon->representations.push_back(*best);
-  return icon;
+  return platform::reducedImage(workspace.imageNamed(platform::ImageNameApplicationIcon), iconSize);
 }
 
 std::optional<std::int64_t> integerValue(const Object& object) {

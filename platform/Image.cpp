@@ -20,4 +20,12 @@ const ImageRepresentation* Image::bestRepresentationForRect(Size wanted) const {
   return best;
 }
 
+ImageRef reducedImage(const ImageRef& source, Size size) {
+  auto image = std::make_shared<Image>();
+  image->size = size;
+  const ImageRepresentation* best = source ? source->bestRepresentationForRect(size) : nullptr;
+  if (best) image->representations.push_back(*best);
+  return image;
+}
+
 }  // namespace platform

@@ -64,4 +64,7 @@ struct Image {
 
 using ImageRef = std::shared_ptr<const Image>;
 
+/// A new image of that size which holds the one representation of `source` that fits it best, and no other; an empty one for null.
+ImageRef reducedImage(const ImageRef& source, Size size);
+
 }  // namespace platform

@@ -85,6 +85,16 @@ TEST(Images, theBestRepresentationIsTheSmallestThatCoversElseTheLargest) {
   EXPECT_EQ(best(imageOfSizes({}), 16), "none");
 }
 
+TEST(Images, aReducedImageHoldsTheRepresentationThatFitsBestAndNoOther) {
+  const auto source = std::make_shared<Image>(imageOfSizes({32, 16, 48}));
+  const platform::ImageRef small = platform::reducedImage(source, {24, 24});
+  EXPECT_EQ(small->size, (platform::Size{24, 24}));
+  ASSERT_EQ(small->representations.size(), 1u);
+  EXPECT_EQ(small->representations.front().source, "32");
+  EXPECT_TRUE(platform::reducedImage(nullptr, {24, 24})->representations.empty());
+  EXPECT_TRUE(platform::reducedImage(std::make_shared<Image>(), {24, 24})->representations.empty());
+}
+
 TEST(Images, aRepresentationCoversOnlyWhereBothSidesDo) {
   Image image;
   image.representations = {{{100, 10}, "wide", ""}, {{20, 20}, "square", ""}};

@@ -1,7 +1,6 @@
-// Facts about files on Linux: statx(2) and its relatives, extended attributes, /proc/self/mountinfo, the
-// desktop's recently used list. Nothing is cached, nothing written; each failure is the kernel's errno as an
-// error. What Linux has no equal of: a date of being added to a folder (always nil), and a second immutable
-// flag (the one there is answers for both the user's and the system's).
+// Facts about files on Linux: statx(2) and its relatives, /proc/self/mountinfo, the desktop's recently used list. Nothing is cached,
+// nothing written; each failure is the kernel's errno as an error. What Linux has no equal of: a date of being added to a folder
+// (always nil), and a second immutable flag (the one there is answers for both the user's and the system's).
 #pragma once
 
 #include <string>
