@@ -4,6 +4,9 @@
 #include "archive/DTTreeNode.h"
 #include "archive/EntryPathMap.h"
 #include "core/DTDovetailSync.h"
+#include "wire/Commands.h"
+#include "wire/Messages.h"
+#include "wire/Settings.h"
 
 using platform::FileIdentity;
 using platform::Menu;
@@ -19,8 +22,8 @@ platform::ClassTable DTDovetailSync::archivedClasses() { return ::archivedClasse
 
 void DTDovetailSync::setArchive(const Object& argument) {
   const auto* option = argument.get<platform::Dictionary>();
-  const Object* tree = option ? option->objectForKey("1") : nullptr;
-  const Object* file = option ? option->objectForKey("2") : nullptr;
+  const Object* tree = option ? option->objectForKey(wire::Option::subject) : nullptr;
+  const Object* file = option ? option->objectForKey(wire::Option::choice) : nullptr;
   const auto* bytes = file ? file->get<platform::Data>() : nullptr;
   const auto root = tree ? tree->instance<DTTreeNode>() : nullptr;
   const auto identity = bytes ? FileIdentity::withBytes(*bytes) : std::nullopt;
@@ -30,7 +33,7 @@ void DTDovetailSync::setArchive(const Object& argument) {
 }
 
 EntryPathMap* DTDovetailSync::entryPathMap(const FileIdentity& identity) const {
-  const auto maps = senderObjects_.find("expand:");
+  const auto maps = senderObjects_.find(wire::expandAction);
   if (maps == senderObjects_.end()) return nullptr;
   const auto map = maps->second.find(identity);
   return map == maps->second.end() ? nullptr : map->second.get();
@@ -47,9 +50,9 @@ void DTDovetailSync::populateMenuItem(MenuItem& item, const DTTreeNode& node, co
     const DTArchiveEntry& entry = child.representedObject() ? *child.representedObject() : nothing;
     MenuItem& childItem = menu->items.emplace_back();
     childItem.title = entry.name().value_or("");
-    childItem.action = "expand:";
+    childItem.action = wire::expandAction;
     childItem.tag = static_cast<std::int64_t>(entry.index());
-    if (defaults && defaults->boolForKey("DTArchiveIconsShown ")) {
+    if (defaults && defaults->boolForKey(wire::SettingsKey::archiveIconsShown)) {
       childItem.image = iconForFileType(entry.isFolder() ? platform::ImageNameFolder : pathExtension(childItem.title));
     }
     if (map) map->set(entry.index(), child);

@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "wire/Settings.h"
+
 namespace browsers {
 
 using platform::UserDefaults;
@@ -9,8 +11,8 @@ using platform::UserDefaults;
 namespace {
 
 // What the menus are made from and the extension does not observe itself, or observes without telling.
-constexpr std::array<std::string_view, 3> menuSettings{"DTContextualMenuItems", "DTContextualMenuItemsIconShown",
-                                                       "DTArchiveIconsShown "};
+constexpr std::array<std::string_view, 3> menuSettings{wire::contextualMenu.itemLists, wire::contextualMenu.iconShown,
+                                                       wire::SettingsKey::archiveIconsShown};
 
 }  // namespace
 

@@ -6,11 +6,10 @@
 
 #include "browsers/IconFiles.h"
 #include "browsers/MenuText.h"
+#include "wire/Commands.h"
 
 namespace browsers {
 namespace {
-
-constexpr std::string_view archiveAction = "expand:";
 
 // Toolkits make paths of names.
 std::string step(const MenuItem& item) {
@@ -66,7 +65,7 @@ PlannedItems MenuPlanner::itemsBelow(const Menu& menu, const std::string& menuNa
 
 void MenuPlanner::plan(PlannedItem& planned, const MenuItem& source, const std::string& menuName) {
   if (!source.submenu) return;
-  if (source.action == archiveAction) return open(planned, archiveContents(source, menuName));
+  if (source.action == wire::expandAction) return open(planned, archiveContents(source, menuName));
   open(planned, std::make_shared<PlannedItems>(itemsBelow(*source.submenu, menuName, planned.name)));
 }
 

@@ -1,4 +1,4 @@
-# One library a room; every include is written from the top of the tree: #include "room/File.h".
+# One library; every include is written from the top of the tree: #include "room/File.h".
 function(dovetail_room name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
   add_library(dovetail_${name} STATIC ${ARG_SOURCES})

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "core/ApplicationGroup.h"
+#include "wire/Settings.h"
 
 using platform::Array;
 using platform::Dictionary;
@@ -31,7 +32,7 @@ Finding hostFinding(const Platform& services) {
 
 Finding versionFinding(const Platform& services, const UserDefaults& settings) {
   const auto own = services.mainBundle.objectForInfoDictionaryKey(platform::BundleVersionKey).value_or("");
-  const auto host = settings.stringForKey("DTApplicationVersion");
+  const auto host = settings.stringForKey(wire::SettingsKey::applicationVersion);
   if (!host) return fault("version", "the host has never written its version into the settings: start it");
   if (*host != own)
     return fault("version", "the host is of build " + *host + ", the extension of " + own + ": install both of one build");
@@ -41,7 +42,7 @@ Finding versionFinding(const Platform& services, const UserDefaults& settings) {
 // ---- The settings
 
 void addFolderFindings(std::vector<Finding>& findings, const Platform& services, const UserDefaults& settings) {
-  const Array* bookmarks = settings.arrayForKey("DTFoldersPaths");
+  const Array* bookmarks = settings.arrayForKey(wire::SettingsKey::foldersPaths);
   if (!bookmarks || bookmarks->empty()) {
     findings.push_back(fault("watched folders", "none: contextual menus appear in watched folders only; choose some in the host"));
     return;
@@ -69,7 +70,7 @@ Finding itemListFinding(const UserDefaults& settings, std::string_view key, cons
   if (value.isNil()) return good(subject, "the default commands");
   const auto* lists = value.get<Dictionary>();
   if (!lists) return fault(subject, std::string(key) + " holds no item lists: choose the commands again in the host");
-  const std::size_t root = countIn(*lists, "DTRootMenuItems"), more = countIn(*lists, "DTMoreMenuItems");
+  const std::size_t root = countIn(*lists, wire::rootItems.key), more = countIn(*lists, wire::moreItems.key);
   if (root + more == 0) return fault(subject, "all commands are switched off: choose some in the host");
   return good(subject, std::to_string(root) + " commands, " + std::to_string(more) + " below More");
 }
@@ -119,8 +120,8 @@ std::vector<Finding> findingsOfServices(const Platform& services, bool hasBus) {
   }
   findings.push_back(versionFinding(services, *settings));
   addFolderFindings(findings, services, *settings);
-  findings.push_back(itemListFinding(*settings, "DTContextualMenuItems", "contextual menus"));
-  findings.push_back(itemListFinding(*settings, "DTToolbarItemMenuItems", "toolbar button"));
+  findings.push_back(itemListFinding(*settings, wire::contextualMenu.itemLists, "contextual menus"));
+  findings.push_back(itemListFinding(*settings, wire::toolbarMenu.itemLists, "toolbar button"));
   return findings;
 }
 

@@ -23,6 +23,10 @@
 class DTTreeNode;
 class EntryPathMap;
 
+namespace wire {
+struct Command;
+}
+
 class DTDovetailSync final : public platform::FinderSync,
                              public platform::KeyValueObserver,
                              public std::enable_shared_from_this<DTDovetailSync> {
@@ -88,7 +92,6 @@ class DTDovetailSync final : public platform::FinderSync,
   void pingPortName(const platform::Object& portName);
   void showError(const platform::Object& error);
   void openArchivePortName(const platform::Object& url);
-  void sendAction(const platform::MenuItem& sender) override;
 
   // ---- The host's life: core/HostTracking.cpp
 
@@ -110,6 +113,7 @@ class DTDovetailSync final : public platform::FinderSync,
 
   // ---- Requests to the host: menus/ActionRequests.cpp. A null sender counts as one with tag 0.
 
+  void sendAction(const platform::MenuItem& sender) override;
   void delete_(const platform::MenuItem* sender);
   void compress(const platform::MenuItem* sender);
   void expand(const platform::MenuItem* sender);
@@ -157,6 +161,9 @@ class DTDovetailSync final : public platform::FinderSync,
   /// Sends the host an error record of the receiving side.
   void reportReceiveFailure(std::int64_t code, std::string_view reason);
 
+  // core/Dispatch.cpp
+  void call(std::string_view selector, const platform::Object& argument);
+
   // core/HostTracking.cpp
   void askAboutObservedFiles();
   void watchHost(std::int32_t pid);
@@ -164,14 +171,15 @@ class DTDovetailSync final : public platform::FinderSync,
   // menus/MenuAssembly.cpp, menus/MenuCatalogue.cpp
   bool recordTargets();
   std::vector<platform::MenuItem> itemsForTags(const platform::Dictionary& itemLists, std::string_view list);
-  bool isSizeBrowserOffered() const;
-  bool isChecksumOffered() const;
-  std::shared_ptr<const platform::MenuItem> expandItem();
+  std::shared_ptr<const platform::MenuItem> itemOfArchive(const wire::Command& command);
 
   // archive/ArchiveMenus.cpp
   EntryPathMap* entryPathMap(const platform::FileIdentity& identity) const;
 
   // menus/ActionRequests.cpp
+  void perform(const wire::Command& command, const platform::MenuItem* sender);
+  platform::Object filesAmongTargets() const;
+  void sendEntry(std::string_view selector, platform::Integer number);
   void sendOption(std::string_view selector, platform::Object subject, platform::Object choice);
   void sendTargets(std::string_view selector);
 

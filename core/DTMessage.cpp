@@ -17,8 +17,7 @@ std::optional<std::string> textOf(const platform::Object& object) {
 
 }  // namespace
 
-DTMessage::DTMessage(std::string selector, platform::Object argument)
-    : selector_(std::move(selector)), argument_(std::move(argument)) {}
+DTMessage::DTMessage(std::string_view selector, platform::Object argument) : selector_(selector), argument_(std::move(argument)) {}
 
 std::span<const std::string_view> DTMessage::classNames() const {
   static constexpr std::array<std::string_view, 2> names{className, "NSObject"};

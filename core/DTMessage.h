@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/Object.h"
 #include "platform/codec/Coding.h"
@@ -15,7 +16,7 @@ class DTMessage final : public platform::Coding {
   static constexpr std::string_view className = "DTMessage";
 
   DTMessage() = default;  ///< A null selector and a nil argument.
-  DTMessage(std::string selector, platform::Object argument);
+  DTMessage(std::string_view selector, platform::Object argument);
 
   /// The name of the method to run on the receiving side; nothing for the null selector.
   const std::optional<std::string>& selector() const { return selector_; }

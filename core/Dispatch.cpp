@@ -1,10 +1,12 @@
-// From the name in a record to the operation of that name: every public operation with one object argument. A name that is
-// not in the table is ignored, an argument of a wrong kind too.
+// From the name in a record to the operation of that name: every public operation with one object argument, the commands from
+// their own table. A name that is in neither table is ignored, an argument of a wrong kind too.
 #include <algorithm>
 #include <array>
 
 #include "core/DTDovetailSync.h"
 #include "platform/codec/KeyedUnarchiver.h"
+#include "wire/Commands.h"
+#include "wire/Messages.h"
 
 using platform::ByteView;
 using platform::Data;
@@ -16,13 +18,6 @@ namespace {
 
 // A record may carry a record that names `handleMessage:` again, and so on.
 constexpr int maximumDispatchDepth = 8;
-
-// What a record cannot carry (a menu item, a cache, a live container) may still be left out of it.
-using ItemAction = void (DTDovetailSync::*)(const MenuItem* sender);
-template <ItemAction action>
-void withoutSender(DTDovetailSync& extension, const Object& argument) {
-  if (argument.isNil()) (extension.*action)(nullptr);
-}
 
 using URLOperation = void (DTDovetailSync::*)(const URL& url);
 template <URLOperation operation>
@@ -66,22 +61,6 @@ void setTargetUrls(DTDovetailSync& extension, const Object& argument) {
 
 void updateApplicationRunning(DTDovetailSync& extension, const Object&) { extension.updateApplicationRunning(); }
 
-struct Action {
-  std::string_view selector;
-  ItemAction action;
-};
-
-constexpr Action actions[] = {
-    {"compress:", &DTDovetailSync::compress},
-    {"delete:", &DTDovetailSync::delete_},
-    {"expand:", &DTDovetailSync::expand},
-    {"rename:", &DTDovetailSync::rename},
-    {"showAcl:", &DTDovetailSync::showAcl},
-    {"showChecksum:", &DTDovetailSync::showChecksum},
-    {"showPermissions:", &DTDovetailSync::showPermissions},
-    {"showSizeBrowser:", &DTDovetailSync::showSizeBrowser},
-};
-
 }  // namespace
 
 struct DispatchTable {
@@ -90,7 +69,7 @@ struct DispatchTable {
     void (*call)(DTDovetailSync& extension, const Object& argument);
   };
 
-  // The setters of fields whose kinds no record can carry take nil alone.
+  // The setters of fields whose kinds no record can carry (a cache, a live container) take nil alone.
   static void setArchiveMenus(DTDovetailSync& extension, const Object& argument) {
     if (argument.isNil()) extension.archiveMenus_.removeAllObjects();
   }
@@ -116,21 +95,17 @@ struct DispatchTable {
 
 namespace {
 
-// Sorted by selector.
+// All but the commands, sorted by selector.
 constexpr DispatchTable::Row table[] = {
     {"beginObservingDirectoryAtURL:", withURL<&DTDovetailSync::beginObservingDirectoryAtURL>},
-    {"compress:", withoutSender<&DTDovetailSync::compress>},
-    {"delete:", withoutSender<&DTDovetailSync::delete_>},
     {"endObservingDirectoryAtURL:", withURL<&DTDovetailSync::endObservingDirectoryAtURL>},
-    {"expand:", withoutSender<&DTDovetailSync::expand>},
     {"handleMessage:", handleMessage},
     {"iconForFileType:", iconForFileType},
-    {"openArchive:portName:", withObject<&DTDovetailSync::openArchivePortName>},
-    {"pingPortName:", withObject<&DTDovetailSync::pingPortName>},
-    {"rename:", withoutSender<&DTDovetailSync::rename>},
+    {wire::Selector::openArchive, withObject<&DTDovetailSync::openArchivePortName>},
+    {wire::Selector::pingPortName, withObject<&DTDovetailSync::pingPortName>},
     {"requestBadgeIdentifierForURL:", withURL<&DTDovetailSync::requestBadgeIdentifierForURL>},
     {"sendMessage:", sendMessage},
-    {"setArchive:", withObject<&DTDovetailSync::setArchive>},
+    {wire::Selector::setArchive, withObject<&DTDovetailSync::setArchive>},
     {"setArchiveMenus:", DispatchTable::setArchiveMenus},
     {"setArchives:", DispatchTable::setArchives},
     {"setObservedFiles:", DispatchTable::setObservedFiles},
@@ -138,11 +113,7 @@ constexpr DispatchTable::Row table[] = {
     {"setPortName:", DispatchTable::setPortName},
     {"setSenderObjects:", DispatchTable::setSenderObjects},
     {"setTargetUrls:", setTargetUrls},
-    {"showAcl:", withoutSender<&DTDovetailSync::showAcl>},
-    {"showChecksum:", withoutSender<&DTDovetailSync::showChecksum>},
-    {"showError:", withObject<&DTDovetailSync::showError>},
-    {"showPermissions:", withoutSender<&DTDovetailSync::showPermissions>},
-    {"showSizeBrowser:", withoutSender<&DTDovetailSync::showSizeBrowser>},
+    {wire::Selector::showError, withObject<&DTDovetailSync::showError>},
     {"updateApplicationRunning:", updateApplicationRunning},
 };
 static_assert(std::ranges::is_sorted(table, {}, &DispatchTable::Row::selector));
@@ -166,11 +137,16 @@ void DTDovetailSync::handleMessage(ByteView bytes) {
   }
   const auto message = root.instance<DTMessage>();
   if (!message || !message->selector()) return;
-  const DispatchTable::Row* row = DispatchTable::find(*message->selector());
-  if (!row) return;
   ++dispatchDepth_;
-  row->call(*this, message->argument());
+  call(*message->selector(), message->argument());
   --dispatchDepth_;
+}
+
+void DTDovetailSync::call(std::string_view selector, const Object& argument) {
+  if (const auto* row = DispatchTable::find(selector)) return row->call(*this, argument);
+  // A record cannot carry a menu item, but it may leave it out.
+  const auto* command = wire::commandWithSelector(selector);
+  if (command && argument.isNil()) perform(*command, nullptr);
 }
 
 void DTDovetailSync::pingPortName(const Object&) {}
@@ -178,8 +154,3 @@ void DTDovetailSync::pingPortName(const Object&) {}
 void DTDovetailSync::showError(const Object&) {}
 
 void DTDovetailSync::openArchivePortName(const Object&) {}
-
-void DTDovetailSync::sendAction(const MenuItem& sender) {
-  const auto* action = std::ranges::find(actions, sender.action, &Action::selector);
-  if (action != std::end(actions)) (this->*action->action)(&sender);
-}

@@ -1,5 +1,7 @@
 // Whether a usable host runs: exactly one instance, of the very same build. What happens when it comes and when it goes.
 #include "core/DTDovetailSync.h"
+#include "wire/Messages.h"
+#include "wire/Settings.h"
 
 using platform::FileIdentity;
 
@@ -11,7 +13,7 @@ void DTDovetailSync::updateApplicationRunning() {
     return;
   }
   const auto* defaults = sharedApplicationGroupDefaults();
-  const auto hostVersion = defaults ? defaults->stringForKey("DTApplicationVersion") : std::nullopt;
+  const auto hostVersion = defaults ? defaults->stringForKey(wire::SettingsKey::applicationVersion) : std::nullopt;
   const auto ownVersion = bundle.objectForInfoDictionaryKey(platform::BundleVersionKey);
   const bool isSameBuild = hostVersion && ownVersion && *hostVersion == *ownVersion;
   setApplicationPid(isSameBuild ? running.front().processIdentifier : -1);
@@ -26,7 +28,7 @@ void DTDovetailSync::setApplicationPid(std::int32_t pid) {
     return;
   }
   applicationPid_ = pid;
-  DTMessage ping("pingPortName:", portName_ ? platform::Object(*portName_) : platform::Object());
+  DTMessage ping(wire::Selector::pingPortName, portName_ ? platform::Object(*portName_) : platform::Object());
   sendMessage(ping);
   askAboutObservedFiles();
   watchHost(pid);
@@ -45,7 +47,7 @@ void DTDovetailSync::askAboutObservedFiles() {
       const auto identity = platform_.fileManager.fileResourceIdentifier(url);
       if (!identity) continue;
       archives_.setObject(nullptr, *identity);
-      DTMessage request("openArchive:portName:", url);
+      DTMessage request(wire::Selector::openArchive, url);
       sendMessage(request);
     }
     observedFiles_.erase(files);

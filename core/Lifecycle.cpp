@@ -1,15 +1,10 @@
 // Start-up, teardown, reactions to changed settings, and what the browser asks about the toolbar item.
 #include "core/DTDovetailSync.h"
+#include "wire/Messages.h"
+#include "wire/Settings.h"
 
 using platform::ImageRef;
-
-namespace {
-
-constexpr std::string_view foldersPathsKey = "DTFoldersPaths";
-constexpr std::string_view archiveIconsShownKey = "DTArchiveIconsShown ";  // the space is part of the key
-constexpr std::string_view hostRunningNotification = "DTDovetailRunning";
-
-}  // namespace
+namespace SettingsKey = wire::SettingsKey;
 
 std::shared_ptr<DTDovetailSync> DTDovetailSync::init(const platform::Platform& platform, OnceOnly& onceOnly) {
   std::shared_ptr<DTDovetailSync> extension(new DTDovetailSync(platform, onceOnly));
@@ -23,10 +18,10 @@ bool DTDovetailSync::startUp() {
   updateFolders();
   updateApplicationRunning();
   if (auto* defaults = sharedApplicationGroupDefaults()) {
-    defaults->addObserver(*this, foldersPathsKey);
-    defaults->addObserver(*this, archiveIconsShownKey);
+    defaults->addObserver(*this, SettingsKey::foldersPaths);
+    defaults->addObserver(*this, SettingsKey::archiveIconsShown);
   }
-  platform_.distributedNotificationCenter.addObserver(this, hostRunningNotification,
+  platform_.distributedNotificationCenter.addObserver(this, wire::Notification::hostRunning,
                                                       [this](const std::string&) { updateApplicationRunning(); });
   return true;
 }
@@ -36,17 +31,17 @@ DTDovetailSync::~DTDovetailSync() {
   if (!isStarted_) return;
   platform_.distributedNotificationCenter.removeObserver(this);
   if (auto* defaults = sharedApplicationGroupDefaults()) {
-    defaults->removeObserver(*this, foldersPathsKey);
-    defaults->removeObserver(*this, archiveIconsShownKey);
+    defaults->removeObserver(*this, SettingsKey::foldersPaths);
+    defaults->removeObserver(*this, SettingsKey::archiveIconsShown);
   }
   setPort(nullptr);
   platform_.finderSyncController.deallocFinderSync(*this);
 }
 
 void DTDovetailSync::observeValueForKeyPath(std::string_view keyPath, const platform::Object&) {
-  if (keyPath == foldersPathsKey) {
+  if (keyPath == SettingsKey::foldersPaths) {
     updateFolders();
-  } else if (keyPath == archiveIconsShownKey) {
+  } else if (keyPath == SettingsKey::archiveIconsShown) {
     archiveMenus_.removeAllObjects();
   }
 }

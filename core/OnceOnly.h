@@ -10,6 +10,7 @@
 #include <unordered_map>
 
 #include "platform/Image.h"
+#include "platform/TextHash.h"
 #include "platform/UserDefaults.h"
 
 /// A value made under a once-only guard.
@@ -27,13 +28,7 @@ class Once {
   Value value_{};
 };
 
-/// Look-ups by a piece of text without a copy of it.
-struct TextHash {
-  using is_transparent = void;
-  std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
-};
-
-using FileTypeIcons = std::unordered_map<std::string, platform::ImageRef, TextHash, std::equal_to<>>;
+using FileTypeIcons = std::unordered_map<std::string, platform::ImageRef, platform::TextHash, std::equal_to<>>;
 
 struct OnceOnly {
   Once<std::unique_ptr<platform::UserDefaults>> sharedApplicationGroupDefaults;  ///< Null for good when it fails once.

@@ -4,6 +4,7 @@
 #include "core/ApplicationGroup.h"
 #include "core/DTDovetailSync.h"
 #include "platform/JSON.h"
+#include "wire/Messages.h"
 
 using platform::ByteView;
 using platform::Data;
@@ -17,7 +18,6 @@ namespace {
 
 constexpr double sendTimeoutInSeconds = 1.0;
 constexpr double receiveTimeoutInSeconds = 1.0;
-constexpr std::string_view sendFailureNotification = "DTDovetailAppMessage";
 
 // The record is handed on as a copy: it may name an operation that reaches the port again. One that finds no memory is handed on
 // empty, and so reported as one that cannot be read.
@@ -39,7 +39,7 @@ void DTDovetailSync::setupMessageListener() {
 std::optional<std::string_view> DTDovetailSync::openInboundPort() {
   const ApplicationGroup group = copyApplicationGroup(platform_.security);
   if (!group.identifier) return group.reason;
-  const std::string name = *group.identifier + ".Sync." + std::to_string(platform_.mainBundle.processIdentifier());
+  const std::string name = wire::extensionPortName(*group.identifier, platform_.mainBundle.processIdentifier());
   // The port outlives the extension.
   const auto callBack = [weak = weak_from_this()](LocalMessagePort&, std::int32_t, ByteView data) -> std::optional<Data> {
     if (const auto self = weak.lock()) receiveMessage(*self, data);
@@ -63,7 +63,7 @@ void DTDovetailSync::sendMessage(DTMessage& message) {
 std::optional<std::string> DTDovetailSync::openOutboundPort() {
   const ApplicationGroup group = copyApplicationGroup(platform_.security);
   if (!group.identifier) return std::string(group.reason);
-  setPort(platform_.messagePorts.createRemote(*group.identifier + ".App"));
+  setPort(platform_.messagePorts.createRemote(wire::hostPortName(*group.identifier)));
   return std::nullopt;
 }
 
@@ -80,14 +80,14 @@ void DTDovetailSync::reportSendFailure(std::string_view reason) {
   JSON report;
   report.set(platform::LocalizedDescriptionKey, "Finder extension failed to send message to application");
   report.set(platform::LocalizedRecoverySuggestionErrorKey, reason);
-  platform_.distributedNotificationCenter.postNotificationName(sendFailureNotification, report.text(), true);
+  platform_.distributedNotificationCenter.postNotificationName(wire::Notification::sendFailure, report.text(), true);
 }
 
 void DTDovetailSync::reportReceiveFailure(std::int64_t code, std::string_view reason) {
-  Error error{"DTMessageErrorDomain", code, {}};
+  Error error{std::string(wire::errorDomain), code, {}};
   error.setText(platform::LocalizedDescriptionKey, "Finder extension failed to receive message from application");
   error.setText(platform::LocalizedRecoverySuggestionErrorKey, reason);
-  DTMessage message("showError:", std::move(error));
+  DTMessage message(wire::Selector::showError, std::move(error));
   sendMessage(message);
 }
 

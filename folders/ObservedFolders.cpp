@@ -4,6 +4,8 @@
 
 #include "core/DTDovetailSync.h"
 #include "folders/URLFacts.h"
+#include "wire/Messages.h"
+#include "wire/Settings.h"
 
 using platform::FileIdentity;
 using platform::URL;
@@ -19,7 +21,7 @@ std::string description(const platform::Error& error) {
 
 void DTDovetailSync::updateFolders() {
   const auto* defaults = sharedApplicationGroupDefaults();
-  const platform::Array* bookmarks = defaults ? defaults->arrayForKey("DTFoldersPaths") : nullptr;
+  const platform::Array* bookmarks = defaults ? defaults->arrayForKey(wire::SettingsKey::foldersPaths) : nullptr;
   std::vector<URL> folders;
   std::unordered_set<FileIdentity> members;
   for (const platform::Object& bookmark : bookmarks ? *bookmarks : platform::Array()) {
@@ -74,7 +76,7 @@ bool DTDovetailSync::see(const URL& url, const platform::FileSighting& file, std
 
 void DTDovetailSync::ask(const std::vector<URL>& questions) {
   for (const URL& url : questions) {
-    DTMessage request("openArchive:portName:", url);
+    DTMessage request(wire::Selector::openArchive, url);
     sendMessage(request);
   }
 }

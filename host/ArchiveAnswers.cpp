@@ -2,6 +2,7 @@
 
 #include "core/DTMessage.h"
 #include "platform/codec/KeyedArchiver.h"
+#include "wire/Messages.h"
 
 using platform::JSON;
 using platform::MessagePortStatus;
@@ -39,9 +40,9 @@ void ArchiveAnswers::finish(const Request& request, const std::optional<Listing>
 
 void ArchiveAnswers::sendTree(const Request& request, const EntryTree& tree) {
   platform::Dictionary argument;
-  argument.add("1", Object(tree.root));
-  argument.add("2", Object(dataOf(request.identity)));
-  DTMessage message("setArchive:", Object(std::move(argument)));
+  argument.add(wire::Option::subject, Object(tree.root));
+  argument.add(wire::Option::choice, Object(dataOf(request.identity)));
+  DTMessage message(wire::Selector::setArchive, Object(std::move(argument)));
   message.setPortName(ownPortName_);
   const auto record =
       platform::KeyedArchiver::archivedDataWithRootObject(Object(std::make_shared<const DTMessage>(std::move(message))));

@@ -7,6 +7,8 @@
 #include "host/EntryTree.h"
 #include "host/ObjectJSON.h"
 #include "platform/codec/KeyedUnarchiver.h"
+#include "wire/Commands.h"
+#include "wire/Messages.h"
 
 using platform::JSON;
 using platform::Object;
@@ -27,7 +29,7 @@ Host::Host(HostOptions options, HostServices services, EventLines& lines, std::f
       services_(services),
       lines_(lines),
       onEnd_(std::move(onEnd)),
-      portName_(options_.group + ".App"),
+      portName_(wire::hostPortName(options_.group)),
       answers_(std::make_unique<ArchiveAnswers>(services.messagePorts, services.fileManager, services.archiveLister, sentTrees_,
                                                 lines, portName_)) {}
 
@@ -37,8 +39,8 @@ Host::~Host() {
 }
 
 void Host::start() {
-  services_.notificationCenter.addObserver(this, "DTDovetailAppMessage", [this](const std::string& object) {
-    lines_.write("notification", {{"name", JSON("DTDovetailAppMessage")}, {"object", JSON(object)}});
+  services_.notificationCenter.addObserver(this, wire::Notification::sendFailure, [this](const std::string& object) {
+    lines_.write("notification", {{"name", JSON(wire::Notification::sendFailure)}, {"object", JSON(object)}});
   });
   // Before the name: whoever finds the name may send at once. Where another instance has the port this one waits for its end.
   openPort();
@@ -73,7 +75,7 @@ void Host::becomeOwner(unsigned attempt) {
 
 // Each instance announces itself, also one that queues behind another: the extension is to find out that there are two.
 void Host::announce() {
-  services_.notificationCenter.postNotificationName("DTDovetailRunning", "", true);
+  services_.notificationCenter.postNotificationName(wire::Notification::hostRunning, "", true);
   lines_.write(isReady_ ? "promoted" : "ready", {{"group", JSON(options_.group)},
                                                  {"identifier", JSON(options_.identifier)},
                                                  {"isFirst", JSON(name_->state() == BusName::State::owned)},
@@ -93,22 +95,22 @@ void Host::receive(platform::ByteView record) {
 
 void Host::handle(const DTMessage& message) {
   printMessage(message);
-  if (options_.answersRequests && message.selector() == "openArchive:portName:") openArchive(message);
+  if (options_.answersRequests && message.selector() == wire::Selector::openArchive) openArchive(message);
 }
 
 void Host::printMessage(const DTMessage& message) {
   std::string members = ",\"selector\":" + textOrNull(message.selector()).text() +
                         ",\"argument\":" + textOfObject(message.argument()) +
                         ",\"portName\":" + textOrNull(message.portName()).text();
-  if (message.selector() == "expand:") members += entryMember(message.argument());
+  if (message.selector() == wire::expandAction) members += entryMember(message.argument());
   lines_.writeText("message", members);
 }
 
 // The entry that the index path leads to in the tree that was sent; null when there is no such entry or tree.
 std::string Host::entryMember(const Object& argument) {
   const auto* options = argument.get<platform::Dictionary>();
-  const Object* archive = options ? options->objectForKey("1") : nullptr;
-  const Object* position = options ? options->objectForKey("2") : nullptr;
+  const Object* archive = options ? options->objectForKey(wire::Option::subject) : nullptr;
+  const Object* position = options ? options->objectForKey(wire::Option::choice) : nullptr;
   const auto* url = archive ? archive->get<platform::URL>() : nullptr;
   const auto* indexPath = position ? position->get<platform::IndexPath>() : nullptr;
   const auto identity = url ? services_.fileManager.fileResourceIdentifier(*url) : std::nullopt;

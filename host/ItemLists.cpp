@@ -4,6 +4,8 @@
 #include <array>
 #include <charconv>
 
+#include "wire/Settings.h"
+
 using platform::Array;
 using platform::Dictionary;
 using platform::Integer;
@@ -12,24 +14,19 @@ using platform::Object;
 
 namespace {
 
-constexpr std::array<std::string_view, 10> commandNames{"Permissions", "Combined Permissions", "Access Control List",
-                                                        "Rename",      "Size Browser",         "Checksum",
-                                                        "Delete",      "Secure Delete",        "Compress",
-                                                        "Expand"};
-
 using Tags = std::vector<std::int64_t>;
 
 struct NamedList {
-  std::string_view key;
+  wire::ItemList list;
   std::string_view word;
   Tags ItemLists::*tags;
 };
 
-constexpr std::array<NamedList, 3> lists{{{"DTRootMenuItems", "root", &ItemLists::root},
-                                          {"DTMoreMenuItems", "more", &ItemLists::more},
-                                          {"DTOtherMenuItems", "other", &ItemLists::other}}};
+constexpr std::array<NamedList, 3> lists{{{wire::rootItems, "root", &ItemLists::root},
+                                          {wire::moreItems, "more", &ItemLists::more},
+                                          {wire::otherItems, "other", &ItemLists::other}}};
 
-bool isTag(std::int64_t number) { return number >= 1 && number <= static_cast<std::int64_t>(commandNames.size()); }
+bool isTag(std::int64_t number) { return wire::commandWithTag(number) != nullptr; }
 
 /// "7,8,9" and the empty text; nothing for anything else.
 std::optional<Tags> tagsOfText(std::string_view text) {
@@ -63,25 +60,30 @@ std::int64_t doubledTag(const ItemLists& items) {
 
 Tags leftOver(const ItemLists& items) {
   Tags left;
-  for (std::int64_t tag = 1; isTag(tag); ++tag)
-    if (std::ranges::count(items.root, tag) + std::ranges::count(items.more, tag) == 0) left.push_back(tag);
+  for (const wire::Command& command : wire::commands)
+    if (std::ranges::count(items.root, command.tag) + std::ranges::count(items.more, command.tag) == 0) left.push_back(command.tag);
   return left;
 }
 
 }  // namespace
 
 std::string_view nameOfCommand(std::int64_t tag) {
-  return isTag(tag) ? commandNames[static_cast<std::size_t>(tag - 1)] : "unknown";
+  const wire::Command* command = wire::commandWithTag(tag);
+  return command ? command->name() : "unknown";
 }
 
-ItemLists ItemLists::defaults() { return {{7, 8, 9, 10, 4, 5, 1, 3}, {2, 6}, {}}; }
+ItemLists ItemLists::defaults() {
+  ItemLists items;
+  for (const NamedList& named : lists) (items.*named.tags).assign(named.list.defaults.begin(), named.list.defaults.end());
+  return items;
+}
 
 std::optional<ItemLists> ItemLists::ofObject(const Object& object) {
   const auto* dictionary = object.get<Dictionary>();
   if (!dictionary) return std::nullopt;
   ItemLists items;
   for (const NamedList& list : lists) {
-    const Object* value = dictionary->objectForKey(list.key);
+    const Object* value = dictionary->objectForKey(list.list.key);
     const auto* numbers = value ? value->get<Array>() : nullptr;
     if (!numbers) continue;
     for (const Object& number : *numbers)
@@ -98,7 +100,9 @@ std::optional<ItemLists> ItemLists::ofWords(const std::vector<std::string>& word
     const NamedList* list = equals == std::string::npos ? nullptr : listNamed(word.substr(0, equals));
     if (!list) return fault = "\"" + word + "\" is none of root=TAGS, more=TAGS and other=TAGS.", std::nullopt;
     auto tags = tagsOfText(std::string_view(word).substr(equals + 1));
-    if (!tags) return fault = "\"" + word + "\" holds something else than tags from 1 to 10.", std::nullopt;
+    if (!tags)
+      return fault = "\"" + word + "\" holds something else than tags from 1 to " + std::to_string(wire::commands.size()) + ".",
+             std::nullopt;
     items.*list->tags = *std::move(tags);
     isOtherGiven |= list->word == "other";
   }
@@ -112,7 +116,7 @@ Object ItemLists::object() const {
   for (const NamedList& list : lists) {
     Array numbers;
     for (const std::int64_t tag : this->*list.tags) numbers.emplace_back(Integer::ofSigned(tag));
-    dictionary.add(list.key, Object(std::move(numbers)));
+    dictionary.add(list.list.key, Object(std::move(numbers)));
   }
   return Object(std::move(dictionary));
 }
@@ -123,7 +127,7 @@ JSON ItemLists::json() const {
     JSON::ArrayValue items;
     for (const std::int64_t tag : this->*list.tags)
       items.emplace_back(JSON::ObjectValue{{"tag", JSON(tag)}, {"command", JSON(nameOfCommand(tag))}});
-    json.set(list.key, JSON(std::move(items)));
+    json.set(list.list.key, JSON(std::move(items)));
   }
   return json;
 }

@@ -21,6 +21,7 @@
 #include "platform/linux/images/Workspace.h"
 #include "platform/linux/ports/MessagePorts.h"
 #include "platform/linux/settings/UserDefaults.h"
+#include "wire/Settings.h"
 
 namespace settings = platform::BuildSettings;
 using platform::Log;
@@ -114,7 +115,7 @@ OwnedObject<GDBusConnection> heldSharedConnection() {
 std::string writeVersion(const Options& options) {
   const auto writer = SettingsWriter::forGroup(options.group);
   if (!writer) return "The group \"" + options.group + "\" can name no settings.";
-  const auto error = writer->setObject(Object(options.bundleVersion), "DTApplicationVersion");
+  const auto error = writer->setObject(Object(options.bundleVersion), wire::SettingsKey::applicationVersion);
   if (!error) return {};
   const std::string* reason = error->textForKey(platform::LocalizedDescriptionKey);
   return "The version cannot be written into the settings: " + (reason ? *reason : error->domain);

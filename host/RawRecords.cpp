@@ -3,6 +3,8 @@
 #include <array>
 #include <utility>
 
+#include "archive/DTTreeNode.h"
+#include "core/DTMessage.h"
 #include "platform/codec/KeyedArchiver.h"
 #include "platform/codec/KeyedUnarchiver.h"
 
@@ -17,7 +19,7 @@ constexpr std::array<PropertyListKey, 3> nodeKeys{"object", "children", "$class"
 }  // namespace
 
 std::span<const std::string_view> RawMessage::classNames() const {
-  static constexpr std::array<std::string_view, 2> names{"DTMessage", "NSObject"};
+  static constexpr std::array<std::string_view, 2> names{DTMessage::className, "NSObject"};
   return names;
 }
 
@@ -36,7 +38,7 @@ std::shared_ptr<const platform::Coding> RawMessage::initWithCoder(platform::Keye
 }
 
 std::span<const std::string_view> RawEntry::classNames() const {
-  static constexpr std::array<std::string_view, 2> names{"DTArchiveEntry", "NSObject"};
+  static constexpr std::array<std::string_view, 2> names{DTArchiveEntry::className, "NSObject"};
   return names;
 }
 
@@ -59,7 +61,7 @@ std::shared_ptr<const platform::Coding> RawEntry::initWithCoder(platform::KeyedU
 }
 
 std::span<const std::string_view> RawNode::classNames() const {
-  static constexpr std::array<std::string_view, 3> names{"DTTreeNode", "NSTreeNode", "NSObject"};
+  static constexpr std::array<std::string_view, 3> names{DTTreeNode::className, "NSTreeNode", "NSObject"};
   return names;
 }
 
@@ -96,7 +98,7 @@ bool RawNode::readFrom(platform::ByteView archive, const KeyedArchiveReader& par
   PropertyListItem root;
   return reader && reader->root() != 0 && reader->readSlot(reader->root(), root) &&
          root.kind == platform::PropertyListKind::Dictionary && reader->lookUp(root, nodeKeys, values) &&
-         reader->isOfClass(values.back(), "DTTreeNode") && readFrom(*reader, values, blobs);
+         reader->isOfClass(values.back(), DTTreeNode::className) && readFrom(*reader, values, blobs);
 }
 
 // Depth first without a call a level, as the tree itself is read.
@@ -140,9 +142,9 @@ bool RawNode::readDescendants(const KeyedArchiveReader& reader, Blobs blobs) {
 
 platform::ClassTable rawClasses() {
   static constexpr std::array<platform::ArchivedClass, 3> classes{{
-      {"DTTreeNode", &RawNode::initWithCoder},
-      {"DTArchiveEntry", &RawEntry::initWithCoder},
-      {"DTMessage", &RawMessage::initWithCoder},
+      {DTTreeNode::className, &RawNode::initWithCoder},
+      {DTArchiveEntry::className, &RawEntry::initWithCoder},
+      {DTMessage::className, &RawMessage::initWithCoder},
   }};
   return classes;
 }

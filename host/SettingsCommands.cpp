@@ -8,22 +8,23 @@
 #include "host/ItemLists.h"
 #include "platform/linux/files/Bookmark.h"
 #include "platform/linux/files/PathText.h"
+#include "wire/Settings.h"
 
 using platform::JSON;
 using platform::Object;
 using platform::URL;
 using platform::native::ExitStatus;
+namespace SettingsKey = wire::SettingsKey;
 
 namespace {
 
-constexpr std::string_view foldersKey = "DTFoldersPaths";
-// The final space is part of the key.
-constexpr std::string_view archiveIconsKey = "DTArchiveIconsShown ";
+const std::map<std::string_view, wire::MenuSettings> menus{{"contextual", wire::contextualMenu}, {"toolbar", wire::toolbarMenu}};
 
-const std::map<std::string_view, std::string_view> itemKeys{{"contextual", "DTContextualMenuItems"},
-                                                            {"toolbar", "DTToolbarItemMenuItems"}};
-const std::map<std::string_view, std::string_view> iconKeys{
-    {"archive", archiveIconsKey}, {"contextual", "DTContextualMenuItemsIconShown"}, {"toolbar", "DTToolbarItemMenuItemsIconShown"}};
+std::optional<std::string_view> keyOfIcons(const std::string& word) {
+  if (word == "archive") return SettingsKey::archiveIconsShown;
+  const auto menu = menus.find(word);
+  return menu == menus.end() ? std::nullopt : std::optional(menu->second.iconShown);
+}
 
 /// Where a folder of that path stands or stood: the links that are still there resolved.
 std::string placeOfPath(const std::string& path) {
@@ -113,7 +114,7 @@ int SettingsCommands::removeFolders(const Words& paths) {
 
 std::vector<SettingsCommands::Folder> SettingsCommands::storedFolders() {
   std::vector<Folder> folders;
-  const platform::Array* bookmarks = settings_.arrayForKey(foldersKey);
+  const platform::Array* bookmarks = settings_.arrayForKey(SettingsKey::foldersPaths);
   if (!bookmarks) return folders;
   for (const Object& bookmark : *bookmarks) folders.push_back(folderOfBookmark(bookmark));
   return folders;
@@ -140,45 +141,45 @@ int SettingsCommands::storeFolders(const std::vector<Folder>& folders) {
   for (const Folder& folder : folders)
     if (folder.bookmark.get<platform::Data>()) bookmarks.push_back(folder.bookmark);
   // No folders are no value: an empty list would not tell of what kind its elements are.
-  return store(bookmarks.empty() ? Object() : Object(std::move(bookmarks)), foldersKey);
+  return store(bookmarks.empty() ? Object() : Object(std::move(bookmarks)), SettingsKey::foldersPaths);
 }
 
 int SettingsCommands::items(const Words& words) {
-  const auto key = words.empty() ? itemKeys.end() : itemKeys.find(words[0]);
-  if (key == itemKeys.end()) return program_.misuse("Say which menu: items contextual or items toolbar.");
+  const auto menu = words.empty() ? menus.end() : menus.find(words[0]);
+  if (menu == menus.end()) return program_.misuse("Say which menu: items contextual or items toolbar.");
+  const std::string_view key = menu->second.itemLists;
   const Words rest(words.begin() + 1, words.end());
   if (rest.empty() || rest == Words{"show"}) {
-    const auto stored = ItemLists::ofObject(settings_.objectForKey(key->second));
+    const auto stored = ItemLists::ofObject(settings_.objectForKey(key));
     std::cout << (stored ? *stored : ItemLists::defaults()).text();
     return ExitStatus::done;
   }
-  if (rest == Words{"reset"}) return store(Object(), key->second);
+  if (rest == Words{"reset"}) return store(Object(), key);
   std::string fault;
   const auto lists = ItemLists::ofWords(rest, fault);
-  return lists ? store(lists->object(), key->second) : program_.misuse(fault);
+  return lists ? store(lists->object(), key) : program_.misuse(fault);
 }
 
 int SettingsCommands::icons(const Words& words) {
-  const auto key = words.size() == 2 ? iconKeys.find(words[0]) : iconKeys.end();
-  if (key == iconKeys.end() || (words[1] != "on" && words[1] != "off"))
-    return program_.misuse("Say: icons archive|contextual|toolbar on|off.");
-  return store(Object(words[1] == "on"), key->second);
+  const auto key = words.size() == 2 ? keyOfIcons(words[0]) : std::nullopt;
+  if (!key || (words[1] != "on" && words[1] != "off")) return program_.misuse("Say: icons archive|contextual|toolbar on|off.");
+  return store(Object(words[1] == "on"), *key);
 }
 
 int SettingsCommands::printAll(const Words& words) {
   if (!words.empty()) return program_.misuse("The command settings stands alone.");
   JSON::ArrayValue folders;
   for (const Folder& folder : storedFolders()) folders.push_back(folder.url ? JSON(folder.url->path()) : JSON());
-  const auto version = settings_.stringForKey("DTApplicationVersion");
+  const auto version = settings_.stringForKey(SettingsKey::applicationVersion);
   JSON all;
-  all.set("DTApplicationVersion", version ? JSON(*version) : JSON());
-  all.set(archiveIconsKey, flagJSON(settings_.objectForKey(archiveIconsKey)));
-  for (const auto& [word, key] : itemKeys) {
-    all.set(key, listsJSON(settings_.objectForKey(key)));
-    all.set(iconKeys.at(word), flagJSON(settings_.objectForKey(iconKeys.at(word))));
+  all.set(SettingsKey::applicationVersion, version ? JSON(*version) : JSON());
+  all.set(SettingsKey::archiveIconsShown, flagJSON(settings_.objectForKey(SettingsKey::archiveIconsShown)));
+  for (const auto& [word, menu] : menus) {
+    all.set(menu.itemLists, listsJSON(settings_.objectForKey(menu.itemLists)));
+    all.set(menu.iconShown, flagJSON(settings_.objectForKey(menu.iconShown)));
   }
-  all.set(foldersKey, settings_.arrayForKey(foldersKey) ? JSON(std::move(folders)) : JSON());
-  all.set("DTMenuBarIconShown", flagJSON(settings_.objectForKey("DTMenuBarIconShown")));
+  all.set(SettingsKey::foldersPaths, settings_.arrayForKey(SettingsKey::foldersPaths) ? JSON(std::move(folders)) : JSON());
+  all.set(SettingsKey::menuBarIconShown, flagJSON(settings_.objectForKey(SettingsKey::menuBarIconShown)));
   std::cout << all.text() << '\n';
   return ExitStatus::done;
 }

@@ -2,6 +2,8 @@
 #include "archive/EntryPathMap.h"
 #include "core/DTDovetailSync.h"
 #include "folders/URLFacts.h"
+#include "wire/Commands.h"
+#include "wire/Messages.h"
 
 using platform::Array;
 using platform::Dictionary;
@@ -12,42 +14,58 @@ using platform::URL;
 
 namespace {
 
-Object tagOf(const MenuItem* sender) { return Integer::ofSigned(sender ? sender->tag : 0); }
-
 Object arrayOf(const std::optional<std::vector<URL>>& urls) { return urls ? Object(Array(urls->begin(), urls->end())) : Object(); }
+
+const wire::Command& command(DTMenuItemTag tag) { return *wire::commandWithTag(tag); }
 
 }  // namespace
 
-void DTDovetailSync::delete_(const MenuItem* sender) { sendOption("delete:", arrayOf(targetUrls_), tagOf(sender)); }
-
-void DTDovetailSync::compress(const MenuItem* sender) { sendOption("compress:", arrayOf(targetUrls_), tagOf(sender)); }
-
-void DTDovetailSync::showPermissions(const MenuItem* sender) {
-  sendOption("showPermissions:", arrayOf(targetUrls_), tagOf(sender));
+void DTDovetailSync::sendAction(const MenuItem& sender) {
+  if (const auto* command = wire::commandWithSelector(sender.action)) perform(*command, &sender);
 }
 
-void DTDovetailSync::showChecksum(const MenuItem* sender) {
+void DTDovetailSync::delete_(const MenuItem* sender) { perform(command(DTMenuItemDelete), sender); }
+
+void DTDovetailSync::compress(const MenuItem* sender) { perform(command(DTMenuItemCompress), sender); }
+
+void DTDovetailSync::expand(const MenuItem* sender) { perform(command(DTMenuItemExpand), sender); }
+
+void DTDovetailSync::rename(const MenuItem* sender) { perform(command(DTMenuItemRename), sender); }
+
+void DTDovetailSync::showPermissions(const MenuItem* sender) { perform(command(DTMenuItemPermissions), sender); }
+
+void DTDovetailSync::showAcl(const MenuItem* sender) { perform(command(DTMenuItemAccessControlList), sender); }
+
+void DTDovetailSync::showSizeBrowser(const MenuItem* sender) { perform(command(DTMenuItemSizeBrowser), sender); }
+
+void DTDovetailSync::showChecksum(const MenuItem* sender) { perform(command(DTMenuItemChecksum), sender); }
+
+void DTDovetailSync::perform(const wire::Command& command, const MenuItem* sender) {
+  const Integer tag = Integer::ofSigned(sender ? sender->tag : 0);
+  switch (command.request) {
+    case wire::Request::targets: return sendTargets(command.selector);
+    case wire::Request::targetsAndTag: return sendOption(command.selector, arrayOf(targetUrls_), tag);
+    case wire::Request::filesAndTag: return sendOption(command.selector, filesAmongTargets(), tag);
+    case wire::Request::archiveAndEntry: return sendEntry(command.selector, tag);
+  }
+}
+
+Object DTDovetailSync::filesAmongTargets() const {
   Array files;
   for (const URL& url : targetUrls_.value_or(std::vector<URL>())) {
     if (!DTExtension::isDirectory(platform_.fileManager, url)) files.push_back(url);
   }
-  sendOption("showChecksum:", std::move(files), tagOf(sender));
+  return files;
 }
 
-void DTDovetailSync::expand(const MenuItem* sender) {
-  if (!targetUrls_ || targetUrls_->empty()) return sendOption("expand:", Object(), Object());
+void DTDovetailSync::sendEntry(std::string_view selector, Integer number) {
+  if (!targetUrls_ || targetUrls_->empty()) return sendOption(selector, Object(), Object());
   const URL& archive = targetUrls_->front();
   const auto identity = DTExtension::identifier(platform_.fileManager, archive);
   const EntryPathMap* const map = identity ? entryPathMap(*identity) : nullptr;
-  const auto path = map ? map->indexPathForNumber(Integer::ofSigned(sender ? sender->tag : 0)) : std::nullopt;
-  sendOption("expand:", archive, path ? Object(*path) : Object());
+  const auto path = map ? map->indexPathForNumber(number) : std::nullopt;
+  sendOption(selector, archive, path ? Object(*path) : Object());
 }
-
-void DTDovetailSync::rename(const MenuItem*) { sendTargets("rename:"); }
-
-void DTDovetailSync::showAcl(const MenuItem*) { sendTargets("showAcl:"); }
-
-void DTDovetailSync::showSizeBrowser(const MenuItem*) { sendTargets("showSizeBrowser:"); }
 
 // A request that lacks either half is not sent: the host could do nothing right with it.
 void DTDovetailSync::sendOption(std::string_view selector, Object subject, Object choice) {
@@ -56,13 +74,13 @@ void DTDovetailSync::sendOption(std::string_view selector, Object subject, Objec
     return;
   }
   Dictionary option;
-  option.add("1", std::move(subject));
-  option.add("2", std::move(choice));
-  DTMessage message{std::string(selector), std::move(option)};
+  option.add(wire::Option::subject, std::move(subject));
+  option.add(wire::Option::choice, std::move(choice));
+  DTMessage message(selector, std::move(option));
   sendMessage(message);
 }
 
 void DTDovetailSync::sendTargets(std::string_view selector) {
-  DTMessage message{std::string(selector), arrayOf(targetUrls_)};
+  DTMessage message(selector, arrayOf(targetUrls_));
   sendMessage(message);
 }

@@ -1,6 +1,7 @@
 // The menus that the browser asks for: the user's commands in the user's order, "More" last.
 #include "core/DTDovetailSync.h"
-#include "menus/CommandTables.h"
+#include "wire/Commands.h"
+#include "wire/Settings.h"
 
 using platform::Dictionary;
 using platform::ImageRef;
@@ -13,17 +14,12 @@ namespace {
 
 constexpr platform::Size iconSize{16, 16};
 
-struct MenuSettings {
-  std::string_view itemLists;
-  std::string_view iconShown;
-};
-
-std::optional<MenuSettings> settingsForKind(MenuKind kind) {
+const wire::MenuSettings* settingsForKind(MenuKind kind) {
   switch (kind) {
     case MenuKind::contextualMenuForItems:
-    case MenuKind::contextualMenuForContainer: return MenuSettings{"DTContextualMenuItems", "DTContextualMenuItemsIconShown"};
-    case MenuKind::toolbarItemMenu: return MenuSettings{"DTToolbarItemMenuItems", "DTToolbarItemMenuItemsIconShown"};
-    default: return std::nullopt;
+    case MenuKind::contextualMenuForContainer: return &wire::contextualMenu;
+    case MenuKind::toolbarItemMenu: return &wire::toolbarMenu;
+    default: return nullptr;
   }
 }
 
@@ -52,7 +48,7 @@ std::optional<Menu> DTDovetailSync::menuForMenuKind(MenuKind kind) {
   if (applicationPid_ < 0) {
     return kind == MenuKind::toolbarItemMenu ? std::optional<Menu>(hostAbsentMenu()) : std::nullopt;
   }
-  const auto settings = settingsForKind(kind);
+  const auto* settings = settingsForKind(kind);
   if (!settings || !recordTargets()) return std::nullopt;
   const ImageRef& menuIcon = onceOnly_.menuIcon.get([this] { return makeMenuIcon(platform_.workspace); });
   const auto* defaults = sharedApplicationGroupDefaults();
@@ -61,13 +57,13 @@ std::optional<Menu> DTDovetailSync::menuForMenuKind(MenuKind kind) {
   if (!itemLists) return menu;
   const ImageRef topLevelIcon = defaults->boolForKey(settings->iconShown) ? menuIcon : nullptr;
 
-  menu.items = itemsForTags(*itemLists, "DTRootMenuItems");
+  menu.items = itemsForTags(*itemLists, wire::rootItems.key);
   for (MenuItem& item : menu.items) {
     // The archive's item keeps the icon of its file type.
-    if (topLevelIcon && item.action != "expand:") item.image = topLevelIcon;
+    if (topLevelIcon && item.action != wire::expandAction) item.image = topLevelIcon;
   }
   auto more = std::make_shared<Menu>();
-  more->items = itemsForTags(*itemLists, "DTMoreMenuItems");
+  more->items = itemsForTags(*itemLists, wire::moreItems.key);
   if (!more->items.empty()) {
     menu.items.emplace_back().title = "More";
     menu.items.back().image = topLevelIcon;

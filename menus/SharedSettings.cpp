@@ -1,9 +1,8 @@
 #include "menus/SharedSettings.h"
 
-#include <initializer_list>
-
 #include "core/ApplicationGroup.h"
 #include "core/DTDovetailSync.h"
+#include "wire/Settings.h"
 
 using platform::Array;
 using platform::Dictionary;
@@ -12,25 +11,18 @@ using platform::Object;
 
 namespace {
 
-constexpr std::string_view titles[] = {
-    "Permissions…", "Combined Permissions…", "Access Control List…",
-    "Rename…",      "Size Browser…",         "Checksum…",
-    "Delete…",      "Secure Delete…",        "Compress",
-    "Expand",
-};
-
-Array tags(std::initializer_list<std::int64_t> values) {
+Array arrayOf(std::span<const DTMenuItemTag> tags) {
   Array array;
-  for (const std::int64_t value : values) array.push_back(Integer::ofSigned(value));
+  for (const DTMenuItemTag tag : tags) array.push_back(Integer::ofSigned(tag));
   return array;
 }
 
 Dictionary registeredDefaults() {
   Dictionary defaults;
-  defaults.add("DTMenuBarIconShown", true);
-  defaults.add("DTArchiveIconsShown ", true);
-  defaults.add("DTContextualMenuItems", DTExtension::defaultFinderMenuItems());
-  defaults.add("DTToolbarItemMenuItems", DTExtension::defaultFinderMenuItems());
+  defaults.add(wire::SettingsKey::menuBarIconShown, true);
+  defaults.add(wire::SettingsKey::archiveIconsShown, true);
+  defaults.add(wire::contextualMenu.itemLists, DTExtension::defaultFinderMenuItems());
+  defaults.add(wire::toolbarMenu.itemLists, DTExtension::defaultFinderMenuItems());
   return defaults;
 }
 
@@ -39,17 +31,15 @@ Dictionary registeredDefaults() {
 const Dictionary& DTExtension::defaultFinderMenuItems() {
   static const Dictionary items = [] {
     Dictionary lists;
-    lists.add("DTRootMenuItems", tags({7, 8, 9, 10, 4, 5, 1, 3}));
-    lists.add("DTMoreMenuItems", tags({2, 6}));
-    lists.add("DTOtherMenuItems", tags({}));
+    for (const wire::ItemList& list : {wire::rootItems, wire::moreItems, wire::otherItems})
+      lists.add(list.key, arrayOf(list.defaults));
     return lists;
   }();
   return items;
 }
 
 std::optional<std::string_view> DTExtension::titleForMenuItemTag(Integer tag, platform::Log& log) {
-  const std::int64_t number = tag.signedValue();
-  if (number >= 1 && number <= static_cast<std::int64_t>(std::size(titles))) return titles[number - 1];
+  if (const wire::Command* command = wire::commandWithTag(tag.signedValue())) return command->title;
   log.line("Should not get here!!!");
   return std::nullopt;
 }

@@ -1,8 +1,5 @@
-// The vocabulary of the shared settings: the default menu layout and the titles of the commands by tag. The settings that
-// the extension reads, with their registered defaults (docs/host-protocol.md lists them all):
-//   "DTMenuBarIconShown" yes, "DTArchiveIconsShown " yes (the space is part of the key), "DTContextualMenuItems" and
-//   "DTToolbarItemMenuItems" the default item lists; without a default "DTContextualMenuItemsIconShown",
-//   "DTToolbarItemMenuItemsIconShown", "DTFoldersPaths", "DTApplicationVersion".
+// The vocabulary of the shared settings: the default menu layout and the titles of the commands by tag. The keys stand in
+// wire/Settings.h.
 #pragma once
 
 #include <optional>

@@ -59,6 +59,24 @@ TEST_F(ActionRequests, actionsWithAnOptionSendTheTargetsAndTheTag) {
   }
 }
 
+TEST_F(ActionRequests, eachOperationSendsTheCommandOfItsOwnName) {
+  receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1)));
+  select({"/w/a.zip"});
+  menu();
+  MenuItem sender;
+  sender.tag = 1;
+  extension->delete_(&sender);
+  extension->compress(&sender);
+  extension->expand(&sender);
+  extension->rename(&sender);
+  extension->showPermissions(&sender);
+  extension->showAcl(&sender);
+  extension->showSizeBrowser(&sender);
+  extension->showChecksum(&sender);
+  EXPECT_THAT(takeSummaries(), ElementsAre("delete:", "compress:", "expand:", "rename:", "showPermissions:", "showAcl:",
+                                           "showSizeBrowser:", "showChecksum:"));
+}
+
 TEST_F(ActionRequests, aNegativeTagIsSentUnchanged) {
   select({"/w/1"});
   choose(*menu(), {"Delete…"});

@@ -1,4 +1,5 @@
 #include "tests/ExtensionFixture.h"
+#include "wire/Commands.h"
 
 using platform::Menu;
 using platform::MenuItem;
@@ -157,7 +158,8 @@ TEST_F(MenuCatalogue, aTargetThatCannotBeReadCountsAsNoFolder) {
 
 TEST_F(MenuCatalogue, anUnknownTagGivesNothingAndNoLogLine) {
   target({"/w/file"});
-  for (const std::int64_t tag : {std::int64_t{0}, std::int64_t{11}, std::int64_t{-1}, INT64_MAX, INT64_MIN}) {
+  const auto beyond = static_cast<std::int64_t>(wire::commands.size()) + 1;
+  for (const std::int64_t tag : {std::int64_t{0}, beyond, std::int64_t{-1}, INT64_MAX, INT64_MIN}) {
     EXPECT_FALSE(extension->menuItemWithTag(tag));
   }
   EXPECT_THAT(fakes.log.lines, IsEmpty());

@@ -1,6 +1,7 @@
 #include "menus/SharedSettings.h"
 
 #include "tests/ExtensionFixture.h"
+#include "wire/Commands.h"
 
 using platform::Array;
 using platform::Dictionary;
@@ -107,7 +108,7 @@ TEST_F(SharedSettings, everyTagHasItsTitle) {
 }
 
 TEST_F(SharedSettings, aNumberThatIsNoTagHasNoTitleAndIsLogged) {
-  for (const std::int64_t tag : {0, 11, -1}) {
+  for (const std::int64_t tag : {std::int64_t{0}, static_cast<std::int64_t>(wire::commands.size()) + 1, std::int64_t{-1}}) {
     fakes.log.lines.clear();
     EXPECT_FALSE(DTExtension::titleForMenuItemTag(Integer::ofSigned(tag), fakes.log));
     EXPECT_THAT(fakes.log.lines, ElementsAre("Should not get here!!!"));

@@ -8,24 +8,37 @@ import sys
 
 TOP = pathlib.Path(sys.argv[1])
 
-# Room -> what its files may include besides the standard library, as prefixes of the include's text.
+# The record and the tree, which both programs use, are part of wire/ wherever they stand.
+RECORDS = ["core/DTMessage.h", "archive/ArchivedClasses.h", "archive/DTArchiveEntry.h", "archive/DTTreeNode.h", "archive/LeafShapes.h"]
+
+# Room -> what its files may include besides the standard library, as prefixes of the include's text. Each is in use.
 ALLOWED = {
-    "core": ["core/", "platform/"],
-    "menus": ["menus/", "core/", "archive/", "folders/", "platform/"],
-    "archive": ["archive/", "core/", "folders/", "platform/"],
-    "folders": ["folders/", "core/", "platform/"],
+    "wire": ["wire/", "platform/", *RECORDS],
+    "core": ["core/", "wire/", "platform/"],
+    "menus": ["menus/", "core/", "archive/", "folders/", "wire/", "platform/"],
+    "archive": ["archive/", "core/", "wire/", "platform/"],
+    "folders": ["folders/", "core/", "wire/", "platform/"],
     "platform": ["platform/"],
     "platform/fake": ["platform/"],
     "platform/linux": ["platform/"],
-    "browsers": ["browsers/", "core/", "platform/"],
-    "host": ["host/", "platform/", "core/DTMessage.h", "archive/DT", "archive/ArchivedClasses.h"],
-    "console": ["console/", "core/", "menus/", "archive/", "folders/", "platform/"],
+    "browsers": ["browsers/", "core/DTDovetailSync.h", "wire/", "platform/"],
+    "host": ["host/", "wire/", "platform/", "core/DTMessage.h", "archive/ArchivedClasses.h", "archive/DTArchiveEntry.h",
+             "archive/DTTreeNode.h"],
+    "console": ["console/", "core/", "folders/", "menus/MenuSymbols.h", "wire/", "platform/"],
 }
 # Folder of browsers/ -> those of its folders that it includes; "" is what all browsers share. An adapter, any other folder, includes
 # all of these and itself.
 BROWSER_FOLDERS = {"": [""], "gobject": ["", "gobject"], "gtk3": ["", "gobject", "gtk3"]}
 TOOLKIT = re.compile(r"(gtk|gdk)/|adwaita|Q[A-Z]|Qt|K[A-Z]")
-PORTABLE = {"core", "menus", "archive", "folders", "platform"}
+# Library -> a header that only those may include who link it.
+LIBRARIES = {
+    "dovetail_extension": "core/DTDovetailSync.h",
+    "dovetail_menu_symbols": "menus/MenuSymbols.h",
+    "dovetail_platform": "platform/Platform.h",
+    "dovetail_platform_linux": "platform/linux/LinuxPlatform.h",
+    "dovetail_wire": "wire/Commands.h",
+}
+PORTABLE = {"wire", "core", "menus", "archive", "folders", "platform"}
 BACKENDS = ("platform/linux/", "platform/fake/")
 STANDARD = re.compile(r"[a-z_0-9]+$")  # a header of the C++ standard library has neither a slash nor a suffix
 HEADER_LINES, SOURCE_LINES, OBJECT_LINES = 200, 500, 300
@@ -33,6 +46,8 @@ HEADER_LINES, SOURCE_LINES, OBJECT_LINES = 200, 500, 300
 
 def room_of(path):
     parts = path.relative_to(TOP).parts
+    if str(path.relative_to(TOP).with_suffix(".h")) in RECORDS:
+        return "wire"
     if parts[:2] in (("platform", "fake"), ("platform", "linux")):
         return "/".join(parts[:2])
     return parts[0]
@@ -52,7 +67,11 @@ def browser_breach(path, kind, included):
     return None
 
 
-def breaches(path):
+def allowances(room, included):
+    return {(room, prefix) for prefix in ALLOWED[room] if included.startswith(prefix)}
+
+
+def breaches(path, used):
     room = room_of(path)
     lines = path.read_text().splitlines()
     limit = SOURCE_LINES if path.suffix == ".cpp" else HEADER_LINES
@@ -73,25 +92,34 @@ def breaches(path):
             if room in PORTABLE and not STANDARD.match(included):
                 yield f"a portable room includes <{included}>"
             continue
-        if not any(included.startswith(prefix) for prefix in ALLOWED[room]):
+        if not allowances(room, included):
             yield f'{room} may not include "{included}"'
+        used |= allowances(room, included)
         backend = included.startswith(BACKENDS) and not included.startswith(room + "/")
         if backend and room not in ("browsers", "host", "console"):
             yield f'{room} names a backend: "{included}"'
 
 
+def links(path):
+    room = room_of(path)
+    for library in re.findall(r"\bdovetail_\w+", path.read_text()):
+        if library in LIBRARIES and not allowances(room, LIBRARIES[library]):
+            yield f"{room} may not link {library}"
+
+
 def main():
-    count, bad = 0, 0
-    for room in ("core", "menus", "archive", "folders", "platform", "browsers", "host", "console"):
+    count, found, used = 0, [], set()
+    for room in ALLOWED:
         for path in sorted((TOP / room).rglob("*")):
-            if path.suffix not in (".h", ".cpp"):
-                continue
+            if room_of(path).startswith(room + "/") or path.suffix not in (".h", ".cpp") and path.name != "CMakeLists.txt":
+                continue  # a room inside a room comes on its own
             count += 1
-            for breach in breaches(path):
-                bad += 1
-                print(f"{path.relative_to(TOP)}: {breach}")
-    print(f"{count} files, {bad} breaches")
-    sys.exit(1 if bad or count == 0 else 0)
+            name = path.relative_to(TOP)
+            found += [f"{name}: {breach}" for breach in (links(path) if path.suffix == ".txt" else breaches(path, used))]
+    for room, prefixes in ALLOWED.items():
+        found += [f'{room} has no need of "{prefix}"' for prefix in prefixes if (room, prefix) not in used]
+    print(*found, f"{count} files, {len(found)} breaches", sep="\n")
+    sys.exit(1 if found or count == 0 else 0)
 
 
 main()

@@ -9,16 +9,12 @@
 #include <utility>
 #include <vector>
 
+#include "platform/TextHash.h"
 #include "platform/linux/settings/SettingsPath.h"
 #include "platform/linux/settings/SettingsValue.h"
 
 namespace platform::native {
 namespace {
-
-struct TextHash {
-  using is_transparent = void;
-  std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
-};
 
 // Paths that changed together: each is the prefix followed by one of the names; one that ends in a slash is
 // all below it.
