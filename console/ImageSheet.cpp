@@ -154,8 +154,8 @@ bool writeSheet(const std::vector<Entry>& entries, const std::string& file, plat
   cairo_set_font_size(sheet.get(), 12);
   for (std::size_t i = 0; i < entries.size(); ++i) {
     cairo_save(sheet.get());
-    cairo_translate(sheet.get(), static_cast<double>(i % unitsAcross) * unitWidth,
-                    static_cast<double>(i / unitsAcross) * unitHeight);
+    const std::size_t column = i % unitsAcross, row = i / unitsAcross;
+    cairo_translate(sheet.get(), static_cast<double>(column) * unitWidth, static_cast<double>(row) * unitHeight);
     paintUnit(sheet.get(), entries[i], graphics);
     cairo_restore(sheet.get());
   }

@@ -12,7 +12,6 @@ using platform::Error;
 using platform::JSON;
 using platform::LocalMessagePort;
 using platform::MessagePortStatus;
-using platform::Object;
 
 namespace {
 

@@ -57,8 +57,9 @@ class Reader {
   static bool member(const JSON& json, std::string_view key, Object& object) {
     const JSON* value = json.member(key);
     auto read = value ? Reader::read(*value) : std::nullopt;
-    if (read) object = *std::move(read);
-    return read.has_value();
+    if (!read) return false;
+    object = *std::move(read);
+    return true;
   }
 
   static std::optional<std::vector<Object>> list(const JSON* json) {

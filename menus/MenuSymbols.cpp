@@ -44,13 +44,13 @@ constexpr MenuSymbol table[] = {
 };
 
 ImageRef symbolImage(const MenuSymbol& entry, platform::SymbolImages& symbolImages) {
-  const ImageRef symbol = symbolImages.imageWithSystemSymbolName(entry.symbol);
+  ImageRef symbol = symbolImages.imageWithSystemSymbolName(entry.symbol);
   if (!symbol || !entry.isPortrait) return symbol;
   return symbolImages.imageWithSymbolConfiguration(*symbol, portraitConfiguration);
 }
 
 ImageRef fallbackImage(const MenuSymbol& entry, const MenuSymbolSources& sources) {
-  const ImageRef named = sources.workspace.imageNamed(entry.fallback);
+  ImageRef named = sources.workspace.imageNamed(entry.fallback);
   if (!named || !entry.isPortrait) return named;
   auto portrait = std::make_shared<Image>(*roundedImage(*named, sources.graphics));
   portrait->isTemplate = true;

@@ -7,7 +7,6 @@
 using platform::Array;
 using platform::Dictionary;
 using platform::Integer;
-using platform::Object;
 
 namespace {
 

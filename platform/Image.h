@@ -57,9 +57,9 @@ struct Image {
   std::string name;         ///< The name it was found by; empty for an image put together.
   std::optional<SymbolConfiguration> symbolConfiguration = std::nullopt;
 
-  /// The smallest representation that covers a rectangle of `size` at the origin, else the largest, or null when there
+  /// The smallest representation that covers a rectangle of `wanted` at the origin, else the largest, or null when there
   /// is none (as the platform chooses without a graphics context and hints).
-  const ImageRepresentation* bestRepresentationForRect(Size size) const;
+  const ImageRepresentation* bestRepresentationForRect(Size wanted) const;
 };
 
 using ImageRef = std::shared_ptr<const Image>;
