@@ -60,6 +60,7 @@ void FakeFileManager::rename(const std::string& from, const std::string& to) {
   for (auto& [path, file] : files_) {
     if (path == from || path.starts_with(from + "/")) moved[to + path.substr(from.size())] = std::move(file);
   }
+  for (auto& [path, file] : moved) file.isMoved = true;
   remove(from);
   files_.merge(moved);
 }
@@ -161,7 +162,6 @@ std::optional<URL> FakeFileManager::URLByResolvingBookmarkData(ByteView bookmark
                                                                Error* error) {
   const std::string text(bookmark.begin(), bookmark.end());
   log_.add("resolve \"" + text + "\" with options " + std::to_string(options));
-  *isStale = false;
   std::uint64_t number = 0;
   const std::string_view digits = std::string_view(text).substr(std::min(text.size(), bookmarkPrefix.size()));
   std::from_chars(digits.data(), digits.data() + digits.size(), number);
@@ -170,6 +170,7 @@ std::optional<URL> FakeFileManager::URLByResolvingBookmarkData(ByteView bookmark
     *error = missingFile();
     return std::nullopt;
   }
+  *isStale = find(*path)->isMoved;
   return URL::fileURLWithPath(*path, true);
 }
 

@@ -17,6 +17,7 @@ struct FakeFile {
   FakeKind kind = FakeKind::regular;
   std::uint64_t number = 0;                               ///< Its identity.
   bool isReadable = true;                                 ///< Of a folder: whether it can be listed.
+  bool isMoved = false;                                   ///< Renamed since it was made: a bookmark of it is stale.
   bool hasReference = true;                               ///< Whether a file reference URL can be made of it.
   std::map<std::string, Object, std::less<>> properties;  ///< Whatever else it has, by resource key.
   std::map<std::string, Error, std::less<>> failures;     ///< Reads that fail, by resource key.

@@ -96,6 +96,34 @@ TEST_F(ArchiveMenus, aNewTreeAndAMessageThatIsIgnoredLeaveTheItemsOfOthersStandi
   EXPECT_EQ(archiveItem(), item);
 }
 
+TEST_F(ArchiveMenus, theItemOfOneArchiveStaysBuiltWhenThatOfAnotherIs) {
+  receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1)));
+  receiveArchive("/w/b.zip", archive("b.zip", leaf("x", 1)));
+  const auto item = archiveItem();
+  select({"/w/b.zip"});
+  const auto other = archiveItem();
+  ASSERT_TRUE(item && other);
+  EXPECT_NE(other, item);
+  select({"/w/a.zip"});
+  EXPECT_EQ(archiveItem(), item);
+}
+
+TEST_F(ArchiveMenus, aChoiceFromAMenuShownBeforeBothCachesWereEmptiedIsSent) {
+  receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1), leaf("y", 2)));
+  const auto shown = menu();
+  ASSERT_TRUE(shown);
+  quitHost();
+  ASSERT_EQ(extension->archives().count() + extension->archiveMenus().count(), 0u);
+  startHost();
+  notice();
+  takeMessages();
+  choose(*shown, {"a.zip", "y"});
+  const auto messages = takeMessages();
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_EQ(messages[0].selector(), "expand:");
+  EXPECT_THAT(messages[0].argument().get<Dictionary>()->objectForKey("2")->get<platform::IndexPath>()->indexes, ElementsAre(1));
+}
+
 TEST_F(ArchiveMenus, afterAReplayTheBuiltItemIsOfferedUntilTheNewTreeArrives) {
   extension->beginObservingDirectoryAtURL(fileURL("/w"));
   receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1)));
@@ -122,6 +150,26 @@ TEST_F(ArchiveMenus, entriesShowTheIconOfTheirTypeFoldersTheFolder) {
   std::vector<std::string> icons;
   for (const MenuItem& entry : item->submenu->items) icons.push_back(iconOf(entry));
   EXPECT_THAT(icons, ElementsAre("type txt", "named NSFolder", "type ", "type ", "type hidden", "type "));
+}
+
+TEST_F(ArchiveMenus, titleAndIconOfTheArchiveAreThoseOfItsEntryWhateverTheFileIsCalled) {
+  receiveArchive("/w/a.zip", archive("b.tar", leaf("x", 1)));
+  const auto item = archiveItem();
+  ASSERT_TRUE(item);
+  EXPECT_EQ(item->title, "b.tar");
+  EXPECT_EQ(iconOf(*item), "type tar");
+}
+
+TEST_F(ArchiveMenus, withoutASettingsStoreEntriesHaveNoImageAndTheArchiveKeepsItsOwn) {
+  fakes.userDefaultsSuites.refusesSuites = true;
+  OnceOnly process;
+  const auto other = DTDovetailSync::init(fakes.references(), process);
+  other->setArchive(archiveArgument("/w/a.zip", archive("a.zip", leaf("x.txt", 1))));
+  other->setTargetUrls(std::vector{fileURL("/w/a.zip")});
+  const auto item = other->menuItemWithTag(10);
+  ASSERT_TRUE(item && item->submenu);
+  EXPECT_EQ(iconOf(*item), "type zip");
+  EXPECT_EQ(item->submenu->items.at(0).image, nullptr);
 }
 
 TEST_F(ArchiveMenus, withoutTheSettingEntriesHaveNoImageAndTheArchiveKeepsItsOwn) {
@@ -213,6 +261,22 @@ TEST_F(ArchiveMenus, aMessageThatLacksAHalfOrHoldsOtherKindsIsIgnored) {
   EXPECT_EQ(extension->archives().count(), 0u);
   receive(DTMessage("setArchive:", option({{"1", tree}, {"2", identity}})));
   EXPECT_EQ(extension->archives().count(), 1u);
+}
+
+TEST_F(ArchiveMenus, whatElseStandsInTheMessageIsOfNoConcern) {
+  Object argument = archiveArgument("/w/a.zip", archive("a.zip", leaf("x", 1)));
+  Dictionary option = *argument.get<Dictionary>();
+  option.add("3", Object("more"));
+  receive(DTMessage("setArchive:", option));
+  EXPECT_TRUE(archiveItem());
+}
+
+TEST_F(ArchiveMenus, aTreeThatArrivesWhileNoHostCountsAsRunningIsKept) {
+  quitHost();
+  receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1)));
+  const auto* stored = extension->archives().objectForKey(identityOf("/w/a.zip"));
+  ASSERT_TRUE(stored);
+  EXPECT_TRUE(*stored);
 }
 
 TEST_F(ArchiveMenus, afterAHostsRestartTheItemReturnsOnlyWithTheNewAnswer) {

@@ -88,6 +88,19 @@ class Dispatch : public ExtensionTest {
   void SetUp() override { startBoth(); }
 
   void deliver(const Data& bytes) { fakes.messagePorts.deliver("G.Sync.4711", bytes); }
+  /// The extension is as it was once "/w" was entered and a menu shown for its one archive "a.txt".
+  void expectFieldsOfOneArchive(const std::string& what) {
+    EXPECT_EQ(extension->applicationPid(), hostPid) << what;
+    EXPECT_NE(extension->port(), nullptr) << what;
+    EXPECT_EQ(extension->portName(), "G.Sync.4711") << what;
+    EXPECT_NE(extension->portMonitor(), nullptr) << what;
+    EXPECT_THAT(observedIn("/w"), ElementsAre("/w/a.txt")) << what;
+    ASSERT_TRUE(extension->targetUrls()) << what;
+    EXPECT_EQ(extension->targetUrls()->size(), 1u) << what;
+    EXPECT_EQ(extension->archives().count(), 1u) << what;
+    EXPECT_EQ(extension->archiveMenus().count(), 1u) << what;
+    EXPECT_EQ(extension->senderObjects().count("expand:"), 1u) << what;
+  }
   void expectOneCodeTwo() {
     const auto messages = takeMessages();
     ASSERT_EQ(messages.size(), 1u);
@@ -155,13 +168,11 @@ TEST_F(Dispatch, setArchiveReachesItsMethodWithTheArgumentUnchanged) {
 }
 
 TEST_F(Dispatch, methodsWhoseParameterIsNoObjectAreNotReachable) {
-  receive(DTMessage("setApplicationPid:", Object(platform::Integer::ofSigned(5))));
-  receive(DTMessage("setPort:", Object()));
-  receive(DTMessage("menuForMenuKind:", Object(platform::Integer::ofSigned(0))));
-  receive(DTMessage("menuItemWithTag:", Object(platform::Integer::ofSigned(10))));
-  receive(DTMessage("dealloc", Object()));
-  receive(DTMessage("updateFolders", Object()));
-  receive(DTMessage("toolbarItemName", Object()));
+  for (const char* selector : {"setApplicationPid:", "setPort:", "menuForMenuKind:", "menuItemWithTag:", "dealloc", "updateFolders",
+                               "setupMessageListener", "toolbarItemName"}) {
+    for (const Object& argument : oneObjectOfEachKind()) receive(DTMessage(selector, argument));
+    for (const std::int64_t number : {0, 5, 10}) receive(DTMessage(selector, Object(platform::Integer::ofSigned(number))));
+  }
   EXPECT_EQ(extension->applicationPid(), hostPid);
   EXPECT_NE(extension->port(), nullptr);
   EXPECT_THAT(fakes.calls.take(), IsEmpty());
@@ -182,6 +193,8 @@ TEST_F(Dispatch, anArgumentOfAWrongKindIsIgnored) {
   select({"/w/a.txt"});
   menu();
   extension->beginObservingDirectoryAtURL(fileURL("/w"));
+  receiveArchive("/w/a.txt", archive("a.txt", leaf("x", 1)));
+  menu();
   takeMessages();
   fakes.calls.take();
   for (const char* selector : selectors) {
@@ -192,14 +205,30 @@ TEST_F(Dispatch, anArgumentOfAWrongKindIsIgnored) {
       EXPECT_THAT(takeMessages(), IsEmpty()) << what;
       EXPECT_THAT(fakes.calls.take(), IsEmpty()) << what;
       EXPECT_THAT(fakes.distributedNotificationCenter.posted, IsEmpty()) << what;
+      expectFieldsOfOneArchive(what);
     }
   }
-  EXPECT_EQ(extension->portName(), "G.Sync.4711");
-  EXPECT_EQ(extension->targetUrls()->size(), 1u);
-  EXPECT_NE(extension->portMonitor(), nullptr);
-  EXPECT_EQ(extension->archives().count(), 1u);
-  EXPECT_EQ(extension->archiveMenus().count(), 0u);
-  EXPECT_THAT(observedIn("/w"), ElementsAre("/w/a.txt"));
+  EXPECT_EQ(fakes.processSources.armedCount(), 1u);
+}
+
+TEST_F(Dispatch, arraysThatHoldMoreThanURLsLeaveTheTargets) {
+  select({"/w/a.txt"});
+  menu();
+  for (const Object& second : {Object(platform::Null()), Object("file:///w"), Object(platform::Array())}) {
+    receive(DTMessage("setTargetUrls:", Object(platform::Array{Object(fileURL("/w")), second})));
+    ASSERT_TRUE(extension->targetUrls());
+    ASSERT_EQ(extension->targetUrls()->size(), 1u);
+    EXPECT_EQ(extension->targetUrls()->front().path(), "/w/a.txt");
+  }
+}
+
+TEST_F(Dispatch, lettingTheWatcherGoDoesNotCancelIt) {
+  receive(DTMessage("setPortMonitor:", Object()));
+  ASSERT_EQ(extension->portMonitor(), nullptr);
+  EXPECT_EQ(fakes.processSources.armedCount(), 1u);
+  fakes.processSources.fire(hostPid);
+  fakes.loop.run();
+  EXPECT_EQ(extension->applicationPid(), -1);
 }
 
 TEST_F(Dispatch, everyOperationWithOneObjectArgumentIsInTheTable) {
@@ -230,6 +259,7 @@ TEST_F(Dispatch, everyOperationWithOneObjectArgumentIsInTheTable) {
   receive(DTMessage("updateApplicationRunning:", Object("anything")));
   EXPECT_THAT(takeSummaries(), ElementsAre("pingPortName: G.Sync.4711"));
   receive(DTMessage("setTargetUrls:", Object(platform::Array{Object(fileURL("/w"))})));
+  ASSERT_TRUE(extension->targetUrls());
   EXPECT_EQ(extension->targetUrls()->at(0).path(), "/w");
   receive(DTMessage("setTargetUrls:", Object()));
   EXPECT_FALSE(extension->targetUrls());

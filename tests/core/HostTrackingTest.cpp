@@ -62,6 +62,14 @@ TEST_F(HostTracking, aVersionThatIsNoStringIsNoHost) {
   EXPECT_EQ(extension->applicationPid(), -1);
 }
 
+TEST_F(HostTracking, aVersionThatIsANumberIsNoHostEvenWithTheSameDigits) {
+  startHost();
+  fakes.mainBundle.version = "1";
+  fakes.userDefaultsSuites.set("G", "DTApplicationVersion", Object(platform::Integer::ofSigned(1)));
+  startExtension();
+  EXPECT_EQ(extension->applicationPid(), -1);
+}
+
 TEST_F(HostTracking, anyProcessIdentifierBelowOneIsStoredAsMinusOneAndEmptiesTheCaches) {
   startBoth();
   fakes.fileManager.add("/w/a.zip");
@@ -78,6 +86,23 @@ TEST_F(HostTracking, anyProcessIdentifierBelowOneIsStoredAsMinusOneAndEmptiesThe
     EXPECT_EQ(extension->archiveMenus().count(), 0u);
     EXPECT_EQ(extension->port(), nullptr);
   }
+}
+
+TEST_F(HostTracking, enteringHostAbsentOnceMoreDropsWhatHasComeSince) {
+  startBoth();
+  fakes.fileManager.add("/w/a.zip");
+  fakes.userDefaultsSuites.set("G", "DTApplicationVersion", Object("another build"));
+  ASSERT_EQ(pidAfterNotice(), -1);
+  // That host sends a tree, and a choice from a menu of before opens its port.
+  receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1)));
+  extension->setTargetUrls(std::vector{fileURL("/w/a.zip")});
+  ASSERT_TRUE(extension->menuItemWithTag(10));
+  extension->rename(nullptr);
+  ASSERT_TRUE(extension->port());
+  EXPECT_EQ(pidAfterNotice(), -1);
+  EXPECT_EQ(extension->port(), nullptr);
+  EXPECT_EQ(extension->archives().count(), 0u);
+  EXPECT_EQ(extension->archiveMenus().count(), 0u);
 }
 
 TEST_F(HostTracking, enteringHostRunningPingsAndThenAsksAboutEachObservedFile) {
@@ -98,6 +123,34 @@ TEST_F(HostTracking, enteringHostRunningPingsAndThenAsksAboutEachObservedFile) {
               UnorderedElementsAre("openArchive:portName: /w/1", "openArchive:portName: /w/2", "openArchive:portName: /v/3"));
   EXPECT_TRUE(isMarked("/w/1") && isMarked("/w/2") && isMarked("/v/3"));
   EXPECT_TRUE(extension->observedFiles().empty());
+}
+
+TEST_F(HostTracking, theHostIsPingedThenAskedAndThenWatched) {
+  startExtension();
+  fakes.fileManager.add("/w/1");
+  extension->beginObservingDirectoryAtURL(fileURL("/w"));
+  startHost();
+  fakes.calls.take();
+  extension->setApplicationPid(hostPid);
+  EXPECT_THAT(fakes.calls.take(),
+              ElementsAre("create task", "copy entitlement com.apple.security.application-groups", "release task",
+                          "create remote port G.App",
+                          // the ping, the question
+                          "send to G.App, id 0, time-outs 1.0 and 1.0", "send to G.App, id 0, time-outs 1.0 and 1.0",
+                          "create source for process 900, mask 2281701376", "watch process 900"));
+  EXPECT_THAT(takeSummaries(), ElementsAre("pingPortName: G.Sync.4711", "openArchive:portName: /w/1"));
+}
+
+TEST_F(HostTracking, aHostWithoutAPortIsWatchedAllTheSame) {
+  startHost();
+  fakes.messagePorts.hangUp("G.App");
+  startExtension();
+  ASSERT_EQ(extension->applicationPid(), hostPid);
+  EXPECT_EQ(extension->port(), nullptr);
+  EXPECT_EQ(fakes.processSources.armedCount(), 1u);
+  fakes.processSources.fire(hostPid);
+  fakes.loop.run();
+  EXPECT_EQ(extension->applicationPid(), -1);
 }
 
 TEST_F(HostTracking, anObservedFileThatVanishedIsDroppedWithItsFolderAndNotAskedAbout) {
@@ -148,6 +201,7 @@ TEST_F(HostTracking, theExitOfTheHostDropsThePortAndTheCachesAndKeepsTheRest) {
   EXPECT_EQ(extension->archiveMenus().count(), 0u);
   EXPECT_EQ(extension->senderObjects().count("expand:"), 1u);
   EXPECT_THAT(observedIn("/w"), ElementsAre("/w/a.zip"));
+  ASSERT_TRUE(extension->targetUrls());
   EXPECT_EQ(extension->targetUrls()->size(), 1u);
   EXPECT_THAT(fakes.calls.take(), ElementsAre("invalidate port G.App", "release port G.App", "cancel watch on process 900"));
 }

@@ -116,6 +116,18 @@ TEST_F(Ports, theSenderIsStampedOverWhateverPortNameTheMessageHeld) {
   EXPECT_EQ(messages[0].portName(), "G.Sync.4711");
 }
 
+TEST_F(Ports, withoutAnOwnPortTheNameThatTheMessageHeldIsTakenOut) {
+  fakes.messagePorts.refusesLocalPorts = true;
+  startBoth();
+  ASSERT_FALSE(extension->portName());
+  DTMessage message("go:", Object("x"));
+  message.setPortName("elsewhere");
+  extension->sendMessage(message);
+  const auto messages = takeMessages();
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_FALSE(messages[0].portName());
+}
+
 TEST_F(Ports, aFailedSendPostsItsStatusAndKeepsThePort) {
   startBoth();
   for (const auto status : {MessagePortStatus::sendTimeout, MessagePortStatus::isInvalid, MessagePortStatus::transportError,

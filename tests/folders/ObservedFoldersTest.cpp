@@ -77,6 +77,15 @@ TEST_F(ObservedFolders, oneBadBookmarkAmongGoodOnesIsOneLogLine) {
               ElementsAre("__DT: -[DTDovetailSync updateFolders] ::: NSPOSIXErrorDomain 2: No such file or directory"));
 }
 
+TEST_F(ObservedFolders, aStaleBookmarkIsUsedAsItResolvesWithoutALogLine) {
+  const Object bookmark = bookmarkOf("/w");
+  fakes.fileManager.rename("/w", "/renamed");
+  setFolders(Array{bookmark});
+  startExtension();
+  EXPECT_THAT(watched(), ElementsAre("/renamed"));
+  EXPECT_THAT(fakes.log.lines, IsEmpty());
+}
+
 TEST_F(ObservedFolders, anElementThatIsNoDataIsABadBookmark) {
   setFolders(Array{Object("/w"), bookmarkOf("/w")});
   startExtension();
@@ -139,6 +148,42 @@ TEST_F(ObservedFolders, enteringTheSameFolderAgainSendsNothingAndRecordsWhatIsKn
   extension->beginObservingDirectoryAtURL(fileURL("/w/"));
   EXPECT_THAT(takeMessages(), IsEmpty());
   EXPECT_THAT(observedIn("/w"), UnorderedElementsAre("/w/1", "/w/2", "/w/3", "/w/alias", "/w/sub"));
+}
+
+TEST_F(ObservedFolders, enteringAFolderAgainKeepsWhatItsRecordHeld) {
+  startBoth();
+  extension->requestBadgeIdentifierForURL(fileURL("/w/1"));
+  fakes.fileManager.remove("/w/1");
+  extension->beginObservingDirectoryAtURL(fileURL("/w"));
+  EXPECT_THAT(observedIn("/w"), ElementsAre("/w/1", "/w/2", "/w/3"));
+  fakes.fileManager.remove("/w/2");
+  extension->beginObservingDirectoryAtURL(fileURL("/w"));
+  EXPECT_THAT(observedIn("/w"), testing::IsSupersetOf({"/w/1", "/w/2", "/w/3"}));
+}
+
+TEST_F(ObservedFolders, hiddenEntriesAreAskedAboutAndRecordedAsOthers) {
+  startBoth();
+  fakes.fileManager.add("/v/.hidden");
+  extension->beginObservingDirectoryAtURL(fileURL("/v"));
+  fakes.fileManager.add("/w/.shown");
+  extension->requestBadgeIdentifierForURL(fileURL("/w/.shown"));
+  EXPECT_THAT(takeSummaries(), ElementsAre("openArchive:portName: /v/.hidden", "openArchive:portName: /w/.shown"));
+  EXPECT_THAT(observedIn("/v"), ElementsAre("/v/.hidden"));
+  EXPECT_THAT(observedIn("/w"), ElementsAre("/w/.shown"));
+}
+
+TEST_F(ObservedFolders, untilTheHostHasBeenLookedForFilesAreRecordedAndNotAskedAbout) {
+  startHost();
+  fakes.finderSyncController.whenDirectoryURLsAreSet = [&] {
+    platform::FinderSync& starting = *fakes.finderSyncController.extension;
+    starting.beginObservingDirectoryAtURL(fileURL("/w"));
+    starting.requestBadgeIdentifierForURL(fileURL("/w/sub/inner"));
+    EXPECT_THAT(takeMessages(), IsEmpty());
+  };
+  startExtension();
+  EXPECT_THAT(takeSummaries(),
+              testing::UnorderedElementsAre("pingPortName: G.Sync.4711", "openArchive:portName: /w/1", "openArchive:portName: /w/2",
+                                            "openArchive:portName: /w/3", "openArchive:portName: /w/sub/inner"));
 }
 
 TEST_F(ObservedFolders, theMessagesArgumentIsTheURLAsListed) {
@@ -258,6 +303,15 @@ TEST_F(ObservedFolders, seeingAFileThatIsGoneDoesNothing) {
   extension->requestBadgeIdentifierForURL(fileURL("/w/gone"));
   EXPECT_TRUE(extension->observedFiles().empty());
   EXPECT_EQ(extension->archives().count(), 0u);
+}
+
+TEST_F(ObservedFolders, theParentIsTheFolderThatTheSystemNamesWhateverThePathSays) {
+  startBoth();
+  fakes.fileManager.add("/v", FakeKind::directory);
+  fakes.fileManager.find("/w/1")->properties.emplace(platform::ResourceKey::parentDirectoryURL, Object(fileURL("/v")));
+  extension->requestBadgeIdentifierForURL(fileURL("/w/1"));
+  EXPECT_THAT(observedIn("/v"), ElementsAre("/w/1"));
+  EXPECT_THAT(observedIn("/w"), ElementsAre("no record"));
 }
 
 TEST_F(ObservedFolders, aFileWhoseParentHasNoIdentityIsAskedAboutAndNotRecorded) {

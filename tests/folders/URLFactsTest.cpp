@@ -110,6 +110,29 @@ TEST_F(URLFacts, volumeFactsAskForTheVolumeFirstAndThenReadTheFilesOwnProperty) 
               ElementsAre("read NSURLVolumeURLKey of /v/beside", "read NSURLVolumeSupportsCaseSensitiveNamesKey of /v/beside"));
 }
 
+TEST_F(URLFacts, volumeFactsAnswerTheFilesOwnPropertyAndNotTheVolumes) {
+  const auto answers = [&](std::string_view path) {
+    return std::pair(DTExtension::isRootFileSystem(files, at(path)), DTExtension::isNameCaseSensitive(files, at(path)));
+  };
+  auto& properties = files.find("/v/beside")->properties;
+  properties.emplace(ResourceKey::volumeIsRootFileSystem, Object(true));
+  EXPECT_EQ(answers("/v/beside"), std::pair(true, false));
+  properties.emplace(ResourceKey::volumeSupportsCaseSensitiveNames, Object(true));
+  EXPECT_EQ(answers("/v/beside"), std::pair(true, true));
+  for (const auto key : {ResourceKey::volumeIsRootFileSystem, ResourceKey::volumeSupportsCaseSensitiveNames}) {
+    files.find("/")->properties.emplace(key, Object(true));
+  }
+  EXPECT_EQ(answers("/v/folder"), std::pair(false, false));
+}
+
+TEST_F(URLFacts, theParentIsThePropertyAndNotThePathsText) {
+  files.find("/v/beside")->properties.emplace(ResourceKey::parentDirectoryURL, Object(at("/v/folder")));
+  const auto parent = DTExtension::parentUrl(files, at("/v/beside"));
+  ASSERT_TRUE(parent);
+  EXPECT_EQ(parent->path(), "/v/folder");
+  EXPECT_TRUE(DTExtension::isParentOfUrl(files, at("/v/folder"), at("/v/beside")));
+}
+
 TEST_F(URLFacts, theLastUseComesFromTheMetadataStore) {
   files.lastUsed["/v/beside"] = Date{5};
   EXPECT_EQ(DTExtension::lastUsedDate(files, at("/v/beside"))->secondsSinceReferenceDate, 5);
@@ -189,6 +212,7 @@ TEST_F(URLFacts, anImmutableFileIsReadOnlyWithoutAQuestionToTheVolumeAndTheError
     std::optional<Error> error = underlying(false);
     calls.take();
     EXPECT_TRUE(DTExtension::isReadOnlyAndError(files, at("/v/beside"), &error));
+    ASSERT_TRUE(error);
     EXPECT_EQ(error->domain, "Disk");
     EXPECT_THAT(calls.take(), testing::Not(testing::Contains("read NSURLVolumeURLKey of /v/beside")));
   }

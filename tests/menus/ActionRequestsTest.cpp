@@ -105,6 +105,16 @@ TEST_F(ActionRequests, aChecksumLeavesFoldersOutAndKeepsTheOrder) {
   expectOption("showChecksum:", 6, {"/w/2", "/w/1"});
 }
 
+TEST_F(ActionRequests, aChecksumLeavesOutNothingButFolders) {
+  fakes.fileManager.add("/w/link", platform::fake::FakeKind::symbolicLink);
+  fakes.fileManager.add("/w/alias", platform::fake::FakeKind::alias);
+  fakes.fileManager.add("/w/pipe", platform::fake::FakeKind::other);
+  select({"/w/link", "/w/folder", "/w/alias", "/w/pipe", "/w/gone"});
+  menu();
+  perform("showChecksum:", 4);
+  expectOption("showChecksum:", 4, {"/w/link", "/w/alias", "/w/pipe", "/w/gone"});
+}
+
 TEST_F(ActionRequests, aChecksumOverFoldersAloneSendsAnEmptyArray) {
   select({"/w/folder", "/w/folder2"});
   menu();
@@ -153,6 +163,15 @@ TEST_F(ActionRequests, ofTwoEntriesWithOneNumberTheOneVisitedLastIsSentForBoth) 
     choose(*menu(), titles);
     EXPECT_THAT(half(onlyMessage(), "2").get<IndexPath>()->indexes, ElementsAre(1));
   }
+}
+
+TEST_F(ActionRequests, aFolderIsVisitedBeforeTheEntriesInIt) {
+  receiveArchive("/w/a.zip", archive("a.zip", folder("f", 7, leaf("x", 7))));
+  select({"/w/a.zip"});
+  choose(*menu(), {"a.zip", "f", "x"});
+  const DTMessage message = onlyMessage();
+  ASSERT_TRUE(half(message, "2").get<IndexPath>());
+  EXPECT_THAT(half(message, "2").get<IndexPath>()->indexes, ElementsAre(0, 0));
 }
 
 TEST_F(ActionRequests, anEntryNumberedZeroTakesTheArchivesOwnPlace) {
@@ -207,6 +226,20 @@ TEST_F(ActionRequests, anItemWithoutAnActionDoesNothing) {
   select({"/w/1"});
   extension->sendAction(menu()->items.back());
   EXPECT_THAT(takeMessages(), IsEmpty());
+}
+
+TEST_F(ActionRequests, whetherTheHostCountsAsRunningIsNotAskedBeforeARequestIsSent) {
+  receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1)));
+  select({"/w/a.zip"});
+  menu();
+  fakes.userDefaultsSuites.set("G", "DTApplicationVersion", Object("another build"));
+  notice();
+  ASSERT_EQ(extension->applicationPid(), -1);
+  for (const char* action :
+       {"delete:", "compress:", "showPermissions:", "showChecksum:", "expand:", "rename:", "showAcl:", "showSizeBrowser:"}) {
+    perform(action, 1);
+    EXPECT_EQ(onlyMessage().selector(), action);
+  }
 }
 
 TEST_F(ActionRequests, withTheHostGoneAChoiceVanishesWithoutAReport) {

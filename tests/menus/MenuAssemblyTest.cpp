@@ -82,11 +82,15 @@ TEST_F(MenuAssembly, theBackgroundOfAFolderActsOnThatFolder) {
                                             "Access Control List…"));
 }
 
-TEST_F(MenuAssembly, aSelectionGoesBeforeTheTargetedFolder) {
+TEST_F(MenuAssembly, aSelectionGoesBeforeTheTargetedFolderInMenusOfEveryKind) {
   fakes.finderSyncController.target = fileURL("/w/folder");
-  select({"/w/file", "/w/other"});
-  menu();
-  EXPECT_EQ(extension->targetUrls()->size(), 2u);
+  for (const std::uint64_t kind : {0u, 1u, 3u}) {
+    select({"/w/file", "/w/other"});
+    ASSERT_TRUE(menu(kind));
+    ASSERT_TRUE(extension->targetUrls());
+    EXPECT_EQ(extension->targetUrls()->size(), 2u) << "kind " << kind;
+    extension->setTargetUrls(std::nullopt);
+  }
 }
 
 TEST_F(MenuAssembly, withoutSelectionAndFolderThereIsNoMenu) {
@@ -115,6 +119,14 @@ TEST_F(MenuAssembly, moreIsLeftOutWhenNoneOfItsCommandsApplies) {
   set("DTContextualMenuItems", lists({tag(1)}, {tag(2), tag(10), tag(99)}));
   select({"/w/file"});
   EXPECT_THAT(titlesOf(*menu()), ElementsAre("Permissions…"));
+}
+
+TEST_F(MenuAssembly, whenNoCommandAppliesTheMenuIsEmptyAndNotNone) {
+  set("DTContextualMenuItems", lists({tag(2), tag(5)}, {tag(10)}));
+  select({"/w/file"});
+  const auto shown = menu();
+  ASSERT_TRUE(shown);
+  EXPECT_THAT(shown->items, IsEmpty());
 }
 
 TEST_F(MenuAssembly, theListsOrderIsKeptAndATagListedTwiceStandsTwice) {
@@ -180,6 +192,14 @@ TEST_F(MenuAssembly, iconsStandOnTheTopLevelAndMoreButNotOnTheArchiveNorInsideMo
   }
   for (const MenuItem& item : shown->items.back().submenu->items) EXPECT_EQ(item.image, nullptr);
   for (const MenuItem& item : itemIn(*shown, {"Compress"})->submenu->items) EXPECT_EQ(item.image, nullptr);
+}
+
+TEST_F(MenuAssembly, withoutTheFlagNeitherTheTopLevelNorMoreHasAnIcon) {
+  select({"/w/file"});
+  const auto shown = menu();
+  ASSERT_TRUE(shown);
+  ASSERT_EQ(shown->items.back().title, "More");
+  for (const MenuItem& item : shown->items) EXPECT_EQ(item.image, nullptr) << item.title;
 }
 
 TEST_F(MenuAssembly, withoutTheFlagTheArchivesItemStillHasItsIcon) {

@@ -87,6 +87,23 @@ TEST_F(SharedSettings, aStoredValueOfAnotherTypeReadsAsAbsent) {
   EXPECT_EQ(store->arrayForKey("DTFoldersPaths"), nullptr);
 }
 
+TEST_F(SharedSettings, aTextIsNoFlagWhateverItSays) {
+  startExtension();
+  const auto* store = extension->sharedApplicationGroupDefaults();
+  for (const char* text : {"YES", "yes", "true", "1", ""}) {
+    for (const char* key : {"DTArchiveIconsShown ", "DTContextualMenuItemsIconShown", "DTToolbarItemMenuItemsIconShown"}) {
+      fakes.userDefaultsSuites.set("G", key, Object(text));
+      EXPECT_FALSE(store->boolForKey(key)) << key << " " << text;
+    }
+  }
+}
+
+TEST_F(SharedSettings, aNumberIsNoText) {
+  startExtension();
+  fakes.userDefaultsSuites.set("G", "DTApplicationVersion", Object(Integer::ofSigned(1)));
+  EXPECT_FALSE(extension->sharedApplicationGroupDefaults()->stringForKey("DTApplicationVersion"));
+}
+
 TEST_F(SharedSettings, theDefaultItemListsAreOneObjectWithAllTenTags) {
   const Dictionary& lists = DTExtension::defaultFinderMenuItems();
   EXPECT_EQ(&lists, &DTExtension::defaultFinderMenuItems());

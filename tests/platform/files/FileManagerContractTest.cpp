@@ -167,11 +167,12 @@ TYPED_TEST(FileManagerContract, aListingHoldsEachDirectEntryHiddenOnesIncluded) 
 
 TYPED_TEST(FileManagerContract, aFoldersEntriesAreSeenInTheOrderOfTheListing) {
   this->files.makeFile("a");
+  this->files.makeFile(".hidden");
   this->files.makeFolder("folder");
   this->files.makeLink("link");
   const auto urls = this->manager().contentsOfDirectoryAtURL(this->url(""));
   ASSERT_TRUE(urls);
-  ASSERT_EQ(urls->size(), 3u);
+  ASSERT_EQ(urls->size(), 4u);
   std::size_t count = 0;
   this->manager().seeEntriesOfDirectoryAtURL(this->url(""), [&](const URL& entry, const platform::FileSighting& sighting) {
     ASSERT_LT(count, urls->size());
@@ -181,7 +182,7 @@ TYPED_TEST(FileManagerContract, aFoldersEntriesAreSeenInTheOrderOfTheListing) {
     EXPECT_EQ(sighting.identity, asked->identity);
     EXPECT_EQ(sighting.isRegularFile, asked->isRegularFile);
   });
-  EXPECT_EQ(count, 3u);
+  EXPECT_EQ(count, 4u);
 }
 
 TYPED_TEST(FileManagerContract, anEntryThatVanishesWhileTheOthersAreSeenIsLeftOut) {
@@ -204,7 +205,7 @@ TYPED_TEST(FileManagerContract, neitherAFileNorAMissingFolderCanBeListed) {
   EXPECT_FALSE(this->manager().contentsOfDirectoryAtURL(this->url("missing")));
 }
 
-TYPED_TEST(FileManagerContract, aBookmarkLeadsToItsFolderAlsoAfterARename) {
+TYPED_TEST(FileManagerContract, aBookmarkLeadsToItsFolderAlsoAfterARenameAndIsStaleThen) {
   this->files.makeFolder("before");
   Error error;
   bool isStale = false;
@@ -213,10 +214,12 @@ TYPED_TEST(FileManagerContract, aBookmarkLeadsToItsFolderAlsoAfterARename) {
   auto url = this->manager().URLByResolvingBookmarkData(*bookmark, BookmarkResolutionWithoutUI, &isStale, &error);
   ASSERT_TRUE(url);
   EXPECT_EQ(url->path(), this->files.path("before"));
+  EXPECT_FALSE(isStale);
   this->files.rename("before", "after");
   url = this->manager().URLByResolvingBookmarkData(*bookmark, BookmarkResolutionWithoutUI, &isStale, &error);
   ASSERT_TRUE(url);
   EXPECT_EQ(url->path(), this->files.path("after"));
+  EXPECT_TRUE(isStale);
 }
 
 TYPED_TEST(FileManagerContract, aBookmarkOfAMissingFileIsAnErrorOnMakingAndOnResolving) {

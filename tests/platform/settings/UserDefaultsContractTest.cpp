@@ -156,6 +156,17 @@ TYPED_TEST(UserDefaultsContract, valuesOfEveryKindComeThrough) {
   EXPECT_EQ(*folders->front().template get<Data>(), (Data{1, 0, 255}));
 }
 
+TYPED_TEST(UserDefaultsContract, aValueOfAnotherKindReadsAsAbsent) {
+  for (const char* text : {"YES", "true", "1"}) {
+    this->set("text", text);
+    EXPECT_FALSE(this->store->boolForKey("text")) << text;
+  }
+  this->set("number", Integer::ofSigned(1));
+  EXPECT_FALSE(this->store->stringForKey("number"));
+  EXPECT_EQ(this->store->arrayForKey("number"), nullptr);
+  EXPECT_EQ(this->store->dictionaryForKey("number"), nullptr);
+}
+
 TYPED_TEST(UserDefaultsContract, groupsAreApart) {
   const auto other = this->backend.suites().initWithSuiteName(this->group + "2");
   this->set("key", "1");
