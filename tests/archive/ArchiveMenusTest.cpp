@@ -68,7 +68,7 @@ TEST_F(ArchiveMenus, aMenuShownBeforeANewTreeCameStillFindsItsEntriesInTheOldOne
   receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1), leaf("y", 2)));
   const auto shown = menu();
   receiveArchive("/w/a.zip", archive("a.zip", leaf("z", 9)));
-  choose(*shown, {"a.zip", "y"});
+  choose(shown.value(), {"a.zip", "y"});
   const auto messages = takeMessages();
   ASSERT_EQ(messages.size(), 1u);
   EXPECT_THAT(messages[0].argument().get<Dictionary>()->objectForKey("2")->get<platform::IndexPath>()->indexes, ElementsAre(1));
@@ -80,7 +80,7 @@ TEST_F(ArchiveMenus, aNumberThatOnlyTheOldTreeHadIsUnknownOnceTheNewOneIsShown) 
   receiveArchive("/w/a.zip", archive("a.zip", leaf("z", 9)));
   menu();
   takeMessages();
-  choose(*shown, {"a.zip", "y"});
+  choose(shown.value(), {"a.zip", "y"});
   EXPECT_THAT(takeMessages(), IsEmpty());
 }
 

@@ -23,14 +23,14 @@ TEST(Condition, endsAsSoonAsTheMainLoopHasMadeItTrue) {
   Condition condition([&] { return isTrue; }, 10, [&](bool isMet) { result = isMet; });
   const auto change = MainLoopSource::after(5, [&] { isTrue = true; });
   runUntilSet(result);
-  EXPECT_TRUE(*result);
+  EXPECT_TRUE(result.value());
 }
 
 TEST(Condition, endsAtItsDeadlineWhenItNeverHolds) {
   std::optional<bool> result;
   Condition condition([] { return false; }, 0.01, [&](bool isMet) { result = isMet; });
   runUntilSet(result);
-  EXPECT_FALSE(*result);
+  EXPECT_FALSE(result.value());
 }
 
 TEST(Condition, isLookedAtOnlyWhenTheLoopHasDoneSomething) {
@@ -50,7 +50,7 @@ TEST(Condition, mayBeDestroyedByItsOwnEnd) {
                                             result = isMet;
                                           });
   runUntilSet(result);
-  EXPECT_TRUE(*result);
+  EXPECT_TRUE(result.value());
 }
 
 TEST(Condition, neverEndsOnceItIsDestroyed) {

@@ -112,7 +112,7 @@ TEST_F(ConsoleTest, aBadRequestGetsAnErrorAndChangesNothing) {
   }
   EXPECT_EQ(browser.selectedItemURLs().size(), 1u);
   EXPECT_EQ(browser.selectedItemURLs()[0].path(), "/watched/file.zip");
-  EXPECT_EQ(browser.targetedURL()->path(), "/watched");
+  EXPECT_EQ(browser.targetedURL().value().path(), "/watched");
   EXPECT_THAT(takeSummaries(), IsEmpty());
 }
 
@@ -135,7 +135,7 @@ TEST_F(ConsoleTest, anUnwatchedSelectionHasNoContextualMenu) {
 TEST_F(ConsoleTest, aMenuIsToldWithAllThatCanBeSeenAndSentOfItsItems) {
   const auto replies = performAll({R"({"do":"select","files":["/watched/file.zip"]})", R"({"do":"menu","kind":0})"});
   const auto reply = JSON::parse(replies[1]);
-  const auto& items = *reply->member("menu")->member("items")->get<JSON::ArrayValue>();
+  const auto& items = *reply.value().member("menu")->member("items")->get<JSON::ArrayValue>();
   EXPECT_EQ(items[0].text(), R"({"title":"Delete\u2026","action":"delete:","tag":-203,"enabled":true,"image":null})");
   const auto& below = *items[1].member("items")->get<JSON::ArrayValue>();
   EXPECT_EQ(below[3].text(),
@@ -197,7 +197,7 @@ TEST_F(ConsoleTest, theStateIsWhatTheExtensionHolds) {
 }
 
 TEST_F(ConsoleTest, beforeTheFirstMenuThereAreNoTargets) {
-  EXPECT_EQ(JSON::parse(perform(R"({"do":"state"})"))->member("targetUrls")->text(), "null");
+  EXPECT_EQ(JSON::parse(perform(R"({"do":"state"})")).value().member("targetUrls")->text(), "null");
 }
 
 TEST_F(ConsoleTest, aFolderSeenByItsFilesAloneIsCalledByWhereTheyAre) {

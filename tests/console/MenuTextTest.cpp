@@ -12,7 +12,7 @@ TEST(MenuText, isATreeWithTheNumberThatChoosesEachItem) {
       R"({"items":[{"title":"Rename","enabled":true},
                    {"title":"Compress","enabled":true,"items":[{"title":"TAR","enabled":true,"items":[{"title":"GZIP","enabled":true}]}]},
                    {"title":"Gone","enabled":false}]})");
-  EXPECT_EQ(menuText(*menu),
+  EXPECT_EQ(menuText(menu.value()),
             "    1  Rename\n"
             "    2  Compress\n"
             "        2.1  TAR\n"

@@ -96,7 +96,7 @@ class Dispatch : public ExtensionTest {
     EXPECT_NE(extension->portMonitor(), nullptr) << what;
     EXPECT_THAT(observedIn("/w"), ElementsAre("/w/a.txt")) << what;
     ASSERT_TRUE(extension->targetUrls()) << what;
-    EXPECT_EQ(extension->targetUrls()->size(), 1u) << what;
+    EXPECT_EQ(extension->targetUrls().value().size(), 1u) << what;
     EXPECT_EQ(extension->archives().count(), 1u) << what;
     EXPECT_EQ(extension->archiveMenus().count(), 1u) << what;
     EXPECT_EQ(extension->senderObjects().count("expand:"), 1u) << what;
@@ -217,8 +217,8 @@ TEST_F(Dispatch, arraysThatHoldMoreThanURLsLeaveTheTargets) {
   for (const Object& second : {Object(platform::Null()), Object("file:///w"), Object(platform::Array())}) {
     receive(DTMessage("setTargetUrls:", Object(platform::Array{Object(fileURL("/w")), second})));
     ASSERT_TRUE(extension->targetUrls());
-    ASSERT_EQ(extension->targetUrls()->size(), 1u);
-    EXPECT_EQ(extension->targetUrls()->front().path(), "/w/a.txt");
+    ASSERT_EQ(extension->targetUrls().value().size(), 1u);
+    EXPECT_EQ(extension->targetUrls().value().front().path(), "/w/a.txt");
   }
 }
 
@@ -260,7 +260,7 @@ TEST_F(Dispatch, everyOperationWithOneObjectArgumentIsInTheTable) {
   EXPECT_THAT(takeSummaries(), ElementsAre("pingPortName: G.Sync.4711"));
   receive(DTMessage("setTargetUrls:", Object(platform::Array{Object(fileURL("/w"))})));
   ASSERT_TRUE(extension->targetUrls());
-  EXPECT_EQ(extension->targetUrls()->at(0).path(), "/w");
+  EXPECT_EQ(extension->targetUrls().value().at(0).path(), "/w");
   receive(DTMessage("setTargetUrls:", Object()));
   EXPECT_FALSE(extension->targetUrls());
   receiveArchive("/w/a.txt", archive("a.txt", leaf("x", 1)));

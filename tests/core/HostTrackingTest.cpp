@@ -202,7 +202,7 @@ TEST_F(HostTracking, theExitOfTheHostDropsThePortAndTheCachesAndKeepsTheRest) {
   EXPECT_EQ(extension->senderObjects().count("expand:"), 1u);
   EXPECT_THAT(observedIn("/w"), ElementsAre("/w/a.zip"));
   ASSERT_TRUE(extension->targetUrls());
-  EXPECT_EQ(extension->targetUrls()->size(), 1u);
+  EXPECT_EQ(extension->targetUrls().value().size(), 1u);
   EXPECT_THAT(fakes.calls.take(), ElementsAre("invalidate port G.App", "release port G.App", "cancel watch on process 900"));
 }
 

@@ -79,11 +79,11 @@ TEST_F(URLFacts, factsAnswerTheProperty) {
   EXPECT_TRUE(isDirectory(files, at("/v/folder")));
   EXPECT_TRUE(isSymbolicLink(files, at("/v/link")));
   EXPECT_TRUE(isAliasFile(files, at("/v/link")));
-  EXPECT_EQ(creationDate(files, url)->secondsSinceReferenceDate, 1);
-  EXPECT_EQ(contentModificationDate(files, url)->secondsSinceReferenceDate, 2);
-  EXPECT_EQ(attributeModificationDate(files, url)->secondsSinceReferenceDate, 3);
-  EXPECT_EQ(addedToDirectoryDate(files, url)->secondsSinceReferenceDate, 4);
-  EXPECT_EQ(parentUrl(files, url)->path(), "/v/folder");
+  EXPECT_EQ(creationDate(files, url).value().secondsSinceReferenceDate, 1);
+  EXPECT_EQ(contentModificationDate(files, url).value().secondsSinceReferenceDate, 2);
+  EXPECT_EQ(attributeModificationDate(files, url).value().secondsSinceReferenceDate, 3);
+  EXPECT_EQ(addedToDirectoryDate(files, url).value().secondsSinceReferenceDate, 4);
+  EXPECT_EQ(parentUrl(files, url).value().path(), "/v/folder");
   EXPECT_FALSE(parentUrl(files, at("/")));
   EXPECT_EQ(icon(files, url)->name, "icon of /v/folder/file");
 }
@@ -135,7 +135,7 @@ TEST_F(URLFacts, theParentIsThePropertyAndNotThePathsText) {
 
 TEST_F(URLFacts, theLastUseComesFromTheMetadataStore) {
   files.lastUsed["/v/beside"] = Date{5};
-  EXPECT_EQ(DTExtension::lastUsedDate(files, at("/v/beside"))->secondsSinceReferenceDate, 5);
+  EXPECT_EQ(DTExtension::lastUsedDate(files, at("/v/beside")).value().secondsSinceReferenceDate, 5);
   EXPECT_THAT(calls.take(), ElementsAre("metadata kMDItemLastUsedDate of /v/beside"));
 }
 

@@ -131,7 +131,7 @@ TEST_F(RunningHost, anArchiveIsAnsweredWithItsTreeAndItsIdentity) {
   ASSERT_TRUE(argument);
   EXPECT_EQ(argument->entries.size(), 2u);
   const auto identity = files.fileResourceIdentifier(platform::URL::fileURLWithPath(path));
-  EXPECT_EQ(*argument->objectForKey("2")->get<Data>(), Data(identity->bytes().begin(), identity->bytes().end()));
+  EXPECT_EQ(*argument->objectForKey("2")->get<Data>(), Data(identity.value().bytes().begin(), identity.value().bytes().end()));
   const auto tree = argument->objectForKey("1")->instance<DTTreeNode>();
   ASSERT_TRUE(tree);
   EXPECT_EQ(tree->representedObject()->name(), "my archive.tar");

@@ -79,29 +79,29 @@ TEST_F(ActionRequests, eachOperationSendsTheCommandOfItsOwnName) {
 
 TEST_F(ActionRequests, aNegativeTagIsSentUnchanged) {
   select({"/w/1"});
-  choose(*menu(), {"Delete…"});
+  choose(menu().value(), {"Delete…"});
   expectOption("delete:", -203, {"/w/1"});
-  choose(*menu(), {"Secure Delete…", "Ultra Security (35 passes)"});
+  choose(menu().value(), {"Secure Delete…", "Ultra Security (35 passes)"});
   expectOption("delete:", -208, {"/w/1"});
 }
 
 TEST_F(ActionRequests, compressTarGzipSendsFormatAndFlagInOneTag) {
   select({"/w/1"});
-  choose(*menu(), {"Compress", "TAR", "GZIP"});
+  choose(menu().value(), {"Compress", "TAR", "GZIP"});
   expectOption("compress:", 0x4000002, {"/w/1"});
 }
 
 TEST_F(ActionRequests, plainAndCombinedPermissionsDifferByTheirTag) {
   select({"/w/1", "/w/2"});
-  choose(*menu(), {"Permissions…"});
+  choose(menu().value(), {"Permissions…"});
   expectOption("showPermissions:", 0, {"/w/1", "/w/2"});
-  choose(*menu(), {"More", "Combined Permissions…"});
+  choose(menu().value(), {"More", "Combined Permissions…"});
   expectOption("showPermissions:", 1, {"/w/1", "/w/2"});
 }
 
 TEST_F(ActionRequests, aChecksumLeavesFoldersOutAndKeepsTheOrder) {
   select({"/w/2", "/w/folder", "/w/1"});
-  choose(*menu(), {"More", "Checksum…", "SHA-2:256"});
+  choose(menu().value(), {"More", "Checksum…", "SHA-2:256"});
   expectOption("showChecksum:", 6, {"/w/2", "/w/1"});
 }
 
@@ -136,7 +136,7 @@ TEST_F(ActionRequests, actionsWithoutAnOptionSendTheBareArray) {
 TEST_F(ActionRequests, anEntryIsSentAsItsIndexPath) {
   receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1), folder("f", 2, leaf("y", 3), folder("g", 4, leaf("z", 5)))));
   select({"/w/a.zip"});
-  choose(*menu(), {"a.zip", "f", "g", "z"});
+  choose(menu().value(), {"a.zip", "f", "g", "z"});
   const DTMessage message = onlyMessage();
   EXPECT_EQ(message.selector(), "expand:");
   const auto* url = half(message, "1").get<platform::URL>();
@@ -149,8 +149,8 @@ TEST_F(ActionRequests, theItemOfAnEmptyArchiveSendsTheEmptyIndexPath) {
   receiveArchive("/w/a.zip", archive("a.zip"));
   select({"/w/a.zip"});
   const auto shown = menu();
-  EXPECT_EQ(itemIn(*shown, {"a.zip"})->submenu, nullptr);
-  choose(*shown, {"a.zip"});
+  EXPECT_EQ(itemIn(shown.value(), {"a.zip"})->submenu, nullptr);
+  choose(shown.value(), {"a.zip"});
   const DTMessage message = onlyMessage();
   ASSERT_TRUE(half(message, "2").get<IndexPath>());
   EXPECT_THAT(half(message, "2").get<IndexPath>()->indexes, IsEmpty());
@@ -160,7 +160,7 @@ TEST_F(ActionRequests, ofTwoEntriesWithOneNumberTheOneVisitedLastIsSentForBoth) 
   receiveArchive("/w/a.zip", archive("a.zip", folder("f", 1, leaf("x", 7)), leaf("y", 7)));
   select({"/w/a.zip"});
   for (const auto& titles : {std::vector<std::string>{"a.zip", "f", "x"}, {"a.zip", "y"}}) {
-    choose(*menu(), titles);
+    choose(menu().value(), titles);
     EXPECT_THAT(half(onlyMessage(), "2").get<IndexPath>()->indexes, ElementsAre(1));
   }
 }
@@ -168,7 +168,7 @@ TEST_F(ActionRequests, ofTwoEntriesWithOneNumberTheOneVisitedLastIsSentForBoth) 
 TEST_F(ActionRequests, aFolderIsVisitedBeforeTheEntriesInIt) {
   receiveArchive("/w/a.zip", archive("a.zip", folder("f", 7, leaf("x", 7))));
   select({"/w/a.zip"});
-  choose(*menu(), {"a.zip", "f", "x"});
+  choose(menu().value(), {"a.zip", "f", "x"});
   const DTMessage message = onlyMessage();
   ASSERT_TRUE(half(message, "2").get<IndexPath>());
   EXPECT_THAT(half(message, "2").get<IndexPath>()->indexes, ElementsAre(0, 0));
@@ -186,9 +186,9 @@ TEST_F(ActionRequests, anEntryNumberedBeyondTheSignedRangeIsNotFoundAgainAndNoth
   receiveArchive("/w/a.zip", archive("a.zip", leaf("x", UINT64_MAX), leaf("y", INT64_MAX)));
   select({"/w/a.zip"});
   const auto shown = menu();
-  choose(*shown, {"a.zip", "x"});
+  choose(shown.value(), {"a.zip", "x"});
   EXPECT_THAT(takeMessages(), IsEmpty());
-  choose(*shown, {"a.zip", "y"});
+  choose(shown.value(), {"a.zip", "y"});
   EXPECT_THAT(half(onlyMessage(), "2").get<IndexPath>()->indexes, ElementsAre(1));
 }
 
@@ -218,13 +218,13 @@ TEST_F(ActionRequests, anArchiveThatVanishedIsNotSent) {
   select({"/w/a.zip"});
   const auto shown = menu();
   fakes.fileManager.remove("/w/a.zip");
-  choose(*shown, {"a.zip", "x"});
+  choose(shown.value(), {"a.zip", "x"});
   EXPECT_THAT(takeMessages(), IsEmpty());
 }
 
 TEST_F(ActionRequests, anItemWithoutAnActionDoesNothing) {
   select({"/w/1"});
-  extension->sendAction(menu()->items.back());
+  extension->sendAction(menu().value().items.back());
   EXPECT_THAT(takeMessages(), IsEmpty());
 }
 
@@ -247,6 +247,6 @@ TEST_F(ActionRequests, withTheHostGoneAChoiceVanishesWithoutAReport) {
   const auto shown = menu();
   quitHost();
   fakes.calls.take();
-  choose(*shown, {"Rename…"});
+  choose(shown.value(), {"Rename…"});
   EXPECT_THAT(fakes.distributedNotificationCenter.posted, IsEmpty());
 }

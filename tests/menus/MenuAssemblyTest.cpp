@@ -76,8 +76,8 @@ TEST_F(MenuAssembly, theBackgroundOfAFolderActsOnThatFolder) {
   fakes.finderSyncController.target = fileURL("/w/folder");
   const auto shown = menu(1);
   ASSERT_TRUE(shown);
-  ASSERT_EQ(extension->targetUrls()->size(), 1u);
-  EXPECT_EQ(extension->targetUrls()->front().path(), "/w/folder");
+  ASSERT_EQ(extension->targetUrls().value().size(), 1u);
+  EXPECT_EQ(extension->targetUrls().value().front().path(), "/w/folder");
   EXPECT_THAT(titlesOf(*shown), ElementsAre("Delete…", "Secure Delete…", "Compress", "Rename…", "Size Browser…", "Permissions…",
                                             "Access Control List…"));
 }
@@ -88,14 +88,14 @@ TEST_F(MenuAssembly, aSelectionGoesBeforeTheTargetedFolderInMenusOfEveryKind) {
     select({"/w/file", "/w/other"});
     ASSERT_TRUE(menu(kind));
     ASSERT_TRUE(extension->targetUrls());
-    EXPECT_EQ(extension->targetUrls()->size(), 2u) << "kind " << kind;
+    EXPECT_EQ(extension->targetUrls().value().size(), 2u) << "kind " << kind;
     extension->setTargetUrls(std::nullopt);
   }
 }
 
 TEST_F(MenuAssembly, withoutSelectionAndFolderThereIsNoMenu) {
   EXPECT_FALSE(menu());
-  EXPECT_TRUE(extension->targetUrls()->empty());
+  EXPECT_TRUE(extension->targetUrls().value().empty());
 }
 
 TEST_F(MenuAssembly, oneFileWithTheDefaultListsGetsItsCommandsInOrderAndChecksumUnderMore) {
@@ -111,14 +111,14 @@ TEST_F(MenuAssembly, oneFileWithTheDefaultListsGetsItsCommandsInOrderAndChecksum
 TEST_F(MenuAssembly, anArchiveWithAKnownTreeStandsInItsPlaceInTheList) {
   receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1)));
   select({"/w/a.zip"});
-  EXPECT_THAT(titlesOf(*menu()), ElementsAre("Delete…", "Secure Delete…", "Compress", "a.zip", "Rename…", "Permissions…",
-                                             "Access Control List…", "More"));
+  EXPECT_THAT(titlesOf(menu().value()), ElementsAre("Delete…", "Secure Delete…", "Compress", "a.zip", "Rename…", "Permissions…",
+                                                    "Access Control List…", "More"));
 }
 
 TEST_F(MenuAssembly, moreIsLeftOutWhenNoneOfItsCommandsApplies) {
   set("DTContextualMenuItems", lists({tag(1)}, {tag(2), tag(10), tag(99)}));
   select({"/w/file"});
-  EXPECT_THAT(titlesOf(*menu()), ElementsAre("Permissions…"));
+  EXPECT_THAT(titlesOf(menu().value()), ElementsAre("Permissions…"));
 }
 
 TEST_F(MenuAssembly, whenNoCommandAppliesTheMenuIsEmptyAndNotNone) {
@@ -133,14 +133,14 @@ TEST_F(MenuAssembly, theListsOrderIsKeptAndATagListedTwiceStandsTwice) {
   set("DTContextualMenuItems", lists({tag(4), tag(1), tag(4)}, {tag(3), tag(3)}));
   select({"/w/file"});
   const auto shown = menu();
-  EXPECT_THAT(titlesOf(*shown), ElementsAre("Rename…", "Permissions…", "Rename…", "More"));
-  EXPECT_THAT(titlesOf(*shown->items.back().submenu), ElementsAre("Access Control List…", "Access Control List…"));
+  EXPECT_THAT(titlesOf(shown.value()), ElementsAre("Rename…", "Permissions…", "Rename…", "More"));
+  EXPECT_THAT(titlesOf(*shown.value().items.back().submenu), ElementsAre("Access Control List…", "Access Control List…"));
 }
 
 TEST_F(MenuAssembly, whatIsNoKnownTagIsSkippedWithoutALogLine) {
   set("DTContextualMenuItems", lists({tag(0), tag(11), Object("1"), Object(), Object(true), tag(4)}, {}));
   select({"/w/file"});
-  EXPECT_THAT(titlesOf(*menu()), ElementsAre("Permissions…", "Rename…")) << "a yes counts as the number 1";
+  EXPECT_THAT(titlesOf(menu().value()), ElementsAre("Permissions…", "Rename…")) << "a yes counts as the number 1";
   EXPECT_THAT(fakes.log.lines, IsEmpty());
 }
 
@@ -149,26 +149,26 @@ TEST_F(MenuAssembly, listsOfAWrongTypeReadAsEmpty) {
   for (const Object& wrong : {Object("7"), Object(Array{tag(7)}), Object(true)}) {
     set("DTContextualMenuItems", wrong);
     ASSERT_TRUE(menu()) << "an empty menu, not none";
-    EXPECT_THAT(menu()->items, IsEmpty());
+    EXPECT_THAT(menu().value().items, IsEmpty());
   }
   Dictionary oddities;
   oddities.add("DTRootMenuItems", Object("7"));
   oddities.add("DTMoreMenuItems", Object(true));
   set("DTContextualMenuItems", Object(oddities));
-  EXPECT_THAT(menu()->items, IsEmpty());
+  EXPECT_THAT(menu().value().items, IsEmpty());
   set("DTContextualMenuItems", Object(Dictionary()));
-  EXPECT_THAT(menu()->items, IsEmpty());
+  EXPECT_THAT(menu().value().items, IsEmpty());
 }
 
 TEST_F(MenuAssembly, theToolbarsListsAndFlagAreItsOwn) {
   set("DTToolbarItemMenuItems", lists({tag(4)}, {}));
   set("DTToolbarItemMenuItemsIconShown", true);
   select({"/w/file"});
-  EXPECT_THAT(titlesOf(*menu(3)), ElementsAre("Rename…"));
-  EXPECT_NE(menu(3)->items[0].image, nullptr);
-  EXPECT_EQ(menu(0)->items.size(), 7u);
-  EXPECT_EQ(menu(0)->items[0].image, nullptr);
-  EXPECT_EQ(menu(1)->items[0].image, nullptr);
+  EXPECT_THAT(titlesOf(menu(3).value()), ElementsAre("Rename…"));
+  EXPECT_NE(menu(3).value().items[0].image, nullptr);
+  EXPECT_EQ(menu(0).value().items.size(), 7u);
+  EXPECT_EQ(menu(0).value().items[0].image, nullptr);
+  EXPECT_EQ(menu(1).value().items[0].image, nullptr);
 }
 
 TEST_F(MenuAssembly, iconsStandOnTheTopLevelAndMoreButNotOnTheArchiveNorInsideMore) {
@@ -206,8 +206,8 @@ TEST_F(MenuAssembly, withoutTheFlagTheArchivesItemStillHasItsIcon) {
   receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1)));
   select({"/w/a.zip"});
   const auto shown = menu();
-  EXPECT_EQ(shown->items.front().image, nullptr);
-  EXPECT_NE(itemIn(*shown, {"a.zip"})->image, nullptr);
+  EXPECT_EQ(shown.value().items.front().image, nullptr);
+  EXPECT_NE(itemIn(shown.value(), {"a.zip"})->image, nullptr);
 }
 
 TEST_F(MenuAssembly, theMenuIconIsMadeOnceInAProcess) {
@@ -224,7 +224,7 @@ TEST_F(MenuAssembly, withoutAnApplicationIconTheMenuIconIsEmpty) {
   fakes.workspace.hasImages = false;
   set("DTContextualMenuItemsIconShown", true);
   select({"/w/file"});
-  EXPECT_TRUE(menu()->items.front().image->representations.empty());
+  EXPECT_TRUE(menu().value().items.front().image->representations.empty());
 }
 
 TEST_F(MenuAssembly, theArchivesItemInsideMoreIsTheCachedOne) {
@@ -232,7 +232,7 @@ TEST_F(MenuAssembly, theArchivesItemInsideMoreIsTheCachedOne) {
   receiveArchive("/w/a.zip", archive("a.zip", leaf("x", 1)));
   select({"/w/a.zip"});
   const auto shown = menu();
-  EXPECT_EQ(shown->items[0].submenu, shown->items[1].submenu->items[0].submenu);
+  EXPECT_EQ(shown.value().items[0].submenu, shown.value().items[1].submenu->items[0].submenu);
 }
 
 TEST_F(MenuAssembly, eachRequestRecordsItsOwnTargets) {
@@ -240,5 +240,5 @@ TEST_F(MenuAssembly, eachRequestRecordsItsOwnTargets) {
   menu();
   select({"/w/other"});
   menu(3);
-  EXPECT_EQ(extension->targetUrls()->front().path(), "/w/other");
+  EXPECT_EQ(extension->targetUrls().value().front().path(), "/w/other");
 }

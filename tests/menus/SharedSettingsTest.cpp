@@ -40,7 +40,7 @@ TEST_F(SharedSettings, withoutTheEntitlementThereIsNoStoreForTheRestOfTheProcess
   extension->setApplicationPid(hostPid);
   select({"/w/a"});
   ASSERT_TRUE(menu());
-  EXPECT_THAT(menu()->items, IsEmpty());
+  EXPECT_THAT(menu().value().items, IsEmpty());
   EXPECT_THAT(fakes.log.lines, IsEmpty());
 }
 

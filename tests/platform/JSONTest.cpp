@@ -181,7 +181,7 @@ TEST(JSONText, ofEqualKeysTheLastCounts) {
   EXPECT_EQ(*value->stringMember("a"), "2");
   EXPECT_EQ(value->member("c"), nullptr);
   EXPECT_EQ(JSON(1).member("a"), nullptr);
-  EXPECT_EQ(JSON::parse("{\"a\":1}")->stringMember("a"), nullptr);
+  EXPECT_EQ(JSON::parse("{\"a\":1}").value().stringMember("a"), nullptr);
 }
 
 TEST(JSONText, onlyAnObjectTakesMembers) {

@@ -136,7 +136,7 @@ TEST_F(FinderSyncBrowserTest, theExtensionSeesTheSelectionAndTheTargetAsTheyWere
   browser.setTargetedURL(at("/home/other"));
   ASSERT_EQ(browser.selectedItemURLs().size(), 1u);
   EXPECT_EQ(browser.selectedItemURLs()[0].path(), "/home/other/file.zip");
-  EXPECT_EQ(browser.targetedURL()->path(), "/home/other");
+  EXPECT_EQ(browser.targetedURL().value().path(), "/home/other");
 }
 
 TEST_F(FinderSyncBrowserTest, aFolderBeginsWithItsFirstWindowAndEndsWithItsLast) {
