@@ -49,19 +49,24 @@ class RunLoopSource {
 
 enum class RunLoopMode { common };
 
+/// The way to a listener, which is a process: a connection that the listener drops is made again without a word, and the port is
+/// invalid only while it does not listen.
 class RemoteMessagePort {
  public:
-  /// Releases the handle; does not invalidate it for the peer.
+  /// Releases the handle; does not invalidate it for the peer. What it still has to deliver may be lost.
   virtual ~RemoteMessagePort() = default;
 
-  /// Sends one record. Returns at once, or after `sendTimeout` seconds at most when the peer does not read; a port that has
-  /// not drained since its last time-out may answer `sendTimeout` at once. No reply is awaited without a reply mode, which
-  /// this interface does not have, so `receiveTimeout` plays no part. `becameInvalid` when the peer is found gone, from then on
-  /// `isInvalid`. On failure the record is lost and nothing of it arrives.
+  /// Sends one record. `success` means that it is accepted: records are delivered in the order of their sends, each once, as the
+  /// listener reads, at once or later from the main loop; they are lost with the port, with the listener's end, and with a
+  /// connection that the listener closes before it has read them. When the listener does not read, a bounded number of bytes is
+  /// accepted; beyond it a send waits `sendTimeout` seconds at most for room, and a port that has not drained since its last time-out
+  /// may answer `sendTimeout` at once. No reply is awaited without a reply mode, which this interface does not have, so
+  /// `receiveTimeout` plays no part. `becameInvalid` when the listener is found gone, from then on `isInvalid` until it listens
+  /// again. On failure nothing of the record arrives.
   virtual MessagePortStatus sendRequest(std::int32_t messageId, ByteView data, double sendTimeout, double receiveTimeout) = 0;
   /// Whether the peer still listens, as far as the system knows by now. Never waits.
-  virtual bool isValid() const = 0;
-  /// Cuts the connection. Any later send answers `isInvalid`.
+  virtual bool isValid() = 0;
+  /// Cuts the connection and drops what waits. Any later send answers `isInvalid`.
   virtual void invalidate() = 0;
 };
 

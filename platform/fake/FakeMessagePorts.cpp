@@ -47,11 +47,11 @@ class FakeRemotePort final : public RemoteMessagePort {
                     std::to_string(sendTimeout).substr(0, 3) + " and " + std::to_string(receiveTimeout).substr(0, 3));
     if (isInvalid_) return MessagePortStatus::isInvalid;
     const MessagePortStatus status = ports_.send(name_, data);
-    isInvalid_ = status == MessagePortStatus::becameInvalid;
-    return status;
+    const bool isFoundGone = status == MessagePortStatus::becameInvalid;
+    return std::exchange(isGone_, isFoundGone) && isFoundGone ? MessagePortStatus::isInvalid : status;
   }
 
-  bool isValid() const override { return !isInvalid_ && (ports_.localPorts_.contains(name_) || ports_.received_.contains(name_)); }
+  bool isValid() override { return !isInvalid_ && (ports_.localPorts_.contains(name_) || ports_.received_.contains(name_)); }
 
   void invalidate() override {
     ports_.log_.add("invalidate port " + name_);
@@ -62,6 +62,7 @@ class FakeRemotePort final : public RemoteMessagePort {
   FakeMessagePorts& ports_;
   std::string name_;
   bool isInvalid_ = false;
+  bool isGone_ = false;
 };
 
 std::vector<Data> FakeMessagePorts::takeReceived(const std::string& name) {

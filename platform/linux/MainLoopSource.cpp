@@ -11,7 +11,7 @@ namespace {
 
 using Handler = std::function<void()>;
 
-gboolean runAtReadable(gint, GIOCondition, gpointer handler) {
+gboolean runAtReady(gint, GIOCondition, gpointer handler) {
   (*static_cast<Handler*>(handler))();
   return G_SOURCE_CONTINUE;
 }
@@ -35,9 +35,21 @@ void MainLoopSource::Destroy::operator()(GSource* source) const {
 }
 
 MainLoopSource MainLoopSource::whenReadable(int descriptor, Handler handler, int order) {
-  GSource* source = g_unix_fd_source_new(descriptor, G_IO_IN);
-  g_source_set_priority(source, G_PRIORITY_DEFAULT + std::clamp(order, -100, 100));
-  attach(source, reinterpret_cast<GSourceFunc>(reinterpret_cast<void*>(runAtReadable)), std::move(handler));
+  const int priority = G_PRIORITY_DEFAULT + std::clamp(order, -100, 100);
+  return onDescriptor(g_unix_fd_source_new(descriptor, G_IO_IN), priority, std::move(handler));
+}
+
+MainLoopSource MainLoopSource::firstWhenReadable(int descriptor, Handler handler) {
+  return onDescriptor(g_unix_fd_source_new(descriptor, G_IO_IN), 10 * G_PRIORITY_HIGH, std::move(handler));
+}
+
+MainLoopSource MainLoopSource::whenWritable(int descriptor, Handler handler) {
+  return onDescriptor(g_unix_fd_source_new(descriptor, G_IO_OUT), G_PRIORITY_DEFAULT, std::move(handler));
+}
+
+MainLoopSource MainLoopSource::onDescriptor(GSource* source, int priority, Handler handler) {
+  g_source_set_priority(source, priority);
+  attach(source, reinterpret_cast<GSourceFunc>(reinterpret_cast<void*>(runAtReady)), std::move(handler));
   return MainLoopSource(source);
 }
 

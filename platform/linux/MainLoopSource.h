@@ -16,6 +16,10 @@ class MainLoopSource {
   /// Runs `handler` whenever `descriptor` is readable or at its end. `order` 0 is the usual priority, greater
   /// ones come later.
   static MainLoopSource whenReadable(int descriptor, std::function<void()> handler, int order = 0);
+  /// The same, before whatever else is ready, the browser's own events too.
+  static MainLoopSource firstWhenReadable(int descriptor, std::function<void()> handler);
+  /// Runs `handler` whenever `descriptor` takes bytes or has lost its other end.
+  static MainLoopSource whenWritable(int descriptor, std::function<void()> handler);
   /// Runs `handler` once, at the next turn of the loop.
   static MainLoopSource soon(std::function<void()> handler);
   /// Runs `handler` once, after that many milliseconds.
@@ -29,6 +33,7 @@ class MainLoopSource {
     void operator()(GSource* source) const;
   };
   explicit MainLoopSource(GSource* source) : source_(source) {}
+  static MainLoopSource onDescriptor(GSource* source, int priority, std::function<void()> handler);
   static MainLoopSource once(GSource* source, std::function<void()> handler);
 
   std::unique_ptr<GSource, Destroy> source_;

@@ -7,12 +7,12 @@
 #include <sys/types.h>
 
 #include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "platform/Log.h"
 #include "platform/MessagePort.h"
+#include "platform/linux/ports/Connector.h"
 #include "platform/linux/ports/LocalPort.h"
 
 namespace platform::native {
@@ -30,23 +30,19 @@ class LinuxMessagePorts final : public MessagePorts {
   std::unique_ptr<RunLoopSource> createRunLoopSource(LocalMessagePort& port, int order) override;
   void addSourceToCurrentRunLoop(RunLoopSource& source, RunLoopMode mode) override;
 
-  /// A listener whose queue is full is waited for once: until a connect succeeds again, later ones to that
-  /// name do not wait. Also publishes a local port again whose file somebody removed, as a peer that is
+  /// Waits as the connector does. Also publishes a local port again whose file somebody removed, as a peer that is
   /// greeted over the new connection will look for it.
   std::unique_ptr<RemoteMessagePort> createRemote(std::string_view name) override;
 
  private:
   struct Source;
 
-  std::optional<PortFolder> openFolder(PortFolder::Missing missing);
   void refreshLocalPorts();
-  Descriptor connect(const PortFolder& folder, const std::string& name);
 
   Log& log_;
-  std::string folder_;
   uid_t user_;
+  std::shared_ptr<Connector> connector_;
   std::vector<std::shared_ptr<LocalPort>> ports_;  // those that were closed go when the next one is made
-  std::set<std::string, std::less<>> unanswering_;
 };
 
 }  // namespace platform::native

@@ -24,11 +24,14 @@ class SocketAddress {
   sockaddr_un address_{.sun_family = AF_UNIX, .sun_path = {}};
 };
 
-/// Whether the process that connected, or that listens, runs as `user` (unix(7), SO_PEERCRED).
-inline bool isPeerOfUser(int socket, uid_t user) {
-  ucred peer = {};
+/// The process that connected, or that listens (unix(7), SO_PEERCRED); user and process -1 when that cannot be told.
+inline ucred peerOf(int socket) {
+  ucred peer = {.pid = -1, .uid = static_cast<uid_t>(-1), .gid = static_cast<gid_t>(-1)};
   socklen_t length = sizeof(peer);
-  return ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0 && peer.uid == user;
+  ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &length);
+  return peer;
 }
+
+inline bool isPeerOfUser(int socket, uid_t user) { return peerOf(socket).uid == user; }
 
 }  // namespace platform::native

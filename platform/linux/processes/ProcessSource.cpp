@@ -85,7 +85,8 @@ void LinuxProcessSources::Source::watchExit(Registry& registry) {
   descriptor_.reset(static_cast<int>(::syscall(SYS_pidfd_open, process_, 0)));
   const int error = descriptor_ ? 0 : errno;
   if (error == 0) {
-    exit_ = MainLoopSource::whenReadable(descriptor_.get(), [this] { exited(); });
+    // What follows an end, as the next host's announcement does, is not to be heard before it.
+    exit_ = MainLoopSource::firstWhenReadable(descriptor_.get(), [this] { exited(); });
   } else if (error == ESRCH) {
     exit_ = MainLoopSource::soon([this] { exited(); });
   } else {

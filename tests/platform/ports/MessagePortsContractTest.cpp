@@ -132,6 +132,20 @@ TYPED_TEST(MessagePortsContract, aRecordSentBeforeThePortWasReleasedStillArrives
   EXPECT_EQ(this->received.records.front(), bytes("last words"));
 }
 
+TYPED_TEST(MessagePortsContract, megabytesWaitForAListenerThatDoesNotReadYetAndArriveInOrder) {
+  LocalMessagePort* local = this->open("G.App");
+  const auto remote = this->backend.ports.createRemote("G.App");
+  std::vector<Data> sent;
+  for (std::size_t i = 0; i < 3000; ++i) {
+    sent.push_back(patterned(i % 100 == 3 ? 70'000 : 1000 + i));
+    ASSERT_EQ(this->send(*remote, sent.back()), MessagePortStatus::success) << i;
+  }
+  this->read(local);
+  ASSERT_TRUE(this->runUntilReceived(sent.size()));
+  this->backend.runUntil([] { return true; });
+  EXPECT_EQ(this->received.records, sent);
+}
+
 TYPED_TEST(MessagePortsContract, aTakenNameOpensNoSecondPort) {
   ASSERT_NE(this->open("G.App"), nullptr);
   EXPECT_EQ(this->open("G.App"), nullptr);

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <functional>
 
 #include "tests/platform/ports/LinuxPortsFixture.h"
 
@@ -49,13 +50,36 @@ class PortFaults : public LinuxPortsTest {
     EXPECT_EQ(host->hear(), 'o');
     return host;
   }
-  // Sends until the stopped host's socket is full.
+  // A host that opens its port and tells once whether so many records came, each as it was sent and in their order.
+  std::unique_ptr<PeerProcess> startCheckingHost(std::size_t count, std::function<Data(std::size_t)> sent) {
+    auto host = std::make_unique<PeerProcess>([this, count, sent](const auto& line) {
+      listen();
+      line.tell('o');
+      bool isRight = runUntilReceived(count);
+      pumpReady();
+      for (std::size_t i = 0; isRight && i < count; ++i) isRight = received[i] == sent(i);
+      line.tell(isRight && received.size() == count ? 'y' : 'n');
+      return static_cast<int>(line.hear());
+    });
+    EXPECT_EQ(host->hear(), 'o');
+    return host;
+  }
+  // Sends until the port takes no more from the stopped host's browser.
   std::size_t fill(platform::RemoteMessagePort& remote, const Data& record) {
     std::size_t count = 0;
     while (send(remote, record, 0) == MessagePortStatus::success) ++count;
     return count;
   }
+  // Runs the loop, which sends what waits, until the host has told of so many records.
+  static bool runUntilRead(const PeerProcess& host, std::size_t count) {
+    return pumpUntil([&] {
+      for (; count > 0 && host.hasNews(); --count) EXPECT_EQ(host.hear(), 'r');
+      return count == 0;
+    });
+  }
 };
+
+const Data large(60000, 'x');
 
 TEST_F(PortFaults, aSendToAStoppedHostGivesUpAfterItsTime) {
   const auto host = startHost();
@@ -74,24 +98,100 @@ TEST_F(PortFaults, aSendToAStoppedHostGivesUpAfterItsTime) {
   EXPECT_LT(longest, 1.5);
 }
 
-TEST_F(PortFaults, aThousandSendsToAStoppedHostTakeOneSecondInAll) {
+TEST_F(PortFaults, threeThousandRecordsForAStoppedHostTakeNoTimeAndArriveOnceAndInOrder) {
+  // Among them some that travel in memory files.
+  const auto record = [](std::size_t i) {
+    Data numbered(i % 500 == 7 ? 100'000 : 1000, static_cast<std::uint8_t>(i));
+    numbered[0] = static_cast<std::uint8_t>(i >> 8);
+    return numbered;
+  };
+  const auto host = startCheckingHost(3001, record);
+  const auto remote = ports->createRemote("G.App");
+  host->stop();
+  const auto start = Clock::now();
+  for (std::size_t i = 0; i < 3000; ++i) ASSERT_EQ(send(*remote, record(i)), MessagePortStatus::success) << i;
+  EXPECT_LT(secondsSince(start), 0.5);
+  host->resume();
+  // While others wait a new one goes behind them.
+  ASSERT_EQ(send(*remote, record(3000)), MessagePortStatus::success);
+  EXPECT_TRUE(pumpUntil([&] { return host->hasNews(); }));
+  EXPECT_EQ(host->hear(), 'y');
+  EXPECT_TRUE(log.lines.empty());
+}
+
+TEST_F(PortFaults, whatWaitsForAStoppedHostIsBoundedAndExactlyWhatWasAcceptedArrives) {
   const auto host = startHost();
   const auto remote = ports->createRemote("G.App");
   host->stop();
-  std::size_t arrived = 0;
+  const std::size_t accepted = fill(*remote, large);
+  EXPECT_GE(accepted * large.size(), std::size_t{15} << 20);
+  EXPECT_LE(accepted * large.size(), std::size_t{17} << 20);
+  // One second in all, however many come: a port that timed out waits no more.
   const auto start = Clock::now();
-  for (int i = 0; i < 1000; ++i) arrived += send(*remote, Data(1000, 'x')) == MessagePortStatus::success;
-  EXPECT_GE(secondsSince(start), 1.0);
+  for (int i = 0; i < 1000; ++i) ASSERT_EQ(send(*remote, large), MessagePortStatus::sendTimeout);
   EXPECT_LT(secondsSince(start), 2.0);
-  EXPECT_GT(arrived, 10u);
-  EXPECT_LT(arrived, 1000u);
-
-  // Exactly those that were reported as sent arrive, and the port works again.
   host->resume();
-  for (std::size_t i = 0; i < arrived; ++i) ASSERT_EQ(host->hear(), 'r');
-  EXPECT_FALSE(host->hasNews());
+  EXPECT_TRUE(runUntilRead(*host, accepted));
   EXPECT_EQ(send(*remote, bytes("a")), MessagePortStatus::success);
-  EXPECT_EQ(host->hear(), 'r');
+  EXPECT_TRUE(runUntilRead(*host, 1));
+  EXPECT_FALSE(host->hasNews());
+}
+
+TEST_F(PortFaults, aRecordThatFitsNoQueueWaitsForTheHostItself) {
+  const auto host = startHost();
+  const auto remote = ports->createRemote("G.App");
+  host->stop();
+  for (int i = 0; i < 10; ++i) ASSERT_EQ(send(*remote, large), MessagePortStatus::success);
+  const Data huge(20'000'000, 'h');
+  EXPECT_EQ(send(*remote, huge, 0.1), MessagePortStatus::sendTimeout);
+  host->resume();
+  EXPECT_TRUE(runUntilRead(*host, 10));
+  host->stop();
+  for (int i = 0; i < 10; ++i) ASSERT_EQ(send(*remote, large), MessagePortStatus::success);
+  host->resume();
+  EXPECT_EQ(send(*remote, huge, 20), MessagePortStatus::success);
+  EXPECT_TRUE(runUntilRead(*host, 11));
+}
+
+TEST_F(PortFaults, whatWaitsGoesWithTheHost) {
+  auto host = startHost();
+  const auto remote = ports->createRemote("G.App");
+  host->stop();
+  for (int i = 0; i < 100; ++i) ASSERT_EQ(send(*remote, large), MessagePortStatus::success);
+  host->kill();
+  EXPECT_TRUE(pumpUntil([&] { return hasLogged("is gone with"); }));
+  host = startHost();
+  EXPECT_EQ(send(*remote, bytes("a")), MessagePortStatus::becameInvalid);
+  EXPECT_EQ(send(*remote, bytes("b")), MessagePortStatus::isInvalid);
+  pumpReady();
+  EXPECT_FALSE(host->hasNews());
+}
+
+TEST_F(PortFaults, whatWaitsGoesWithAnInvalidatedPort) {
+  const auto host = startHost();
+  const auto remote = ports->createRemote("G.App");
+  host->stop();
+  for (int i = 0; i < 100; ++i) ASSERT_EQ(send(*remote, large), MessagePortStatus::success);
+  remote->invalidate();
+  EXPECT_EQ(send(*remote, bytes("a")), MessagePortStatus::isInvalid);
+  host->resume();
+  // What the system had taken, a few packets, arrives.
+  ASSERT_TRUE(runUntilRead(*host, 1));
+  EXPECT_FALSE(pumpUntil([&, count = 1]() mutable { return host->hasNews() && host->hear() == 'r' && ++count > 10; },
+                         std::chrono::milliseconds(300)));
+}
+
+TEST_F(PortFaults, aPortWakesNobodyWhileTheHostStandsNorAfterAllIsRead) {
+  const auto host = startHost();
+  const auto remote = ports->createRemote("G.App");
+  EXPECT_FALSE(g_main_context_pending(nullptr));
+  host->stop();
+  for (int i = 0; i < 100; ++i) ASSERT_EQ(send(*remote, large), MessagePortStatus::success);
+  EXPECT_FALSE(g_main_context_pending(nullptr));
+  host->resume();
+  EXPECT_TRUE(runUntilRead(*host, 100));
+  pumpReady();
+  EXPECT_FALSE(g_main_context_pending(nullptr));
 }
 
 TEST_F(PortFaults, aPortThatDrainedWaitsItsTimeAgain) {
@@ -99,32 +199,33 @@ TEST_F(PortFaults, aPortThatDrainedWaitsItsTimeAgain) {
   const auto remote = ports->createRemote("G.App");
   for (int round = 0; round < 2; ++round) {
     host->stop();
-    const std::size_t arrived = fill(*remote, Data(1000, 'x'));
+    const std::size_t accepted = fill(*remote, large);
     host->resume();
-    for (std::size_t i = 0; i < arrived; ++i) ASSERT_EQ(host->hear(), 'r');
+    ASSERT_TRUE(runUntilRead(*host, accepted));
     host->stop();
-    EXPECT_EQ(send(*remote, bytes("a"), 0), MessagePortStatus::success);
-    const std::size_t more = fill(*remote, Data(1000, 'x'));
-    EXPECT_GT(more, 0u);
     const auto start = Clock::now();
-    EXPECT_EQ(send(*remote, Data(1000, 'x'), 10), MessagePortStatus::sendTimeout);
-    EXPECT_LT(secondsSince(start), 5);
+    std::size_t more = 0;
+    while (send(*remote, large, 0.3) == MessagePortStatus::success) ++more;
+    EXPECT_GE(secondsSince(start), 0.3);
     host->resume();
-    for (std::size_t i = 0; i < more + 1; ++i) ASSERT_EQ(host->hear(), 'r');
+    ASSERT_TRUE(runUntilRead(*host, more));
   }
 }
 
-TEST_F(PortFaults, aSendThatWaitsGoesOnWhenTheHostReads) {
-  const auto host = startHost();
+TEST_F(PortFaults, aSendThatFindsNoRoomGoesOnWhenTheHostReads) {
+  const auto record = [](std::size_t i) { return Data(60000, static_cast<std::uint8_t>(i)); };
+  const auto host = startCheckingHost(600, record);
   const auto remote = ports->createRemote("G.App");
   host->stop();
-  const std::size_t sent = fill(*remote, Data(60000, 'x'));
+  std::size_t count = 0;
+  while (send(*remote, record(count), 0) == MessagePortStatus::success) ++count;
+  ASSERT_LT(count, 600u);
   // A send that timed out marks the port; one that succeeds takes the mark away.
   host->resume();
-  for (std::size_t i = 0; i < sent; ++i) ASSERT_EQ(host->hear(), 'r');
-  ASSERT_EQ(send(*remote, bytes("a")), MessagePortStatus::success);
-  for (int i = 0; i < 100; ++i) ASSERT_EQ(send(*remote, Data(60000, 'x')), MessagePortStatus::success);
-  for (int i = 0; i < 101; ++i) ASSERT_EQ(host->hear(), 'r');
+  ASSERT_TRUE(pumpUntil([&] { return send(*remote, record(count), 0) == MessagePortStatus::success; }));
+  while (++count < 600) ASSERT_EQ(send(*remote, record(count), 20), MessagePortStatus::success) << count;
+  EXPECT_TRUE(pumpUntil([&] { return host->hasNews(); }));
+  EXPECT_EQ(host->hear(), 'y');
 }
 
 TEST_F(PortFaults, aHostThatEndedMakesThePortInvalidOnceAndForAll) {
@@ -172,7 +273,7 @@ TEST_F(PortFaults, aHostThatNeverAcceptedAndEndedMakesThePortInvalid) {
 
 TEST_F(PortFaults, aHostThatEndsWhileASendWaitsEndsTheWait) {
   const auto host = startHost();
-  const Data record(1000, 'x');
+  const Data& record = large;
   host->stop();
   const std::size_t room = fill(*ports->createRemote("G.App"), record);
   // A port that has not timed out yet waits for the first record too many.
@@ -258,6 +359,133 @@ TEST_F(PortFaults, moreConnectionsThanAreHeldWaitTheirTurn) {
   EXPECT_TRUE(runUntilReceived(held + 6));
 }
 
+// Peers that drop connections: the port is the listener's, not the connection's.
+
+TEST_F(PortFaults, aHostThatReopensItsPortGetsTheNextRecord) {
+  auto hosts = makePorts();
+  const auto reopen = [&] {
+    hosts.reset();
+    hosts = makePorts();
+    platform::LocalMessagePort* port = hosts->createLocal("G.App", keep, {1, &received});
+    hosts->addSourceToCurrentRunLoop(hosts->createRunLoopSource(*port, 0), platform::RunLoopMode::common);
+  };
+  reopen();
+  const auto remote = ports->createRemote("G.App");
+  for (std::size_t count = 1; count <= 20; ++count) {
+    ASSERT_EQ(send(*remote, Data{static_cast<std::uint8_t>(count)}), MessagePortStatus::success) << count;
+    ASSERT_TRUE(runUntilReceived(count));
+    reopen();
+    EXPECT_TRUE(remote->isValid());
+  }
+  for (std::size_t i = 0; i < 20; ++i) EXPECT_EQ(received[i], Data{static_cast<std::uint8_t>(i + 1)});
+}
+
+TEST_F(PortFaults, aPortIsInvalidWhileItsHostDoesNotListenAndNoLonger) {
+  auto hosts = makePorts();
+  hosts->createLocal("G.App", keep, {1, &received});
+  const auto remote = ports->createRemote("G.App");
+  hosts.reset();
+  EXPECT_FALSE(remote->isValid());
+  EXPECT_EQ(send(*remote, bytes("a")), MessagePortStatus::becameInvalid);
+  EXPECT_EQ(send(*remote, bytes("b")), MessagePortStatus::isInvalid);
+  listen();
+  EXPECT_EQ(send(*remote, bytes("c")), MessagePortStatus::success);
+  EXPECT_TRUE(remote->isValid());
+  ASSERT_TRUE(runUntilReceived(1));
+  EXPECT_EQ(received, std::vector<Data>{bytes("c")});
+}
+
+// A listener that treats its connections as it likes.
+class RawHost {
+ public:
+  explicit RawHost(const std::string& path) : listener_(rawListen(path)) {}
+  void accept() { connection_.reset(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC)); }
+  Data read() {
+    Data packet(1 << 20);
+    const ssize_t length = ::recv(connection_.get(), packet.data(), packet.size(), 0);
+    packet.resize(static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+    return packet;
+  }
+  void close() { connection_.reset(); }
+
+ private:
+  Descriptor listener_;
+  Descriptor connection_;
+};
+
+TEST_F(PortFaults, aHostThatClosesOneConnectionAmongOthersGetsTheNextRecordOverANewOne) {
+  ::mkdir(portFolder().c_str(), 0700);
+  RawHost host(socketPath());
+  const auto remote = ports->createRemote("G.App");
+  host.accept();
+  ASSERT_EQ(send(*remote, bytes("a")), MessagePortStatus::success);
+  EXPECT_EQ(host.read(), bytes("a"));
+  host.close();
+  EXPECT_TRUE(remote->isValid());
+  ASSERT_EQ(send(*remote, bytes("b")), MessagePortStatus::success);
+  host.accept();
+  EXPECT_EQ(host.read(), bytes("b"));
+}
+
+TEST_F(PortFaults, aHostThatClosesAfterEachRecordGetsThemAllOnceAndInOrder) {
+  ::mkdir(portFolder().c_str(), 0700);
+  RawHost host(socketPath());
+  const auto remote = ports->createRemote("G.App");
+  for (std::uint8_t i = 0; i < 100; ++i) {
+    ASSERT_EQ(send(*remote, Data{i}), MessagePortStatus::success);
+    host.accept();
+    EXPECT_EQ(host.read(), Data{i});
+    host.close();
+  }
+}
+
+TEST_F(PortFaults, whatTheHostHadTakenUnreadGoesWithItsConnectionAndWhatWaitedHereArrives) {
+  ::mkdir(portFolder().c_str(), 0700);
+  RawHost host(socketPath());
+  const auto remote = ports->createRemote("G.App");
+  host.accept();
+  const auto record = [](std::uint8_t i) { return Data(60000, i); };
+  for (std::uint8_t i = 0; i < 100; ++i) ASSERT_EQ(send(*remote, record(i)), MessagePortStatus::success);
+  EXPECT_EQ(host.read(), record(0));
+  host.close();
+  pumpReady();
+  host.accept();
+  std::uint8_t next = host.read()[0];
+  EXPECT_GT(next, 1);
+  EXPECT_LT(next, 8);
+  while (++next < 100) {
+    pumpReady();
+    ASSERT_EQ(host.read(), record(next));
+  }
+  EXPECT_FALSE(g_main_context_pending(nullptr));
+}
+
+TEST_F(PortFaults, recordsForAHostWhoseQueueOfConnectionsIsFullWaitForIt) {
+  ::mkdir(portFolder().c_str(), 0700);
+  Descriptor listener = rawListen(socketPath(), 1);
+  const auto remote = ports->createRemote("G.App");
+  Descriptor(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
+  std::vector<Descriptor> queued;
+  queued.push_back(rawConnect(socketPath()));
+  queued.push_back(rawConnect(socketPath()));
+  const auto start = Clock::now();
+  for (int i = 0; i < 100; ++i) ASSERT_EQ(send(*remote, bytes("a")), MessagePortStatus::success);
+  EXPECT_LT(secondsSince(start), 0.5);
+  EXPECT_TRUE(remote->isValid());
+  Descriptor(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
+  Descriptor(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
+  EXPECT_TRUE(pumpUntil([&] {
+    pollfd watched{listener.get(), POLLIN, 0};
+    return ::poll(&watched, 1, 0) == 1;
+  }));
+  const Descriptor connection(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
+  for (int i = 0; i < 100; ++i) {
+    pumpReady();
+    std::uint8_t packet[8];
+    ASSERT_EQ(::recv(connection.get(), packet, sizeof(packet), 0), 1);
+  }
+}
+
 // Signals at any moment, as a library of the browser's may use them.
 class Interruptions {
  public:
@@ -282,17 +510,22 @@ class Interruptions {
 TEST_F(PortFaults, systemCallsThatSignalsInterruptLoseAndSpoilNoRecord) {
   const auto record = [](std::size_t i) { return Data(i % 10 == 0 ? 3'000'000 + i : 1000 + i, static_cast<std::uint8_t>(i)); };
   listen();
-  PeerProcess sender([&](const auto&) {
+  PeerProcess sender([&](const auto& line) {
     const auto remote = makePorts()->createRemote("G.App");
     const Interruptions interruptions;
     for (std::size_t i = 0; i < 300; ++i) {
       if (send(*remote, record(i), 20) != MessagePortStatus::success) return 1;
     }
-    return Interruptions::count > 0 ? 0 : 2;
+    const bool isAllowedToEnd = pumpUntil([&] {
+      pollfd watched{line.descriptor(), POLLIN, 0};
+      return ::poll(&watched, 1, 0) == 1;
+    });
+    return isAllowedToEnd && Interruptions::count > 0 ? 0 : 2;
   });
   {
     const Interruptions interruptions;
     EXPECT_TRUE(runUntilReceived(300));
+    sender.tell('g');
   }
   EXPECT_GT(Interruptions::count, 0);
   ASSERT_EQ(received.size(), 300u);
@@ -375,8 +608,7 @@ TEST_F(PortFaults, aMemoryFileThatFindsNoDescriptorCutsTheConnection) {
     const DescriptorLimit none(0);
     EXPECT_TRUE(pumpUntil([&] { return hasLogged("no descriptor or memory left"); }));
   }
-  EXPECT_EQ(send(*remote, bytes("b")), MessagePortStatus::becameInvalid);
-  EXPECT_EQ(send(*ports->createRemote("G.App"), bytes("c")), MessagePortStatus::success);
+  EXPECT_EQ(send(*remote, bytes("b")), MessagePortStatus::success);
   EXPECT_TRUE(runUntilReceived(2));
 }
 

@@ -93,7 +93,9 @@ TEST_F(SentRecord, isAMemoryFileWhenTheSocketsBufferIsSmallerThanThePacket) {
   peer.reset(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
   const int small = 2048;
   ASSERT_EQ(::setsockopt(socket.get(), SOL_SOCKET, SO_SNDBUF, &small, sizeof(small)), 0);
-  remote = std::make_unique<platform::native::RemotePort>("G.App", std::move(socket), log);
+  const auto connector = std::make_shared<platform::native::Connector>(log, portFolder(), ::geteuid());
+  platform::native::Connector::Connection connection{std::move(socket), ::getpid(), false};
+  remote = std::make_unique<platform::native::RemotePort>("G.App", std::move(connection), connector, log);
   const Packet packet = sent(Data(60000, 'x'));
   ASSERT_EQ(packet.descriptors.size(), 1u);
   EXPECT_EQ(contentOf(packet.descriptors[0]), Data(60000, 'x'));
@@ -286,6 +288,22 @@ TEST_F(LinuxPortsTest, aPeerInAnotherLanguageUnderstandsAndIsUnderstood) {
   EXPECT_EQ(received, records);
   remote.reset();
   EXPECT_EQ(host->wait(), 0);
+}
+
+TEST_F(LinuxPortsTest, aPeerInAnotherLanguageThatClosesAfterEachRecordMissesNone) {
+  listen("G.Sync.1");
+  const auto host = startProgram(
+      {DOVETAIL_PYTHON, DOVETAIL_PYTHON_PEER, PeerProcess::lineArgument, socketPath("G.App"), socketPath("G.Sync.1"), "closing"});
+  ASSERT_EQ(host->hear(), 'o');
+  const auto remote = ports->createRemote("G.App");
+  std::vector<Data> records;
+  for (std::size_t size = 1; size < 200'000; size = 2 * size + 1) {
+    records.push_back(Data(size, static_cast<std::uint8_t>(size)));
+    ASSERT_EQ(send(*remote, records.back()), MessagePortStatus::success);
+    ASSERT_EQ(host->hear(), 'c');
+  }
+  EXPECT_TRUE(runUntilReceived(records.size()));
+  EXPECT_EQ(received, records);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 """Plays a host that was not written with this code: listens on one port, sends back each record to another, and ends
-when the connection does. Usage: python_peer.py LINE LISTEN ANSWER, where LINE is the descriptor to say "o" on."""
+when the connection does; with "closing" it closes the connection after each record and ends by itself never.
+Usage: python_peer.py LINE LISTEN ANSWER [closing], where LINE is the descriptor to say "o" on."""
 import array
 import fcntl
 import os
@@ -34,7 +35,7 @@ def receive(connection):  # None at the end
         return file.read()
 
 
-line, listen, answer = int(sys.argv[1]), sys.argv[2], sys.argv[3]
+line, listen, answer, closes = int(sys.argv[1]), sys.argv[2], sys.argv[3], sys.argv[4:] == ["closing"]
 listener = socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET)
 listener.bind(listen)
 listener.listen()
@@ -44,3 +45,7 @@ os.write(line, b"o")
 connection, _ = listener.accept()
 while (record := receive(connection)) is not None:
     send(port, record)
+    if closes:
+        connection.close()
+        os.write(line, b"c")
+        connection, _ = listener.accept()
