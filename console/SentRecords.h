@@ -55,7 +55,7 @@ class SentRecords final : public platform::MessagePorts {
       if (status == platform::MessagePortStatus::success) ++count_;
       return status;
     }
-    bool isValid() const override { return port_->isValid(); }
+    bool isValid() override { return port_->isValid(); }
     void invalidate() override { port_->invalidate(); }
 
    private:

@@ -133,7 +133,7 @@ TYPED_TEST(MessagePortsContract, aRecordSentBeforeThePortWasReleasedStillArrives
 }
 
 TYPED_TEST(MessagePortsContract, megabytesWaitForAListenerThatDoesNotReadYetAndArriveInOrder) {
-  LocalMessagePort* local = this->open("G.App");
+  const auto local = this->open("G.App");
   const auto remote = this->backend.ports.createRemote("G.App");
   std::vector<Data> sent;
   for (std::size_t i = 0; i < 3000; ++i) {
@@ -216,6 +216,25 @@ TYPED_TEST(MessagePortsContract, aCallbackMayCloseItsPort) {
   ASSERT_TRUE(this->runUntilReceived(1));
   EXPECT_EQ(this->received.records, std::vector<Data>{bytes("a")});
   EXPECT_EQ(this->backend.ports.createRemote("G.App"), nullptr);
+}
+
+TYPED_TEST(MessagePortsContract, aPortIsGoodAgainWhenItsListenerIs) {
+  const auto first = this->open("G.App");
+  this->read(first);
+  const auto remote = this->backend.ports.createRemote("G.App");
+  first->invalidate();
+  EXPECT_EQ(this->send(*remote, bytes("a")), MessagePortStatus::becameInvalid);
+  EXPECT_EQ(this->send(*remote, bytes("b")), MessagePortStatus::isInvalid);
+  EXPECT_FALSE(remote->isValid());
+  const auto second = this->open("G.App");
+  this->read(second);
+  EXPECT_TRUE(remote->isValid());
+  EXPECT_EQ(this->send(*remote, bytes("c")), MessagePortStatus::success);
+  second->invalidate();
+  this->read(this->open("G.App"));
+  EXPECT_EQ(this->send(*remote, bytes("d")), MessagePortStatus::success);
+  ASSERT_TRUE(this->runUntilReceived(1));
+  EXPECT_EQ(this->received.records.back(), bytes("d"));
 }
 
 }  // namespace

@@ -366,8 +366,8 @@ TEST_F(PortFaults, aHostThatReopensItsPortGetsTheNextRecord) {
   const auto reopen = [&] {
     hosts.reset();
     hosts = makePorts();
-    platform::LocalMessagePort* port = hosts->createLocal("G.App", keep, {1, &received});
-    hosts->addSourceToCurrentRunLoop(hosts->createRunLoopSource(*port, 0), platform::RunLoopMode::common);
+    const auto port = hosts->createLocal("G.App", keep(), {});
+    hosts->addSourceToCurrentRunLoop(*hosts->createRunLoopSource(*port, 0), platform::RunLoopMode::common);
   };
   reopen();
   const auto remote = ports->createRemote("G.App");
@@ -382,7 +382,7 @@ TEST_F(PortFaults, aHostThatReopensItsPortGetsTheNextRecord) {
 
 TEST_F(PortFaults, aPortIsInvalidWhileItsHostDoesNotListenAndNoLonger) {
   auto hosts = makePorts();
-  hosts->createLocal("G.App", keep, {1, &received});
+  hosts->createLocal("G.App", keep(), {});
   const auto remote = ports->createRemote("G.App");
   hosts.reset();
   EXPECT_FALSE(remote->isValid());
