@@ -98,13 +98,13 @@ class HostLife(EndToEndTest):
         self.assertEqual([line for line in host.seen if line["event"] == "notification"], [])
 
     def test_a_send_that_was_given_up_is_told_to_the_host_as_a_notification(self):
-        files = [self.make_file("%s %04d" % (50 * "long", number)) for number in range(2000)]
+        files = [self.make_file("%s %04d" % (50 * "long", number)) for number in range(200)]
         host = self.session.start_host("--no-answer")
         console = self.session.start_console()
         console.wait_until("host")
         host.signal(signal.SIGSTOP)
-        # Some hundred kilobytes each time, until no more are kept for the host.
-        for _ in range(60):
+        # Some fifty kilobytes each time, until no more are kept for the host.
+        for _ in range(500):
             self.assertTrue(console.menu_of(*files))
             started = time.monotonic()
             is_given_up = "error" in console.ask("choose", titles=["Rename…"])
