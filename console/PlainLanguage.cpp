@@ -1,11 +1,10 @@
 #include "console/PlainLanguage.h"
 
-#include <glib.h>
-
 #include <algorithm>
 #include <charconv>
 
 #include "console/MenuText.h"
+#include "platform/linux/OwnedGLib.h"
 
 using platform::JSON;
 
@@ -39,9 +38,8 @@ std::optional<Words> wordsOfLine(std::string_view line) {
   int count = 0;
   char** values = nullptr;
   if (!g_shell_parse_argv(std::string(line).c_str(), &count, &values, nullptr)) return std::nullopt;
-  Words words(values, values + count);
-  g_strfreev(values);
-  return words;
+  const platform::native::OwnedTexts owned(values);
+  return Words(values, values + count);
 }
 
 JSON error(std::string_view text) {

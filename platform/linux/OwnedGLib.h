@@ -19,6 +19,8 @@ template <typename Value>
 using OwnedObject = std::unique_ptr<Value, Release<g_object_unref>>;
 using OwnedVariant = std::unique_ptr<GVariant, Release<g_variant_unref>>;
 using OwnedText = std::unique_ptr<char, Release<g_free>>;
+using OwnedTexts = std::unique_ptr<char*, Release<g_strfreev>>;  ///< With a null behind the last.
+using OwnedKeyFile = std::unique_ptr<GKeyFile, Release<g_key_file_unref>>;
 using OwnedError = std::unique_ptr<GError, Release<g_error_free>>;
 
 }  // namespace platform::native

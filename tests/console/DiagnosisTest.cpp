@@ -6,7 +6,7 @@
 #include <fstream>
 
 #include "tests/ExtensionFixture.h"
-#include "tests/platform/TemporaryFolder.h"
+#include "tests/TemporaryFolder.h"
 
 using testing::AllOf;
 using testing::Contains;

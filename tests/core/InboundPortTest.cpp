@@ -2,7 +2,7 @@
 #include "platform/linux/ports/MessagePorts.h"
 #include "tests/ExtensionFixture.h"
 #include "tests/MainLoopPump.h"
-#include "tests/platform/TemporaryFolder.h"
+#include "tests/TemporaryFolder.h"
 
 namespace {
 

@@ -12,8 +12,8 @@
 #include <set>
 
 #include "tests/MainLoopPump.h"
+#include "tests/TemporaryFolder.h"
 #include "tests/host/ArchiveFile.h"
-#include "tests/host/TemporaryFolder.h"
 
 namespace {
 
@@ -81,7 +81,7 @@ class ArchiveListing : public testing::Test {
     return folder.path("made");
   }
 
-  TemporaryFolder folder;
+  tests::TemporaryFolder folder;
   LineLog log;
 };
 

@@ -12,10 +12,10 @@
 #include <string>
 #include <vector>
 
-#include "platform/JSON.h"
 #include "platform/linux/Descriptor.h"
 #include "platform/linux/MainLoopSource.h"
-#include "tests/host/TemporaryFolder.h"
+#include "platform/linux/programs/JSON.h"
+#include "tests/TemporaryFolder.h"
 
 /// A process whose standard output and error are read on the main loop. Killed with its owner.
 class RunningProgram {
@@ -61,7 +61,7 @@ class HostSession {
   /// Starts the bus and makes the environment the test's own too, as its part in the session runs in this process.
   HostSession();
 
-  const TemporaryFolder& folder() const { return folder_; }
+  const tests::TemporaryFolder& folder() const { return folder_; }
   std::string busAddress() const { return "unix:path=" + folder_.path("bus"); }
   std::string portFolder() const { return folder_.path("run/dovetail"); }
   /// Starts `dovetail-host` with these arguments.
@@ -71,7 +71,7 @@ class HostSession {
   void endBus() { bus_.reset(); }
 
  private:
-  TemporaryFolder folder_;
+  tests::TemporaryFolder folder_;
   std::vector<std::string> environment_;
   std::unique_ptr<RunningProgram> bus_;
 };

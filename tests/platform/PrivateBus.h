@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "tests/MainLoopPump.h"
+#include "tests/TemporaryFolder.h"
 #include "tests/platform/PeerProcess.h"
-#include "tests/platform/TemporaryFolder.h"
 
 namespace tests {
 

@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/platform/TemporaryFolder.h"
+#include "tests/TemporaryFolder.h"
 
 namespace tests {
 

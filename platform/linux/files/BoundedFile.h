@@ -1,4 +1,4 @@
-// Small text files of the desktop, read whole.
+// Small files of the desktop, read whole.
 #pragma once
 
 #include <cstddef>

@@ -1,12 +1,10 @@
 #include "platform/linux/files/FileProperties.h"
 
-#include <glib.h>
-
 #include <cerrno>
-#include <memory>
 #include <optional>
 
 #include "platform/FileManager.h"
+#include "platform/linux/OwnedGLib.h"
 #include "platform/linux/files/AliasFile.h"
 #include "platform/linux/files/FileStatus.h"
 #include "platform/linux/files/PathText.h"
@@ -33,7 +31,7 @@ Object name(const File& file) {
   if (!path) return {};
   if (*path == "/") return "/";
   const std::string bytes(lastComponent(*path));
-  const std::unique_ptr<char, decltype(&g_free)> text(g_filename_display_name(bytes.c_str()), g_free);
+  const OwnedText text(g_filename_display_name(bytes.c_str()));
   return text.get();
 }
 

@@ -1,9 +1,6 @@
 #include "platform/linux/files/RecentlyUsed.h"
 
-#include <glib.h>
-
-#include <memory>
-
+#include "platform/linux/OwnedGLib.h"
 #include "platform/linux/files/BoundedFile.h"
 
 namespace platform::native {
@@ -14,7 +11,7 @@ constexpr std::int64_t referenceDateSinceEpoch = 978307200;
 
 // Desktops escape differently, so the decoded names are compared.
 bool isOfPath(const char* uri, std::string_view path) {
-  const std::unique_ptr<char, decltype(&g_free)> decoded(g_filename_from_uri(uri, nullptr, nullptr), g_free);
+  const OwnedText decoded(g_filename_from_uri(uri, nullptr, nullptr));
   return decoded && path == decoded.get();
 }
 
@@ -25,9 +22,9 @@ std::string recentlyUsedListPath() { return std::string(g_get_user_data_dir()) +
 std::optional<Date> lastUsedDate(const std::string& listPath, std::string_view path) {
   const auto text = contentsOfFile(listPath.c_str(), maximumListLength);
   if (!text || text->empty()) return std::nullopt;
-  const std::unique_ptr<GBookmarkFile, decltype(&g_bookmark_file_free)> list(g_bookmark_file_new(), g_bookmark_file_free);
+  const std::unique_ptr<GBookmarkFile, Release<g_bookmark_file_free>> list(g_bookmark_file_new());
   if (!g_bookmark_file_load_from_data(list.get(), text->data(), text->size(), nullptr)) return std::nullopt;
-  const std::unique_ptr<char*, decltype(&g_strfreev)> uris(g_bookmark_file_get_uris(list.get(), nullptr), g_strfreev);
+  const OwnedTexts uris(g_bookmark_file_get_uris(list.get(), nullptr));
   for (char** uri = uris.get(); *uri; ++uri) {
     if (!isOfPath(*uri, path)) continue;
     GDateTime* const visited = g_bookmark_file_get_visited_date_time(list.get(), *uri, nullptr);

@@ -1,16 +1,15 @@
 #include "platform/linux/images/IconTheme.h"
 
 #define G_SETTINGS_ENABLE_BACKEND  // for reading without a subscription
-#include <gio/gio.h>
 #include <gio/gsettingsbackend.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <memory>
 #include <utility>
 
+#include "platform/linux/OwnedGLib.h"
 #include "platform/linux/images/ImageFile.h"
 
 namespace platform::native {
@@ -20,17 +19,6 @@ constexpr char themeGroup[] = "Icon Theme";
 constexpr std::uintmax_t largestDescription = 1 << 20;  // bytes; the largest themes have a tenth of it
 constexpr double largestSize = 4096;                    // points
 constexpr std::size_t longestChain = 32;                // themes
-
-struct Release {
-  void operator()(GKeyFile* file) const { g_key_file_unref(file); }
-  void operator()(GSettingsBackend* backend) const { g_object_unref(backend); }
-  void operator()(GSettingsSchema* schema) const { g_settings_schema_unref(schema); }
-  void operator()(GSettingsSchemaKey* key) const { g_settings_schema_key_unref(key); }
-  void operator()(GVariant* value) const { g_variant_unref(value); }
-  void operator()(gchar* text) const { g_free(text); }
-  void operator()(gchar** texts) const { g_strfreev(texts); }
-};
-using KeyFile = std::unique_ptr<GKeyFile, Release>;
 
 bool isDirectory(const std::string& path) {
   std::error_code error;
@@ -42,11 +30,11 @@ bool isSingleComponent(std::string_view name) {
   return !name.empty() && name.find('/') == name.npos && !name.starts_with('.') && name.find('\0') == name.npos;
 }
 
-KeyFile openDescription(const std::string& path) {
+OwnedKeyFile openDescription(const std::string& path) {
   std::error_code error;
   const auto bytes = std::filesystem::file_size(path, error);
   if (error || bytes > largestDescription) return nullptr;
-  KeyFile file(g_key_file_new());
+  OwnedKeyFile file(g_key_file_new());
   if (!g_key_file_load_from_file(file.get(), path.c_str(), G_KEY_FILE_NONE, nullptr)) return nullptr;
   if (!g_key_file_has_group(file.get(), themeGroup)) return nullptr;
   return file;
@@ -55,9 +43,9 @@ KeyFile openDescription(const std::string& path) {
 // The standard separates by commas, GLib's own lists by semicolons.
 std::vector<std::string> commaList(GKeyFile* file, const char* key) {
   std::vector<std::string> items;
-  const std::unique_ptr<gchar, Release> text(g_key_file_get_string(file, themeGroup, key, nullptr));
+  const OwnedText text(g_key_file_get_string(file, themeGroup, key, nullptr));
   if (!text) return items;
-  const std::unique_ptr<gchar*, Release> parts(g_strsplit(text.get(), ",", -1));
+  const OwnedTexts parts(g_strsplit(text.get(), ",", -1));
   for (gchar** part = parts.get(); *part; ++part) {
     if (*g_strstrip(*part)) items.emplace_back(*part);
   }
@@ -67,9 +55,7 @@ std::vector<std::string> commaList(GKeyFile* file, const char* key) {
 double numberOr(GKeyFile* file, const std::string& group, const char* key, double otherwise) {
   GError* error = nullptr;
   const int value = g_key_file_get_integer(file, group.c_str(), key, &error);
-  if (!error) return value;
-  g_error_free(error);
-  return otherwise;
+  return OwnedError(error) ? otherwise : value;
 }
 
 bool leavesTheTheme(const std::string& directory) {
@@ -88,21 +74,19 @@ const char* settingsSchema() {
   return "org.gnome.desktop.interface";
 }
 
-using Value = std::unique_ptr<GVariant, Release>;
-
 // What the user chose, else what the schema gives. Not by a GSettings, which would listen for changes over the
 // process's shared connection to the bus: the loss of that ends a process that has not said otherwise.
-Value settingsValue(GSettingsSchema* schema, const char* key) {
-  const std::unique_ptr<GSettingsSchemaKey, Release> facts(g_settings_schema_get_key(schema, key));
+OwnedVariant settingsValue(GSettingsSchema* schema, const char* key) {
+  const std::unique_ptr<GSettingsSchemaKey, Release<g_settings_schema_key_unref>> facts(g_settings_schema_get_key(schema, key));
   if (const char* path = g_settings_schema_get_path(schema)) {
-    const std::unique_ptr<GSettingsBackend, Release> backend(g_settings_backend_get_default());
+    const OwnedObject<GSettingsBackend> backend(g_settings_backend_get_default());
     const auto read = G_SETTINGS_BACKEND_GET_CLASS(backend.get())->read;
     const std::string place = std::string(path) + key;
     const GVariantType* type = g_settings_schema_key_get_value_type(facts.get());
-    Value chosen(read(backend.get(), place.c_str(), type, FALSE));
+    OwnedVariant chosen(read(backend.get(), place.c_str(), type, FALSE));
     if (chosen && g_settings_schema_key_range_check(facts.get(), chosen.get())) return chosen;
   }
-  return Value(g_settings_schema_key_get_default_value(facts.get()));
+  return OwnedVariant(g_settings_schema_key_get_default_value(facts.get()));
 }
 
 }  // namespace
@@ -119,9 +103,10 @@ std::string currentIconThemeName() {
   constexpr char key[] = "icon-theme";
   GSettingsSchemaSource* source = g_settings_schema_source_get_default();
   if (!source) return "Adwaita";
-  const std::unique_ptr<GSettingsSchema, Release> schema(g_settings_schema_source_lookup(source, settingsSchema(), TRUE));
+  const std::unique_ptr<GSettingsSchema, Release<g_settings_schema_unref>> schema(
+      g_settings_schema_source_lookup(source, settingsSchema(), TRUE));
   if (!schema || !g_settings_schema_has_key(schema.get(), key)) return "Adwaita";
-  const Value name = settingsValue(schema.get(), key);
+  const OwnedVariant name = settingsValue(schema.get(), key);
   const bool isText = g_variant_is_of_type(name.get(), G_VARIANT_TYPE_STRING);
   return isText ? g_variant_get_string(name.get(), nullptr) : "Adwaita";
 }
@@ -146,7 +131,7 @@ void IconTheme::appendTheme(const std::string& name, std::vector<std::string>& s
 }
 
 bool IconTheme::readTheme(const std::string& name, Theme& theme) const {
-  KeyFile description;
+  OwnedKeyFile description;
   for (const std::string& folder : themeFolders_) {
     if (!description) description = openDescription(folder + '/' + name + "/index.theme");
   }

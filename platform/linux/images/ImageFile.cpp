@@ -1,60 +1,23 @@
 #include "platform/linux/images/ImageFile.h"
 
-#include <fcntl.h>
 #include <librsvg/rsvg.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <memory>
 #include <optional>
 #include <string_view>
 
+#include "platform/linux/OwnedGLib.h"
+#include "platform/linux/files/BoundedFile.h"
+
 namespace platform::native {
 namespace {
 
-constexpr off_t largestFile = 4 << 20;
+constexpr std::size_t largestFile = 4 << 20;
 constexpr std::uint32_t largestSide = 4096;  // pixels
 constexpr std::string_view pngSignature = "\x89PNG\r\n\x1a\n";
-
-struct Unref {
-  void operator()(RsvgHandle* handle) const { g_object_unref(handle); }
-  void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-};
-
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() {
-    if (number_ >= 0) close(number_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int number() const { return number_; }
-
- private:
-  int number_;
-};
-
-std::optional<std::string> contentsOf(const std::string& file) {
-  // A named pipe in a theme must not hold the browser up.
-  const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  struct stat facts;
-  if (descriptor.number() < 0 || fstat(descriptor.number(), &facts) != 0) return std::nullopt;
-  if (!S_ISREG(facts.st_mode) || facts.st_size > largestFile) return std::nullopt;
-  std::string bytes(static_cast<std::size_t>(facts.st_size), '\0');
-  std::size_t filled = 0;
-  while (filled < bytes.size()) {
-    const ssize_t got = read(descriptor.number(), bytes.data() + filled, bytes.size() - filled);
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) return std::nullopt;
-    filled += static_cast<std::size_t>(got);
-  }
-  return bytes;
-}
 
 std::uint32_t bigEndian(std::string_view bytes) {
   std::uint32_t value = 0;
@@ -79,9 +42,8 @@ bool isWholePNG(std::string_view bytes) {
 }
 
 // Without a base location librsvg loads nothing that the drawing refers to.
-std::unique_ptr<RsvgHandle, Unref> parsedSVG(std::string_view bytes) {
-  std::unique_ptr<RsvgHandle, Unref> handle(
-      rsvg_handle_new_from_data(reinterpret_cast<const guint8*>(bytes.data()), bytes.size(), nullptr));
+OwnedObject<RsvgHandle> parsedSVG(std::string_view bytes) {
+  OwnedObject<RsvgHandle> handle(rsvg_handle_new_from_data(reinterpret_cast<const guint8*>(bytes.data()), bytes.size(), nullptr));
   gdouble width = 0;
   gdouble height = 0;
   if (!handle || !rsvg_handle_get_intrinsic_size_in_pixels(handle.get(), &width, &height)) return handle;
@@ -103,7 +65,8 @@ cairo_status_t nextBytes(void* closure, unsigned char* into, unsigned int length
 
 bool drawPNG(cairo_t* context, std::string_view bytes, Size size, cairo_filter_t filter) {
   ByteSource source{bytes};
-  const std::unique_ptr<cairo_surface_t, Unref> surface(cairo_image_surface_create_from_png_stream(nextBytes, &source));
+  const std::unique_ptr<cairo_surface_t, Release<cairo_surface_destroy>> surface(
+      cairo_image_surface_create_from_png_stream(nextBytes, &source));
   if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) return false;
   drawSurface(context, surface.get(), size, filter);
   return true;
@@ -139,13 +102,13 @@ void drawSurface(cairo_t* context, cairo_surface_t* surface, Size size, cairo_fi
 }
 
 bool isReadableImageFile(const std::string& file) {
-  const auto bytes = contentsOf(file);
+  const auto bytes = contentsOfFile(file.c_str(), largestFile);
   if (!bytes) return false;
   return bytes->starts_with(pngSignature) ? isWholePNG(*bytes) : parsedSVG(*bytes) != nullptr;
 }
 
 bool drawImageFile(cairo_t* context, const std::string& file, Size size, cairo_filter_t filter) {
-  const auto bytes = contentsOf(file);
+  const auto bytes = contentsOfFile(file.c_str(), largestFile);
   if (!bytes || !(size.width > 0 && size.height > 0)) return false;
   if (!bytes->starts_with(pngSignature)) return drawSVG(context, *bytes, size);
   return isWholePNG(*bytes) && drawPNG(context, *bytes, size, filter);

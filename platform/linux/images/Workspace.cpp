@@ -1,7 +1,6 @@
 #include "platform/linux/images/Workspace.h"
 
 #include <dlfcn.h>
-#include <gio/gio.h>
 #include <unistd.h>
 
 #include <array>
@@ -9,6 +8,7 @@
 #include <memory>
 #include <utility>
 
+#include "platform/linux/OwnedGLib.h"
 #include "platform/linux/images/ImageFile.h"
 
 namespace platform::native {
@@ -29,11 +29,6 @@ double factorOf(SymbolScale scale) {
   }
   return 1;
 }
-
-struct Release {
-  void operator()(void* object) const { g_object_unref(object); }
-  void operator()(gchar* text) const { g_free(text); }
-};
 
 // The folders of the theme "hicolor" that our drawings lie in, with the size that each folder stands for.
 struct OwnFolder {
@@ -66,14 +61,14 @@ std::string contentTypeOf(std::string_view extension) {
     return std::string(unknownType);
   }
   const std::string fileName = "x." + std::string(extension);
-  const std::unique_ptr<gchar, Release> type(g_content_type_guess(fileName.c_str(), nullptr, 0, nullptr));
+  const OwnedText type(g_content_type_guess(fileName.c_str(), nullptr, 0, nullptr));
   return type ? type.get() : std::string(unknownType);
 }
 
 // A file's icon is a picture, so the one-colour drawings that GIO names as a last resort are left out.
 std::vector<std::string> themeNamesOf(const std::string& contentType) {
   std::vector<std::string> names;
-  const std::unique_ptr<GIcon, Release> icon(g_content_type_get_icon(contentType.c_str()));
+  const OwnedObject<GIcon> icon(g_content_type_get_icon(contentType.c_str()));
   if (!icon || !G_IS_THEMED_ICON(icon.get())) return names;
   for (const gchar* const* name = g_themed_icon_get_names(G_THEMED_ICON(icon.get())); *name; ++name) {
     if (!std::string_view(*name).ends_with("-symbolic")) names.emplace_back(*name);

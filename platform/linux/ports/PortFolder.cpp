@@ -1,13 +1,13 @@
 #include "platform/linux/ports/PortFolder.h"
 
 #include <fcntl.h>
-#include <glib.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <memory>
+
+#include "platform/linux/OwnedGLib.h"
 
 namespace platform::native {
 namespace {
@@ -22,7 +22,7 @@ bool isPlain(std::string_view name) {
 
 std::string sha256(std::string_view text) {
   const auto* bytes = reinterpret_cast<const guchar*>(text.data());
-  const std::unique_ptr<char, decltype(&g_free)> digits(g_compute_checksum_for_data(G_CHECKSUM_SHA256, bytes, text.size()), g_free);
+  const OwnedText digits(g_compute_checksum_for_data(G_CHECKSUM_SHA256, bytes, text.size()));
   return digits.get();
 }
 

@@ -26,9 +26,9 @@ struct Change {
     const char* text = nullptr;
     char** list = nullptr;
     g_variant_get(notice, "(&s^ass)", &text, &list, nullptr);
+    const OwnedTexts owned(list);
     prefix = text;
     for (char** name = list; *name; ++name) names.emplace_back(*name);
-    g_strfreev(list);
   }
 
   bool concerns(const std::string& path) const {

@@ -11,7 +11,7 @@
 #include "platform/linux/files/Bookmark.h"
 #include "platform/linux/files/FileReference.h"
 #include "platform/linux/files/FileStatus.h"
-#include "tests/platform/TemporaryFolder.h"
+#include "tests/TemporaryFolder.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include "platform/fake/FakePlatform.h"
 #include "platform/linux/files/FileManager.h"
-#include "tests/platform/TemporaryFolder.h"
+#include "tests/TemporaryFolder.h"
 
 namespace {
 

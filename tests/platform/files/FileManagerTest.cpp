@@ -21,8 +21,8 @@
 #include "platform/linux/files/FileStatus.h"
 #include "platform/linux/files/Volume.h"
 #include "tests/MainLoopPump.h"
+#include "tests/TemporaryFolder.h"
 #include "tests/platform/PeerProcess.h"
-#include "tests/platform/TemporaryFolder.h"
 
 namespace {
 

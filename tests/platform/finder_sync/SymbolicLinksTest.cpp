@@ -8,6 +8,7 @@
 #include "platform/fake/FakePlatform.h"
 #include "platform/linux/FinderSyncBrowser.h"
 #include "platform/linux/files/FileManager.h"
+#include "tests/TemporaryFolder.h"
 #include "tests/platform/finder_sync/RecordingExtension.h"
 
 using platform::URL;
@@ -21,19 +22,17 @@ namespace {
 class SymbolicLinks : public testing::Test {
  protected:
   SymbolicLinks() {
-    std::string pattern = (fs::temp_directory_path() / "dovetail-links-XXXXXX").string();
-    root = mkdtemp(pattern.data());
     for (const char* folder : {"watched/sub", "elsewhere"}) fs::create_directories(root / folder);
     for (const char* file : {"watched/sub/file.zip", "elsewhere/file.zip"}) std::ofstream(root / file) << "x";
     fs::create_directory_symlink(root / "watched", root / "link");
     EXPECT_TRUE(browser.initFinderSync(extension));
   }
-  ~SymbolicLinks() override { fs::remove_all(root); }
 
   URL at(std::string_view path) const { return URL::fileURLWithPath((root / path).string()); }
   void watch(std::string_view path) { browser.setDirectoryURLs({*fileManager.fileReferenceURL(at(path))}); }
 
-  fs::path root;
+  tests::TemporaryFolder folder;
+  fs::path root = folder.path();
   platform::fake::FakePlatform fakes;
   LinuxFileManager fileManager{fakes.workspace};
   RecordingExtension extension;

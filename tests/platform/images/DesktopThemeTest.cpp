@@ -6,18 +6,18 @@
 #include <memory>
 #include <string>
 
+#include "platform/linux/OwnedGLib.h"
 #include "tests/platform/images/ThemeFolder.h"
 
 namespace {
 
-struct Release {
-  void operator()(void* object) const { g_object_unref(object); }
-};
+using platform::native::OwnedObject;
+using platform::native::OwnedText;
 
 class Program {
  public:
   explicit Program(const std::map<std::string, std::string>& environment) {
-    const std::unique_ptr<GSubprocessLauncher, Release> launcher(
+    const OwnedObject<GSubprocessLauncher> launcher(
         g_subprocess_launcher_new(static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDIN_PIPE | G_SUBPROCESS_FLAGS_STDOUT_PIPE)));
     for (const auto& [name, value] : environment) {
       g_subprocess_launcher_setenv(launcher.get(), name.c_str(), value.c_str(), TRUE);
@@ -30,10 +30,8 @@ class Program {
   }
 
   std::string answer() {
-    gchar* line = answers_ ? g_data_input_stream_read_line(answers_.get(), nullptr, nullptr, nullptr) : nullptr;
-    const std::string text = line ? line : "(no answer)";
-    g_free(line);
-    return text;
+    const OwnedText line(answers_ ? g_data_input_stream_read_line(answers_.get(), nullptr, nullptr, nullptr) : nullptr);
+    return line ? line.get() : "(no answer)";
   }
   std::string nextAnswer() {
     g_output_stream_write_all(g_subprocess_get_stdin_pipe(process_.get()), "\n", 1, nullptr, nullptr, nullptr);
@@ -41,8 +39,8 @@ class Program {
   }
 
  private:
-  std::unique_ptr<GSubprocess, Release> process_;
-  std::unique_ptr<GDataInputStream, Release> answers_;
+  OwnedObject<GSubprocess> process_;
+  OwnedObject<GDataInputStream> answers_;
 };
 
 class DesktopTheme : public testing::Test {

@@ -3,37 +3,19 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "platform/linux/images/Graphics.h"
+#include "tests/TemporaryFolder.h"
 
 class ThemeFolder {
  public:
-  ThemeFolder() {
-    std::string pattern = std::filesystem::temp_directory_path() / "dovetail-themes-XXXXXX";
-    if (mkdtemp(pattern.data())) path_ = pattern;
-  }
-  ~ThemeFolder() {
-    std::error_code error;
-    if (!path_.empty()) std::filesystem::remove_all(path_, error);
-  }
-  ThemeFolder(const ThemeFolder&) = delete;
-  ThemeFolder& operator=(const ThemeFolder&) = delete;
-
-  const std::string& path() const { return path_; }
+  const std::string& path() const { return folder_.path(); }
 
   /// Writes a file below the folder, and the folders above it.
-  std::string write(const std::string& name, const std::string& contents) const {
-    const std::filesystem::path file = std::filesystem::path(path_) / name;
-    std::filesystem::create_directories(file.parent_path());
-    std::ofstream(file, std::ios::binary) << contents;
-    return file;
-  }
+  std::string write(const std::string& name, const std::string& contents) const { return folder_.file(name, contents); }
 
   /// A theme's description: folders with their entries, as {"16x16/mimetypes", "Size=16"}.
   void theme(const std::string& name, const std::string& inherits,
@@ -59,5 +41,5 @@ class ThemeFolder {
   }
 
  private:
-  std::string path_;
+  tests::TemporaryFolder folder_;
 };

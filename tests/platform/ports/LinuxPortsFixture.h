@@ -19,8 +19,8 @@
 #include "platform/linux/ports/MessagePorts.h"
 #include "platform/linux/ports/SocketAddress.h"
 #include "tests/MainLoopPump.h"
+#include "tests/TemporaryFolder.h"
 #include "tests/platform/PeerProcess.h"
-#include "tests/platform/TemporaryFolder.h"
 
 namespace tests {
 
