@@ -11,8 +11,8 @@
 #include "console/SentRecords.h"
 #include "console/StateJSON.h"
 #include "core/DTDovetailSync.h"
-#include "platform/JSON.h"
 #include "platform/linux/FinderSyncBrowser.h"
+#include "platform/linux/programs/JSON.h"
 
 class Console {
  public:

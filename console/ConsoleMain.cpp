@@ -17,9 +17,9 @@
 #include "console/SentRecords.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/OwnedGLib.h"
-#include "platform/linux/Program.h"
 #include "platform/linux/images/Graphics.h"
 #include "platform/linux/images/Workspace.h"
+#include "platform/linux/programs/Program.h"
 
 using platform::JSON;
 using namespace platform::native;

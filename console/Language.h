@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/JSON.h"
+#include "platform/linux/programs/JSON.h"
 
 class Language {
  public:

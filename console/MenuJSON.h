@@ -1,8 +1,8 @@
 // Menus and images as the console's lines tell them.
 #pragma once
 
-#include "platform/JSON.h"
 #include "platform/Menu.h"
+#include "platform/linux/programs/JSON.h"
 
 /// `{"items":[…]}`; of an item its title, action (null for none), tag, whether it is enabled, image, and the items of its submenu.
 platform::JSON menuJSON(const platform::Menu& menu);

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/JSON.h"
+#include "platform/linux/programs/JSON.h"
 
 /// The reply's menu, an item a line with the number that chooses it.
 std::string menuText(const platform::JSON& menu);

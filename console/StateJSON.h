@@ -5,7 +5,7 @@
 #include <unordered_map>
 
 #include "core/DTDovetailSync.h"
-#include "platform/JSON.h"
+#include "platform/linux/programs/JSON.h"
 
 /// Paths that folders were entered by, to call them by a name; an identity has none.
 using FolderPaths = std::unordered_map<platform::FileIdentity, std::string>;

@@ -3,13 +3,12 @@
 
 #include "core/ApplicationGroup.h"
 #include "core/DTDovetailSync.h"
-#include "platform/JSON.h"
+#include "platform/JSONText.h"
 #include "wire/Messages.h"
 
 using platform::ByteView;
 using platform::Data;
 using platform::Error;
-using platform::JSON;
 using platform::LocalMessagePort;
 using platform::MessagePortStatus;
 
@@ -76,10 +75,10 @@ std::optional<std::string> DTDovetailSync::deliver(DTMessage& message) {
 }
 
 void DTDovetailSync::reportSendFailure(std::string_view reason) {
-  JSON report;
-  report.set(platform::LocalizedDescriptionKey, "Finder extension failed to send message to application");
-  report.set(platform::LocalizedRecoverySuggestionErrorKey, reason);
-  platform_.distributedNotificationCenter.postNotificationName(wire::Notification::sendFailure, report.text(), true);
+  const std::string report =
+      platform::jsonObjectOfTexts({{platform::LocalizedDescriptionKey, "Finder extension failed to send message to application"},
+                                   {platform::LocalizedRecoverySuggestionErrorKey, reason}});
+  platform_.distributedNotificationCenter.postNotificationName(wire::Notification::sendFailure, report, true);
 }
 
 void DTDovetailSync::reportReceiveFailure(std::int64_t code, std::string_view reason) {

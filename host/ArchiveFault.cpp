@@ -5,7 +5,7 @@
 #include <set>
 #include <vector>
 
-#include "platform/JSON.h"
+#include "platform/JSONText.h"
 #include "platform/Object.h"
 #include "platform/codec/KeyedArchiveReader.h"
 #include "platform/codec/PropertyListReader.h"
@@ -158,9 +158,10 @@ class FaultFinder {
     if (nameValue == PropertyListReader::absent || !list_.read(nameValue, name) || !name.isString())
       return "the object" + place(number) + " names no class";
     if (!reader.className(classValue).empty()) return "";
-    std::string text;
+    std::string text, quoted;
     reader.text(name, text);
-    return "the class " + platform::JSON(text).text() + place(nameValue) + " is not known";
+    platform::appendJSONString(quoted, text);
+    return "the class " + quoted + place(nameValue) + " is not known";
   }
 
   std::optional<std::uint32_t> faultyPart(KeyedArchiveReader& reader, DecodeBudget& budget, const PropertyListItem& item,

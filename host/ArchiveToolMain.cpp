@@ -11,7 +11,7 @@
 #include "host/RawRecords.h"
 #include "platform/codec/KeyedArchiver.h"
 #include "platform/codec/KeyedUnarchiver.h"
-#include "platform/linux/Program.h"
+#include "platform/linux/programs/Program.h"
 
 using platform::native::ExitStatus;
 using platform::native::Program;

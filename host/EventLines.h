@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/JSON.h"
+#include "platform/linux/programs/JSON.h"
 
 class EventLines {
  public:
@@ -12,7 +12,7 @@ class EventLines {
   /// A quiet one writes the lines of the host's own life alone: "ready", "promoted" and "quit".
   explicit EventLines(int descriptor, bool isQuiet = false) : descriptor_(descriptor), isQuiet_(isQuiet) {}
 
-  /// `{"event":name, …}`, the members in their order. Name characters that are no UTF-8 are escaped (platform/JSON.h).
+  /// `{"event":name, …}`, the members in their order. Name characters that are no UTF-8 are escaped (platform/JSONText.h).
   void write(std::string_view name, const platform::JSON::ObjectValue& members);
   /// The same for members that are text already: `,"key":value…`, or nothing.
   void writeText(std::string_view name, std::string_view members);

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/JSON.h"
 #include "platform/Object.h"
+#include "platform/linux/programs/JSON.h"
 
 struct ItemLists {
   std::vector<std::int64_t> root;

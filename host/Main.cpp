@@ -14,12 +14,12 @@
 #include "platform/BuildSettings.h"
 #include "platform/linux/Log.h"
 #include "platform/linux/OwnedGLib.h"
-#include "platform/linux/Program.h"
 #include "platform/linux/bus/DistributedNotificationCenter.h"
 #include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/files/FileManager.h"
 #include "platform/linux/images/Workspace.h"
 #include "platform/linux/ports/MessagePorts.h"
+#include "platform/linux/programs/Program.h"
 #include "platform/linux/settings/UserDefaults.h"
 #include "wire/Settings.h"
 

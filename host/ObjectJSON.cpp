@@ -2,6 +2,7 @@
 #include "host/ObjectJSON.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <variant>
@@ -11,6 +12,7 @@
 #include "archive/DTTreeNode.h"
 #include "core/DTMessage.h"
 #include "host/RawRecords.h"
+#include "platform/linux/programs/JSONWriter.h"
 
 namespace {
 
@@ -19,44 +21,53 @@ using platform::Object;
 constexpr char upperDigits[] = "0123456789ABCDEF";
 constexpr char lowerDigits[] = "0123456789abcdef";
 
+void appendHex(std::string& text, std::uint8_t byte, const char* digits) { text += {digits[byte >> 4], digits[byte & 15]}; }
+
 // Writes each kind's members in the order of their keys. Recursion is bounded: objects and archives inside one another are,
 // when they are read.
 class Writer {
  public:
-  explicit Writer(std::string& text) : text_(text) {}
+  explicit Writer(std::string& text) : json_(text) {}
 
   void put(const Object& object) {
     std::visit([this](const auto& value) { put(value); }, object.value());
   }
 
  private:
-  void put(std::monostate) { text_ += "null"; }
-  void put(platform::Null) { text_ += R"({"t":"null"})"; }
-  void put(bool value) { text_ += value ? R"({"t":"bool","v":true})" : R"({"t":"bool","v":false})"; }
-  void put(platform::Integer value) { member("int", decimal(value)); }
+  void put(std::monostate) { json_.null(); }
+  void put(platform::Null) {
+    json_.beginObject();
+    end("null");
+  }
+  void put(bool value) {
+    begin("bool");
+    json_.flag(value);
+    json_.endObject();
+  }
+  void put(platform::Integer value) { text("int", decimal(value)); }
   void put(double value) { bits("real", value); }
-  void put(const std::string& value) { member("str", value); }
+  void put(const std::string& value) { text("str", value); }
   void put(platform::Date value) { bits("date", value.secondsSinceReferenceDate); }
 
   void put(const platform::Data& data) {
-    text_ += R"({"t":"data","v":")";
-    for (const std::uint8_t byte : data) hex(byte, lowerDigits);
-    text_ += R"("})";
+    std::string hex;
+    for (const std::uint8_t byte : data) appendHex(hex, byte, lowerDigits);
+    text("data", hex);
   }
 
   void put(const platform::UUID& uuid) {
-    text_ += R"({"t":"uuid","v":")";
+    std::string digits;
     for (std::size_t i = 0; i < uuid.bytes.size(); ++i) {
-      if (i == 4 || i == 6 || i == 8 || i == 10) text_ += '-';
-      hex(uuid.bytes[i], upperDigits);
+      if (i == 4 || i == 6 || i == 8 || i == 10) digits += '-';
+      appendHex(digits, uuid.bytes[i], upperDigits);
     }
-    text_ += R"("})";
+    text("uuid", digits);
   }
 
   void put(const platform::Array& array) {
-    text_ += R"({"t":"array","v":[)";
+    begin("array");
     list(array, [this](const Object& element) { put(element); });
-    text_ += "]}";
+    json_.endObject();
   }
 
   void put(const platform::Set& set) {
@@ -68,35 +79,32 @@ class Writer {
   void put(const platform::Dictionary& dictionary) {
     std::vector<std::string> texts;
     for (const auto& [key, value] : dictionary.entries) {
-      texts.push_back('[' + textOfObject(key) + ',' + textOfObject(value) + ']');
+      Writer pair(texts.emplace_back());
+      pair.list(std::array{&key, &value}, [&pair](const Object* object) { pair.put(*object); });
     }
     sorted("dict", std::move(texts));
   }
 
   void put(const platform::URL& url) {
-    text_ += R"({"base":)";
     const auto base = url.baseURL();
-    put(base ? Object(*base) : Object());
-    text_ += R"(,"rel":)";
-    string(url.relativeString());
-    text_ += R"(,"t":"url"})";
+    json_.beginObject();
+    member("base", base ? Object(*base) : Object());
+    textMember("rel", url.relativeString());
+    end("url");
   }
 
   void put(const platform::Error& error) {
-    text_ += R"({"code":")" + std::to_string(error.code) + R"(","domain":)";
-    string(error.domain);
-    text_ += R"(,"info":)";
-    if (error.userInfo.entries.empty())
-      put(std::monostate());
-    else
-      put(error.userInfo);
-    text_ += R"(,"t":"error"})";
+    json_.beginObject();
+    textMember("code", std::to_string(error.code));
+    textMember("domain", error.domain);
+    member("info", error.userInfo.entries.empty() ? Object() : Object(error.userInfo));
+    end("error");
   }
 
   void put(const platform::IndexPath& path) {
-    text_ += R"({"t":"ipath","v":[)";
-    list(path.indexes, [this](std::uint64_t index) { text_ += '"' + std::to_string(index) + '"'; });
-    text_ += "]}";
+    begin("ipath");
+    list(path.indexes, [this](std::uint64_t index) { json_.string(std::to_string(index)); });
+    json_.endObject();
   }
 
   void put(const std::shared_ptr<const platform::Coding>& instance) {
@@ -112,25 +120,22 @@ class Writer {
   }
 
   void message(const Object& selector, const Object& argument, const Object& portName) {
-    text_ += R"({"argument":)";
-    put(argument);
-    text_ += R"(,"portName":)";
-    put(portName);
-    text_ += R"(,"selector":)";
-    put(selector);
-    text_ += R"(,"t":"msg"})";
+    json_.beginObject();
+    member("argument", argument);
+    member("portName", portName);
+    member("selector", selector);
+    end("msg");
   }
 
   void put(const RawEntry& entry) {
-    text_ += entry.isFolder ? R"({"folder":true,"index":)" : R"({"folder":false,"index":)";
-    put(entry.index);
-    text_ += R"(,"name":)";
-    put(entry.name);
-    text_ += R"(,"rsrcIndex":)";
-    put(entry.rsrcIndex);
-    text_ += R"(,"size":)";
-    put(entry.size);
-    text_ += R"(,"t":"entry"})";
+    json_.beginObject();
+    json_.key("folder");
+    json_.flag(entry.isFolder);
+    member("index", entry.index);
+    member("name", entry.name);
+    member("rsrcIndex", entry.rsrcIndex);
+    member("size", entry.size);
+    end("entry");
   }
 
   void put(const DTArchiveEntry& entry) {
@@ -144,28 +149,26 @@ class Writer {
   }
 
   void put(const RawNode& node) {
-    text_ += R"({"children":)";
-    if (node.children) {
-      text_ += '[';
+    json_.beginObject();
+    json_.key("children");
+    if (node.children)
       list(*node.children, [this](const RawNode& child) { put(child); });
-      text_ += ']';
-    } else {
-      text_ += "null";
-    }
-    text_ += R"(,"object":)";
-    put(node.object);
-    text_ += R"(,"t":"node"})";
+    else
+      json_.null();
+    member("object", node.object);
+    end("node");
   }
 
   void put(const DTTreeNode& node) {
-    text_ += R"({"children":[)";
+    json_.beginObject();
+    json_.key("children");
     list(node.childNodes(), [this](const DTTreeNode& child) { put(child); });
-    text_ += R"(],"object":)";
+    json_.key("object");
     if (node.representedObject())
       put(*node.representedObject());
     else
-      put(std::monostate());
-    text_ += R"(,"t":"node"})";
+      json_.null();
+    end("node");
   }
 
   static Object textOf(const std::optional<std::string>& text) { return text ? Object(*text) : Object(); }
@@ -174,46 +177,55 @@ class Writer {
     return value.isNegative ? std::to_string(value.signedValue()) : std::to_string(value.unsignedValue());
   }
 
-  void string(std::string_view value) { text_ += platform::JSON(value).text(); }
+  // ---- Members. The kind stands under "t", behind all keys but "v".
 
-  void member(std::string_view kind, std::string_view value) {
-    text_ += R"({"t":")";
-    text_ += kind;
-    text_ += R"(","v":)";
-    string(value);
-    text_ += '}';
+  void begin(std::string_view kind) {
+    json_.beginObject();
+    textMember("t", kind);
+    json_.key("v");
+  }
+  void end(std::string_view kind) {
+    textMember("t", kind);
+    json_.endObject();
+  }
+  void member(std::string_view key, const Object& value) {
+    json_.key(key);
+    put(value);
+  }
+  void textMember(std::string_view key, std::string_view value) {
+    json_.key(key);
+    json_.string(value);
+  }
+  void text(std::string_view kind, std::string_view value) {
+    begin(kind);
+    json_.string(value);
+    json_.endObject();
   }
 
   void bits(std::string_view kind, double value) {
-    text_ += R"({"bits":")";
+    std::string hex;
     const auto bits = std::bit_cast<std::uint64_t>(value);
-    for (int shift = 56; shift >= 0; shift -= 8) hex(static_cast<std::uint8_t>(bits >> shift), lowerDigits);
-    text_ += R"(","t":")";
-    text_ += kind;
-    text_ += R"("})";
+    for (int shift = 56; shift >= 0; shift -= 8) appendHex(hex, static_cast<std::uint8_t>(bits >> shift), lowerDigits);
+    json_.beginObject();
+    textMember("bits", hex);
+    end(kind);
   }
-
-  void hex(std::uint8_t byte, const char* digits) { text_ += {digits[byte >> 4], digits[byte & 15]}; }
 
   template <typename Elements, typename Put>
   void list(const Elements& elements, Put put) {
-    bool isFirst = true;
-    for (const auto& element : elements) {
-      if (!std::exchange(isFirst, false)) text_ += ',';
-      put(element);
-    }
+    json_.beginArray();
+    for (const auto& element : elements) put(element);
+    json_.endArray();
   }
 
   void sorted(std::string_view kind, std::vector<std::string> texts) {
     std::sort(texts.begin(), texts.end());
-    text_ += R"({"t":")";
-    text_ += kind;
-    text_ += R"(","v":[)";
-    list(texts, [this](const std::string& text) { text_ += text; });
-    text_ += "]}";
+    begin(kind);
+    list(texts, [this](const std::string& text) { json_.json(text); });
+    json_.endObject();
   }
 
-  std::string& text_;
+  platform::JSONWriter json_;
 };
 
 }  // namespace

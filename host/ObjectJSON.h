@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 
-#include "platform/JSON.h"
 #include "platform/Object.h"
 
 /// The text of any value: the records and trees of the programs as well as their raw forms.

@@ -9,6 +9,7 @@
 #include "host/RawRecords.h"
 #include "platform/UnicodeText.h"
 #include "platform/codec/DecodeBudget.h"
+#include "platform/linux/programs/JSON.h"
 
 namespace {
 

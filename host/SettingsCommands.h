@@ -9,7 +9,7 @@
 
 #include "platform/FileManager.h"
 #include "platform/UserDefaults.h"
-#include "platform/linux/Program.h"
+#include "platform/linux/programs/Program.h"
 #include "platform/linux/settings/SettingsWriter.h"
 
 class SettingsCommands {

@@ -6,6 +6,13 @@
 namespace platform {
 namespace {
 
+void appendUnit(Data& units, std::uint32_t unit) {
+  units.push_back(static_cast<std::uint8_t>(unit >> 8));
+  units.push_back(static_cast<std::uint8_t>(unit));
+}
+
+}  // namespace
+
 void appendCodePoint(std::string& text, std::uint32_t point) {
   const auto put = [&](std::uint32_t byte) { text += static_cast<char>(byte); };
   const auto tail = [&](int shift) { put(0x80 | (point >> shift & 0x3f)); };
@@ -20,7 +27,6 @@ void appendCodePoint(std::string& text, std::uint32_t point) {
   }
 }
 
-// Takes one code point off the front of `text`; nothing when it starts with none.
 std::optional<std::uint32_t> takeCodePoint(std::string_view& text) {
   const auto first = static_cast<std::uint8_t>(text[0]);
   const std::size_t length = first < 0x80 ? 1 : first < 0xc2 ? 0 : first < 0xe0 ? 2 : first < 0xf0 ? 3 : first < 0xf5 ? 4 : 0;
@@ -36,13 +42,6 @@ std::optional<std::uint32_t> takeCodePoint(std::string_view& text) {
   text.remove_prefix(length);
   return point;
 }
-
-void appendUnit(Data& units, std::uint32_t unit) {
-  units.push_back(static_cast<std::uint8_t>(unit >> 8));
-  units.push_back(static_cast<std::uint8_t>(unit));
-}
-
-}  // namespace
 
 bool isASCII(std::string_view text) {
   std::uint64_t seen = 0;

@@ -2,6 +2,7 @@
 // surrogate stands as its three-byte generalised form (https://simonsapin.github.io/wtf-8/), so that no text is lost.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,6 +10,11 @@
 #include "platform/Bytes.h"
 
 namespace platform {
+
+/// Appends a code point, a surrogate too.
+void appendCodePoint(std::string& text, std::uint32_t point);
+/// Takes one code point off the front of a text that is not empty; nothing, with the text as it was, when it starts with none.
+std::optional<std::uint32_t> takeCodePoint(std::string_view& text);
 
 bool isASCII(std::string_view text);
 

@@ -43,10 +43,8 @@ class JSON {
   /// Appends a member; turns null into an object first.
   void set(std::string_view key, JSON value);
 
-  /// One line, no spaces, members as they stand. ASCII only: other characters as \u escapes; a byte that is not UTF-8
-  /// as the lone surrogate U+DC00 + byte (Python's "surrogateescape"), a WTF-8 surrogate as itself. `isSorted` puts the
-  /// members of each object into the order of their keys' code points.
-  std::string text(bool isSorted = false) const;
+  /// One line, no spaces, members as they stand, strings as `appendJSONString` writes them (platform/JSONText.h).
+  std::string text() const;
   /// The value of one text with nothing but white space around it, or nothing. Nesting is bounded to 512 (a tree given
   /// as JSON may be as deep as `maximumDepth` asks). Lone surrogates become bytes again (U+DC80 to U+DCFF) or WTF-8.
   /// `keepsSurrogates` makes them WTF-8 all, for texts in which no byte stands outside UTF-8.

@@ -1,128 +1,36 @@
-#include "platform/JSON.h"
+#include "platform/linux/programs/JSON.h"
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
+
+#include "platform/UnicodeText.h"
+#include "platform/linux/programs/JSONWriter.h"
 
 namespace platform {
 namespace {
 
-void appendEscape(std::string& text, std::uint32_t unit) {
-  static constexpr char digits[] = "0123456789abcdef";
-  text += "\\u";
-  for (int shift = 12; shift >= 0; shift -= 4) text += digits[(unit >> shift) & 15];
-}
-
-// The code point at `at` and its length in bytes, surrogates included; a length of 0 for a byte that starts none.
-std::pair<std::uint32_t, std::size_t> codePointAt(std::string_view bytes, std::size_t at) {
-  const auto byte = [&](std::size_t i) -> std::uint32_t { return static_cast<unsigned char>(bytes[i]); };
-  const std::uint32_t first = byte(at);
-  const std::size_t length = first < 0x80 ? 1 : first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
-  if (length == 0 || at + length > bytes.size()) return {0, 0};
-  if (length == 1) return {first, 1};
-  std::uint32_t point = first & (0x7Fu >> length);
-  for (std::size_t i = at + 1; i < at + length; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) return {0, 0};
-    point = point << 6 | (byte(i) & 0x3F);
-  }
-  static constexpr std::uint32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
-  if (point < smallest[length] || point > 0x10FFFF) return {0, 0};
-  return {point, length};
-}
-
-void appendCodePoint(std::string& bytes, std::uint32_t point) {
-  const auto tail = [&](int shift) { bytes += static_cast<char>(0x80 | ((point >> shift) & 0x3F)); };
-  if (point < 0x80) {
-    bytes += static_cast<char>(point);
-  } else if (point < 0x800) {
-    bytes += static_cast<char>(0xC0 | point >> 6);
-    tail(0);
-  } else if (point < 0x10000) {
-    bytes += static_cast<char>(0xE0 | point >> 12);
-    tail(6), tail(0);
-  } else {
-    bytes += static_cast<char>(0xF0 | point >> 18);
-    tail(12), tail(6), tail(0);
-  }
-}
-
-void appendCharacter(std::string& text, std::uint32_t point) {
-  switch (point) {
-    case '"': text += "\\\""; return;
-    case '\\': text += "\\\\"; return;
-    case '\n': text += "\\n"; return;
-    case '\r': text += "\\r"; return;
-    case '\t': text += "\\t"; return;
-    case '\b': text += "\\b"; return;
-    case '\f': text += "\\f"; return;
-  }
-  if (point >= 0x20 && point < 0x7F) {
-    text += static_cast<char>(point);
-  } else if (point < 0x10000) {
-    appendEscape(text, point);
-  } else {
-    appendEscape(text, 0xD800 + ((point - 0x10000) >> 10));
-    appendEscape(text, 0xDC00 + ((point - 0x10000) & 0x3FF));
-  }
-}
-
-void appendString(std::string& text, std::string_view bytes) {
-  text += '"';
-  for (std::size_t at = 0; at < bytes.size();) {
-    const auto [point, length] = codePointAt(bytes, at);
-    if (length == 0) {
-      appendEscape(text, 0xDC00 + static_cast<unsigned char>(bytes[at]));
-    } else {
-      appendCharacter(text, point);
-    }
-    at += std::max<std::size_t>(length, 1);
-  }
-  text += '"';
-}
-
-void appendNumber(std::string& text, double number) {
-  if (!std::isfinite(number)) {
-    text += "null";
-    return;
-  }
-  char buffer[32];
-  const auto end = std::to_chars(buffer, buffer + sizeof buffer, number).ptr;
-  text.append(buffer, end);
-  if (std::string_view(buffer, end - buffer).find_first_of(".en") == std::string_view::npos) text += ".0";
-}
-
-void append(std::string& text, const JSON& value, bool isSorted) {
+void write(JSONWriter& writer, const JSON& value) {
   if (const auto* flag = value.get<bool>()) {
-    text += *flag ? "true" : "false";
+    writer.flag(*flag);
   } else if (const auto* number = value.get<std::int64_t>()) {
-    text += std::to_string(*number);
+    writer.number(*number);
   } else if (const auto* real = value.get<double>()) {
-    appendNumber(text, *real);
+    writer.number(*real);
   } else if (const auto* string = value.get<std::string>()) {
-    appendString(text, *string);
+    writer.string(*string);
   } else if (const auto* array = value.get<JSON::ArrayValue>()) {
-    text += '[';
-    for (std::size_t i = 0; i < array->size(); ++i) {
-      if (i > 0) text += ',';
-      append(text, (*array)[i], isSorted);
-    }
-    text += ']';
+    writer.beginArray();
+    for (const JSON& element : *array) write(writer, element);
+    writer.endArray();
   } else if (const auto* object = value.get<JSON::ObjectValue>()) {
-    std::vector<const JSON::ObjectValue::value_type*> members;
-    for (const auto& member : *object) members.push_back(&member);
-    if (isSorted) {
-      std::stable_sort(members.begin(), members.end(), [](auto* a, auto* b) { return a->first < b->first; });
+    writer.beginObject();
+    for (const auto& [key, member] : *object) {
+      writer.key(key);
+      write(writer, member);
     }
-    text += '{';
-    for (std::size_t i = 0; i < members.size(); ++i) {
-      if (i > 0) text += ',';
-      appendString(text, members[i]->first);
-      text += ':';
-      append(text, members[i]->second, isSorted);
-    }
-    text += '}';
+    writer.endObject();
   } else {
-    text += "null";
+    writer.null();
   }
 }
 
@@ -317,9 +225,10 @@ void JSON::set(std::string_view key, JSON value) {
   if (auto* object = std::get_if<ObjectValue>(&value_)) object->emplace_back(std::string(key), std::move(value));
 }
 
-std::string JSON::text(bool isSorted) const {
+std::string JSON::text() const {
   std::string text;
-  append(text, *this, isSorted);
+  JSONWriter writer(text);
+  write(writer, *this);
   return text;
 }
 

@@ -1,4 +1,4 @@
-#include "platform/linux/Program.h"
+#include "platform/linux/programs/Program.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -104,8 +104,8 @@ std::optional<int> Program::read(char** arguments, Words& words) const {
   char** given = g_strdupv(arguments);
   GError* error = nullptr;
   const bool isUnderstood = g_option_context_parse_strv(context.get(), &given, &error);
+  const OwnedTexts left(given);
   const OwnedError fault(error);
-  g_strfreev(given);
   if (!isUnderstood) return misuse(std::string(fault->message) + ".");
   if (parsed.isHelpWanted) std::cout << OwnedText(g_option_context_get_help(context.get(), TRUE, nullptr)).get();
   if (parsed.isVersionWanted) std::cout << name_ << ' ' << BuildSettings::bundleVersion << '\n';
