@@ -17,7 +17,7 @@
 #include "platform/linux/Log.h"
 #include "platform/linux/files/FileManager.h"
 #include "platform/linux/ports/MessagePorts.h"
-#include "tests/platform/TemporaryFolder.h"
+#include "tests/TemporaryFolder.h"
 
 namespace {
 

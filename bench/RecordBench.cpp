@@ -16,7 +16,7 @@
 #include "platform/codec/KeyedUnarchiver.h"
 #include "platform/linux/Log.h"
 #include "platform/linux/ports/MessagePorts.h"
-#include "tests/platform/TemporaryFolder.h"
+#include "tests/TemporaryFolder.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include "platform/linux/Log.h"
 #include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/settings/UserDefaults.h"
-#include "tests/platform/TemporaryFolder.h"
+#include "tests/TemporaryFolder.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 
 #include "fuzz/Target.h"
 #include "platform/linux/files/Bookmark.h"
-#include "tests/platform/TemporaryFolder.h"
+#include "tests/TemporaryFolder.h"
 
 using platform::ByteView;
 using platform::Data;

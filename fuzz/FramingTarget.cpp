@@ -14,7 +14,7 @@
 #include "platform/fake/FakePlatform.h"
 #include "platform/linux/ports/MessagePorts.h"
 #include "tests/MainLoopPump.h"
-#include "tests/platform/TemporaryFolder.h"
+#include "tests/TemporaryFolder.h"
 
 using platform::ByteView;
 using platform::Data;
