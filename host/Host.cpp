@@ -44,6 +44,7 @@ void Host::start() {
   });
   // Before the name: whoever finds the name may send at once. Where another instance has the port this one waits for its end.
   openPort();
+  predecessor_ = std::make_unique<Predecessor>(&services_.bus, options_.identifier);
   name_ = std::make_unique<BusName>(&services_.bus, options_.identifier, [this](BusName::State state) { nameChanged(state); });
 }
 
@@ -63,7 +64,7 @@ bool Host::openPort() {
 void Host::nameChanged(BusName::State state) {
   nextAttempt_.reset();
   if (state == BusName::State::lost) return onEnd_("The session bus went away.");
-  if (state == BusName::State::owned) return becomeOwner(0);
+  if (state == BusName::State::owned) return predecessor_->whenEnded([this] { becomeOwner(0); });
   announce();
 }
 

@@ -13,6 +13,7 @@
 #include "host/ArchiveLister.h"
 #include "host/BusName.h"
 #include "host/EventLines.h"
+#include "host/Predecessor.h"
 #include "host/SentTrees.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/FileManager.h"
@@ -69,6 +70,7 @@ class Host {
   std::shared_ptr<platform::LocalMessagePort> port_;
   SentTrees sentTrees_;
   std::unique_ptr<class ArchiveAnswers> answers_;
+  std::unique_ptr<Predecessor> predecessor_;
   std::unique_ptr<BusName> name_;
   platform::native::MainLoopSource nextAttempt_;
   bool isReady_ = false;

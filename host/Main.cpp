@@ -4,6 +4,7 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <clocale>
 #include <cstdlib>
 #include <memory>
@@ -32,6 +33,8 @@ namespace {
 
 /// In microseconds; a session that is starting up is busy.
 constexpr SessionBus::Moment longestStart = 10'000'000;
+/// For a reader that is slow, at the end.
+constexpr std::chrono::seconds longestLastLines{1};
 
 constexpr char usage[] = "[COMMAND...]";
 constexpr char purpose[] =
@@ -131,7 +134,7 @@ int runHost(const Program& program, const Options& options, Log& log) {
   const auto shared = heldSharedConnection();
   if (const std::string fault = writeVersion(options); !fault.empty()) return program.complain(fault);
 
-  EventLines lines(STDOUT_FILENO, options.isQuiet);
+  EventLines lines(STDOUT_FILENO, log, options.isQuiet);
   RunLoop loop(lines);
   LinuxDistributedNotificationCenter notifications(bus, log);
   LinuxWorkspace workspace(log);
@@ -146,6 +149,7 @@ int runHost(const Program& program, const Options& options, Log& log) {
     loop.run();
   }
   lines.write("quit", {});
+  lines.finish(longestLastLines);
   return loop.reason().empty() ? ExitStatus::done : program.complain(loop.reason());
 }
 

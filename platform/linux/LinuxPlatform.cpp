@@ -5,9 +5,13 @@ namespace platform::native {
 LinuxPlatform::LinuxPlatform(Options options)
     : entitlements_(options.entitlements.value_or(std::string(BuildSettings::entitlements))),
       mainBundle_(options.bundleVersion.value_or(std::string(BuildSettings::bundleVersion))) {
+  // A host announces itself after the one before it has ended: an end that the main loop has not come to yet is to be heard first.
   // What the host has stored before it notifies is there for whoever hears it: the settings' own notices come on another connection,
   // sooner or later.
-  distributedNotificationCenter_.setBeforeDelivery([this] { userDefaultsSuites_.synchronize(); });
+  distributedNotificationCenter_.setBeforeDelivery([this] {
+    processSources_.reportExits();
+    userDefaultsSuites_.synchronize();
+  });
 }
 
 Platform LinuxPlatform::references() {

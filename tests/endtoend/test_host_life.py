@@ -2,6 +2,7 @@
 
 import os
 import signal
+import subprocess
 import time
 import unittest
 
@@ -38,6 +39,62 @@ class HostLife(EndToEndTest):
         console.wait_until("host")
         self.assertEqual(console.state()["applicationPid"], second.pid)
         second.message("pingPortName:")
+
+    def test_the_next_host_is_never_taken_for_the_one_that_ended(self):
+        first, console = self.start_both()
+        for number in range(400):
+            second = self.session.start_host()
+            console.wait_until("noHost")
+            first.signal(signal.SIGKILL if number % 2 == 0 else signal.SIGTERM)
+            first.wait()
+            first.close()
+            self.session.processes.remove(first)
+            second.line(lambda line: line["event"] == "promoted")
+            console.wait_until("host")
+            # The first has ended for all who watch it, so whatever comes late of it has come by the second answer.
+            console.state()
+            self.assertEqual(console.state()["applicationPid"], second.pid, number)
+            second.message("pingPortName:")
+            first = second
+
+    def test_an_announcement_counts_whatever_its_body_is(self):
+        host, console = self.start_both()
+        for body in ([], ["int32:7"], ["string:one", "string:two"]):
+            subprocess.run(["dbus-send", "--session", "--type=signal", "/org/dovetail/DistributedNotificationCenter",
+                            "org.dovetail.DistributedNotificationCenter.DTDovetailRunning", *body],
+                           env=self.session.environment, check=True)
+            host.message("pingPortName:")
+
+    def test_a_host_whose_lines_nobody_reads_goes_on_and_says_what_it_left_out(self):
+        folders = [self.session.make_folder("watched", "folder %d" % number) for number in range(2)]
+        for folder in folders:
+            for number in range(50):
+                self.make_file("%s %04d" % (50 * "long", number), folder=folder)
+        host, console = self.start_both()
+        files = [os.path.join(folders[0], name) for name in os.listdir(folders[0])]
+        items = console.menu_of(*files)
+        self.assertIsNotNone(items)
+        for _ in range(1500):  # some 16 KB a line
+            started = time.monotonic()
+            console.menu_of(*files)
+            console.do("choose", titles=["Rename…"])
+            self.assertLess(time.monotonic() - started, 0.9)
+        left_out = host.line(lambda line: line["event"] == "leftOut")["lines"]
+        console.menu_of(*files)
+        console.do("choose", titles=["Access Control List…"])
+        host.message("showAcl:")
+        renames = sum(line.get("selector") == "rename:" for line in host.seen)
+        self.assertEqual(renames + left_out, 1500)
+
+    def test_a_host_whose_reader_has_gone_goes_on_and_says_so_once(self):
+        host, console = self.start_both()
+        host.process.stdout.close()
+        path = self.make_archive()
+        console.do("open", folder=self.folder)
+        console.wait_until("archive", file=path)
+        host.signal(signal.SIGTERM)
+        self.assertEqual(host.process.wait(), 0)
+        self.assertEqual(self.session.error_text().count("go nowhere"), 1)
 
     def test_a_host_that_was_signalled_but_lives_counts_as_gone_until_it_announces_itself(self):
         host, console = self.start_both()

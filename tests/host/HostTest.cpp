@@ -341,7 +341,7 @@ TEST_F(RunningHost, aTreeIsNeverSentUnderAnotherFilesIdentity) {
   SentTrees trees;
   int pipe[2];
   ASSERT_EQ(::pipe(pipe), 0);
-  EventLines lines(pipe[1]);
+  EventLines lines(pipe[1], log);
   platform::native::LinuxMessagePorts ports(log, session.portFolder(), getuid());
   ArchiveAnswers answers(ports, files, lister, trees, lines, "host");
   answers.answer(platform::URL::fileURLWithPath(path), extension.name());

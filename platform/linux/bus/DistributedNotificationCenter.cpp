@@ -26,9 +26,9 @@ struct LinuxDistributedNotificationCenter::Subscription {
   static void onSignal(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* body, gpointer data) {
     // The handler may end its own subscription.
     const auto subscription = *static_cast<std::shared_ptr<Subscription>*>(data);
-    if (!g_variant_is_of_type(body, G_VARIANT_TYPE("(s)"))) return;
-    const char* object = nullptr;
-    g_variant_get(body, "(&s)", &object);
+    // The name is the news: a signal of another body, or of none, has no string to tell.
+    const char* object = "";
+    if (g_variant_is_of_type(body, G_VARIANT_TYPE("(s)"))) g_variant_get(body, "(&s)", &object);
     subscription->deliver(object);
   }
 };

@@ -1,6 +1,6 @@
 // Distributed notifications as signals on the session bus: object path
 // /org/dovetail/DistributedNotificationCenter, interface org.dovetail.DistributedNotificationCenter, the
-// notification's name as the member, one string as the body. A name that is no legal member (letters, digits
+// notification's name as the member, one string as the body; any other body reads as an empty string. A name that is no legal member (letters, digits
 // and underscores, no digit first, 255 bytes at most) cannot travel: it is dropped with one log line. The bus
 // carries UTF-8 alone, so each byte of the string that is not part of it, or is NUL, arrives as U+FFFD. An
 // observer that was without a bus is told once when there is one, with an empty string, as it may have missed

@@ -1,5 +1,6 @@
 #include "platform/linux/processes/ProcessSource.h"
 
+#include <poll.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -35,6 +36,7 @@ class LinuxProcessSources::Source final : public ProcessSource, public std::enab
   void resume() override;
   void cancel() override;
 
+  void reportExit();
   void disarm();
   void releaseHandlers() {
     eventHandler_ = nullptr;
@@ -109,6 +111,12 @@ void LinuxProcessSources::Source::exited() {
   runEventHandler();
 }
 
+void LinuxProcessSources::Source::reportExit() {
+  pollfd watched{descriptor_.get(), POLLIN, 0};
+  const bool hasExited = exit_ && (!descriptor_ || ::poll(&watched, 1, 0) == 1);
+  if (hasExited) exited();
+}
+
 void LinuxProcessSources::Source::runEventHandler() {
   if (state_ != State::armed || !eventHandler_) return;
   // The handler may set another one in its place.
@@ -151,6 +159,11 @@ LinuxProcessSources::~LinuxProcessSources() {
     source->disarm();
     source->releaseHandlers();
   }
+}
+
+void LinuxProcessSources::reportExits() {
+  const auto armed = registry_->armed;
+  for (const auto& source : armed) source->reportExit();
 }
 
 std::shared_ptr<ProcessSource> LinuxProcessSources::createProcessSource(std::int32_t processIdentifier, std::uint32_t mask) {

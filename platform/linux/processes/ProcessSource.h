@@ -24,6 +24,8 @@ class LinuxProcessSources final : public ProcessSources {
   ~LinuxProcessSources() override;
 
   std::shared_ptr<ProcessSource> createProcessSource(std::int32_t processIdentifier, std::uint32_t mask) override;
+  /// Runs now the handlers of exits that have happened and that the main loop has not come to yet.
+  void reportExits();
 
  private:
   class Source;

@@ -67,6 +67,30 @@ TEST_F(LinuxProcessSource, anExitIsReportedOnceAndBeforeTheProcessIsReaped) {
   EXPECT_EQ(WEXITSTATUS(host.wait()), 7);
 }
 
+TEST_F(LinuxProcessSource, anExitComesBeforeWhateverElseIsReady) {
+  PeerProcess host([](const auto& line) { return static_cast<int>(line.hear()); });
+  int eventsBefore = -1;
+  const auto other = native::MainLoopSource::soon([&] { eventsBefore = events; });
+  const auto source = watch(host.process(), ProcessExit);
+  host.tell(7);
+  while (stateOf(host.process()) != 'Z') continue;
+  EXPECT_TRUE(pumpUntil([&] { return eventsBefore >= 0; }));
+  EXPECT_EQ(eventsBefore, 1);
+}
+
+TEST_F(LinuxProcessSource, anExitThatTheLoopHasNotComeToCanBeAskedFor) {
+  PeerProcess host([](const auto& line) { return static_cast<int>(line.hear()); });
+  const auto source = watch(host.process(), ProcessExit);
+  sources->reportExits();
+  EXPECT_EQ(events, 0);
+  host.tell(7);
+  while (stateOf(host.process()) != 'Z') continue;
+  sources->reportExits();
+  EXPECT_EQ(events, 1);
+  pumpReady();
+  EXPECT_EQ(events, 1);
+}
+
 TEST_F(LinuxProcessSource, everySignalReachesTheHostUnchangedAndIsReported) {
   // Real-time signals queue, each with a value of its own.
   PeerProcess host([](const auto& line) {
