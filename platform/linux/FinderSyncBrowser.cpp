@@ -13,7 +13,7 @@ bool FinderSyncBrowser::folderOpened(const URL& folder) {
   const auto identity = fileManager_.fileResourceIdentifier(shownFolder(folder));
   if (!identity) return false;
   auto open = std::ranges::find(openFolders_, *identity, &OpenFolder::identity);
-  if (open == openFolders_.end()) open = openFolders_.insert(open, {*identity, {}, false});
+  if (open == openFolders_.end()) open = openFolders_.insert(open, {*identity, {}, std::nullopt, false});
   open->windows.push_back(folder);
   updateObservation(*open);
   return true;
@@ -22,20 +22,25 @@ bool FinderSyncBrowser::folderOpened(const URL& folder) {
 bool FinderSyncBrowser::folderClosed(const URL& folder) {
   const auto open = openFolder(folder);
   if (open == openFolders_.end()) return false;
+  const URL last = open->windows.size() == 1 ? folderNow(*open) : folder;
   const auto window = std::ranges::find_if(open->windows, [&](const URL& url) { return url.isSameText(folder); });
   open->windows.erase(window == open->windows.end() ? open->windows.end() - 1 : window);
   if (!open->windows.empty()) return true;
   const bool isObserved = open->isObserved;
   openFolders_.erase(open);
-  if (isObserved && extension_) extension_->endObservingDirectoryAtURL(folder);
+  if (isObserved && extension_) extension_->endObservingDirectoryAtURL(last);
   return true;
 }
 
-// By the URL first: the path may lead to another folder by now, or nowhere.
-std::vector<FinderSyncBrowser::OpenFolder>::iterator FinderSyncBrowser::openFolder(const URL& folder) {
-  const auto open = std::ranges::find_if(openFolders_, [&](const OpenFolder& candidate) {
+FinderSyncBrowser::OpenFolders::iterator FinderSyncBrowser::openedBy(const URL& folder) {
+  return std::ranges::find_if(openFolders_, [&](const OpenFolder& candidate) {
     return std::ranges::any_of(candidate.windows, [&](const URL& url) { return url.isSameText(folder); });
   });
+}
+
+// By the URL first: the path may lead to another folder by now, or nowhere.
+FinderSyncBrowser::OpenFolders::iterator FinderSyncBrowser::openFolder(const URL& folder) {
+  const auto open = openedBy(folder);
   if (open != openFolders_.end()) return open;
   const auto identity = fileManager_.fileResourceIdentifier(shownFolder(folder));
   return identity ? std::ranges::find(openFolders_, *identity, &OpenFolder::identity) : openFolders_.end();
@@ -43,10 +48,11 @@ std::vector<FinderSyncBrowser::OpenFolder>::iterator FinderSyncBrowser::openFold
 
 // A watched folder that was renamed is still known by what it is.
 void FinderSyncBrowser::updateObservation(OpenFolder& folder) {
-  const URL url = folder.windows.front();
-  const bool isWanted = watched_.contains(folder.identity) || isShownFolderWatched(url);
+  const bool isWanted = watched_.contains(folder.identity) || (!watched_.empty() && isWatched(folderNow(folder)));
   if (!extension_ || isWanted == folder.isObserved) return;
+  const URL url = folderNow(folder);
   folder.isObserved = isWanted;
+  folder.reference = isWanted ? referenceOf(url) : std::nullopt;
   if (isWanted) {
     extension_->beginObservingDirectoryAtURL(url);
   } else {
@@ -54,8 +60,54 @@ void FinderSyncBrowser::updateObservation(OpenFolder& folder) {
   }
 }
 
+// A reference keeps its volume mounted, as the watched folders do theirs: no other volume is to be kept from being ejected.
+std::optional<URL> FinderSyncBrowser::referenceOf(const URL& folder) {
+  const auto volumeOf = [this](const URL& url) {
+    const Object volume = fileManager_.resourceValueForKey(url, ResourceKey::volumeURL, nullptr);
+    const auto* root = volume.get<URL>();
+    return root ? root->path() : std::string();
+  };
+  const std::string volume = volumeOf(folder);
+  const bool isHeld = std::ranges::any_of(directoryURLs_, [&](const URL& watched) { return volumeOf(watched) == volume; });
+  return isHeld ? fileManager_.fileReferenceURL(folder) : std::nullopt;
+}
+
+URL FinderSyncBrowser::folderNow(const OpenFolder& open) {
+  for (const URL& window : open.windows) {
+    const URL folder = shownFolder(window);
+    if (fileManager_.fileResourceIdentifier(folder) == open.identity) return folder;
+  }
+  const std::string path = open.reference ? open.reference->path() : "";
+  return path.empty() ? open.windows.front() : URL::fileURLWithPath(path, true);
+}
+
+URL FinderSyncBrowser::folderNow(const URL& folder) {
+  const auto open = openedBy(folder);
+  return open == openFolders_.end() ? shownFolder(folder) : folderNow(*open);
+}
+
+std::optional<URL> FinderSyncBrowser::targetedURL() { return target_ ? std::optional(folderNow(*target_)) : std::nullopt; }
+
+void FinderSyncBrowser::showFoldersAgain() {
+  for (const OpenFolder& folder : openFolders_) {
+    if (extension_ && folder.isObserved) extension_->beginObservingDirectoryAtURL(folderNow(folder));
+  }
+}
+
+// The extension knows the file by one folder, in whatever way its windows lead there.
 void FinderSyncBrowser::fileShown(const URL& file) {
-  if (extension_ && isWatched(file)) extension_->requestBadgeIdentifierForURL(file);
+  if (!extension_ || watched_.empty() || !file.isFileURL()) return;
+  const auto open = openFolderOf(file);
+  const URL item = open == openFolders_.end() ? file : folderNow(*open).URLByAppendingPathComponent(file.lastPathComponent());
+  if (isWatched(item)) extension_->requestBadgeIdentifierForURL(item);
+}
+
+void FinderSyncBrowser::strayFileShown(const URL& file) {
+  if (!watched_.empty() && file.isFileURL() && openFolderOf(file) == openFolders_.end()) fileShown(file);
+}
+
+FinderSyncBrowser::OpenFolders::iterator FinderSyncBrowser::openFolderOf(const URL& item) {
+  return openedBy(URL::fileURLWithPath(parentPath(item.path()), true));
 }
 
 std::optional<Menu> FinderSyncBrowser::menuForMenuKind(MenuKind kind) {
@@ -66,7 +118,7 @@ std::optional<Menu> FinderSyncBrowser::menuForMenuKind(MenuKind kind) {
 // A contextual menu acts on the selection, and without one on the folder shown.
 bool FinderSyncBrowser::isMenuWanted(MenuKind kind) {
   if (kind == MenuKind::toolbarItemMenu) return true;
-  if (selection_.empty()) return target_ && isShownFolderWatched(*target_);
+  if (selection_.empty()) return target_ && !watched_.empty() && isWatched(folderNow(*target_));
   return std::ranges::all_of(selection_, [this](const URL& item) { return isWatched(item); });
 }
 
@@ -83,7 +135,10 @@ bool FinderSyncBrowser::initFinderSync(FinderSync& extension) {
 void FinderSyncBrowser::deallocFinderSync(FinderSync& extension) {
   if (extension_ != &extension) return;
   extension_ = nullptr;
-  for (OpenFolder& folder : openFolders_) folder.isObserved = false;
+  for (OpenFolder& folder : openFolders_) {
+    folder.isObserved = false;
+    folder.reference.reset();
+  }
 }
 
 void FinderSyncBrowser::setDirectoryURLs(std::vector<URL> urls) {
@@ -101,8 +156,6 @@ void FinderSyncBrowser::addWatched(const URL& folder) {
     if (const auto identity = fileManager_.fileResourceIdentifier(url)) watched_.insert(*identity);
   }
 }
-
-bool FinderSyncBrowser::isShownFolderWatched(const URL& folder) { return !watched_.empty() && isWatched(shownFolder(folder)); }
 
 bool FinderSyncBrowser::isWatched(const URL& item) {
   if (watched_.empty() || !item.isFileURL()) return false;
@@ -136,11 +189,15 @@ bool FinderSyncBrowser::isWatchedIdentity(const URL& url) {
   return identity && watched_.contains(*identity);
 }
 
-// The entry "." of a link's path is the folder at its end (path_resolution(7)).
+// The entry "." of a link's path is the folder at its end (path_resolution(7)); a reference to it tells its own path.
 URL FinderSyncBrowser::shownFolder(const URL& folder) {
   const Object isLink = fileManager_.resourceValueForKey(folder, ResourceKey::isSymbolicLink, nullptr);
   const bool* value = isLink.get<bool>();
-  return value && *value ? URL::fileURLWithPath(folder.path() + "/.", true) : folder;
+  if (!value || !*value) return folder;
+  URL entry = URL::fileURLWithPath(folder.path() + "/.", true);
+  const auto reference = fileManager_.fileReferenceURL(entry);
+  const std::string path = reference ? reference->path() : "";
+  return path.empty() ? entry : URL::fileURLWithPath(path, true);
 }
 
 }  // namespace platform::native

@@ -12,6 +12,10 @@ LinuxPlatform::LinuxPlatform(Options options)
     processSources_.reportExits();
     userDefaultsSuites_.synchronize();
   });
+  // The extension watches a process each time that it has found a host, and nothing else. By the next turn of the loop it is done with
+  // that host's start.
+  processSources_.setOnCreation(
+      [this] { foldersAgain_ = MainLoopSource::soon([this] { finderSyncBrowser_.showFoldersAgain(); }); });
 }
 
 Platform LinuxPlatform::references() {

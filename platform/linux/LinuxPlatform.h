@@ -8,6 +8,7 @@
 #include "platform/Platform.h"
 #include "platform/linux/FinderSyncBrowser.h"
 #include "platform/linux/Log.h"
+#include "platform/linux/MainLoopSource.h"
 #include "platform/linux/bus/DistributedNotificationCenter.h"
 #include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/files/FileManager.h"
@@ -57,6 +58,7 @@ class LinuxPlatform {
   LinuxRunningApplications runningApplications_{bus_};
   LinuxProcessSources processSources_{log_};
   LinuxBundle mainBundle_;
+  MainLoopSource foldersAgain_;
 };
 
 }  // namespace platform::native

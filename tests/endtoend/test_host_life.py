@@ -115,6 +115,35 @@ class HostLife(EndToEndTest):
                 return
         self.fail("no signal was noticed")
 
+    def test_an_open_folder_is_asked_about_by_each_host_that_comes(self):
+        path = self.make_archive()
+        other = self.make_file("notes.txt")
+        host, console = self.start_both()
+        console.do("open", folder=self.folder)
+        for _ in range(4):
+            console.wait_until("archive", file=path)
+            self.assertIsNotNone(item(console.menu_of(path), "letters.zip"))
+            self.assertEqual(self.asked(host, console), sorted([path, other]))
+            host.process.kill()
+            host.wait()
+            console.wait_until("noHost")
+            host = self.session.start_host()
+            console.wait_until("host")
+
+    def test_a_host_that_announces_itself_again_leaves_the_next_one_what_is_shown(self):
+        path = self.make_archive()
+        host, console = self.start_both()
+        console.do("open", folder=self.folder)
+        host.line(lambda line: line["event"] == "answered")
+        for _ in range(3):
+            self.announce()
+            host.line(lambda line: line["event"] == "answered" and line["file"] == path)
+        host.process.kill()
+        host.wait()
+        console.wait_until("noHost")
+        self.session.start_host()
+        console.wait_until("archive", file=path)
+
     def test_the_end_of_the_console_leaves_the_host_unharmed(self):
         host, console = self.start_both()
         console.process.kill()

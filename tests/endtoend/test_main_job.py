@@ -19,6 +19,25 @@ class MainJob(EndToEndTest):
         console.do("open", folder=self.folder)
         self.assertEqual(self.asked(host, console), [])
 
+    def test_a_folder_that_is_shown_through_a_link_is_asked_about_once_and_acted_on_itself(self):
+        path = self.make_archive()
+        link = self.session.path("link")
+        os.symlink(self.folder, link)
+        host, console = self.start_both()
+        console.do("open", folder=link)
+        console.do("open", folder=self.folder)
+        self.assertEqual(self.asked(host, console), [path])
+        self.announce()
+        host.message("pingPortName:")
+        self.assertEqual(self.asked(host, console), [path])
+        console.do("select", files=[])
+        console.do("target", folder=link)
+        menu = titles(console.menu(1))
+        self.assertIn("Size Browser…", menu)
+        self.assertNotIn("Checksum…", menu)
+        console.do("choose", titles=["Size Browser…"])
+        self.assertEqual([path_of_url(url) for url in host.message("showSizeBrowser:")["argument"]["v"]], [self.folder])
+
     def test_nothing_is_asked_about_files_of_other_folders(self):
         other = self.session.make_folder("other")
         path = self.make_archive(folder=other)
@@ -122,7 +141,7 @@ class MainJob(EndToEndTest):
         host = self.session.start_host()
         console.wait_until("archive", file=path)
         self.assertEqual(self.asked(host, console), [path])
-        self.assertEqual(console.state()["observedFiles"], {})
+        self.assertEqual(console.state()["observedFiles"], {self.folder: [path]})
 
 
 if __name__ == "__main__":

@@ -167,6 +167,7 @@ void LinuxProcessSources::reportExits() {
 }
 
 std::shared_ptr<ProcessSource> LinuxProcessSources::createProcessSource(std::int32_t processIdentifier, std::uint32_t mask) {
+  if (onCreation_) onCreation_();
   return std::make_shared<Source>(registry_, processIdentifier, mask);
 }
 

@@ -6,9 +6,11 @@
 // prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY).
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "platform/Log.h"
 #include "platform/ProcessSource.h"
@@ -23,6 +25,9 @@ class LinuxProcessSources final : public ProcessSources {
   /// Disarms all sources and releases their handlers.
   ~LinuxProcessSources() override;
 
+  /// Runs at each creation of a source.
+  void setOnCreation(std::function<void()> handler) { onCreation_ = std::move(handler); }
+
   std::shared_ptr<ProcessSource> createProcessSource(std::int32_t processIdentifier, std::uint32_t mask) override;
   /// Runs now the handlers of exits that have happened and that the main loop has not come to yet.
   void reportExits();
@@ -32,6 +37,7 @@ class LinuxProcessSources final : public ProcessSources {
   struct Registry;
 
   std::shared_ptr<Registry> registry_;
+  std::function<void()> onCreation_;
 };
 
 }  // namespace platform::native

@@ -209,11 +209,72 @@ TEST_F(FinderSyncBrowserTest, anOpenFolderThatWasRenamedDoesNotEndWhenTheSetIsRe
   EXPECT_THAT(extension.take(), IsEmpty());
 }
 
+TEST_F(FinderSyncBrowserTest, theOpenFoldersOfTheWatchedSetBeginAgainForANewHost) {
+  watch({"/home/watched"});
+  for (const char* folder : {"/home/watched", "/home/watched/sub", "/home/watched/sub", "/home/other"})
+    browser.folderOpened(at(folder));
+  browser.folderClosed(at("/home/watched"));
+  extension.take();
+  browser.showFoldersAgain();
+  EXPECT_THAT(extension.take(), ElementsAre("begin /home/watched/sub"));
+}
+
+TEST_F(FinderSyncBrowserTest, anOpenFolderBelowARenamedOneIsActedOnWhereItIsNow) {
+  watch({"/home/watched"});
+  browser.folderOpened(at("/home/watched/sub/deep"));
+  files.rename("/home/watched/sub", "/home/watched/renamed");
+  extension.take();
+  browser.setTargetedURL(at("/home/watched/sub/deep"));
+  EXPECT_TRUE(hasMenu(MenuKind::contextualMenuForContainer));
+  EXPECT_EQ(browser.targetedURL()->path(), "/home/watched/renamed/deep");
+  browser.fileShown(at("/home/watched/sub/deep/file.tar"));
+  browser.showFoldersAgain();
+  EXPECT_THAT(extension.take(),
+              ElementsAre("menu 1", "badge /home/watched/renamed/deep/file.tar", "begin /home/watched/renamed/deep"));
+}
+
+TEST_F(FinderSyncBrowserTest, anotherFolderUnderTheNameOfAnOpenOneIsNotTakenForIt) {
+  watch({"/home/watched"});
+  browser.folderOpened(at("/home/watched/sub"));
+  files.rename("/home/watched/sub", "/home/watched/renamed");
+  files.add("/home/watched/sub/new.zip");
+  browser.setTargetedURL(at("/home/watched/sub"));
+  EXPECT_EQ(browser.targetedURL()->path(), "/home/watched/renamed");
+}
+
+TEST_F(FinderSyncBrowserTest, anOpenFolderOfAnotherVolumeIsNotHeld) {
+  watch({"/home"});
+  files.find("/home/watched/sub")->properties[std::string(platform::ResourceKey::volumeURL)] = at("/home/watched/sub");
+  browser.folderOpened(at("/home/watched/sub"));
+  files.rename("/home/watched", "/home/renamed");
+  browser.setTargetedURL(at("/home/watched/sub"));
+  EXPECT_FALSE(hasMenu(MenuKind::contextualMenuForContainer));
+}
+
+TEST_F(FinderSyncBrowserTest, aFolderThatWasClosedIsNotFollowed) {
+  watch({"/home/watched"});
+  browser.folderOpened(at("/home/watched/sub"));
+  browser.folderClosed(at("/home/watched/sub"));
+  files.rename("/home/watched/sub", "/home/watched/renamed");
+  browser.setTargetedURL(at("/home/watched/sub"));
+  EXPECT_FALSE(hasMenu(MenuKind::contextualMenuForContainer));
+}
+
 TEST_F(FinderSyncBrowserTest, onlyFilesInWatchedFoldersAreAskedForBadges) {
   watch({"/home/watched"});
   browser.fileShown(at("/home/watched/file.zip"));
   browser.fileShown(at("/home/other/file.zip"));
   EXPECT_THAT(extension.take(), ElementsAre("badge /home/watched/file.zip"));
+}
+
+TEST_F(FinderSyncBrowserTest, aStrayFileIsAskedForABadgeUnlessItsFolderIsOpen) {
+  watch({"/home/watched"});
+  browser.folderOpened(at("/home/watched"));
+  extension.take();
+  for (const char* file : {"/home/watched/file.zip", "/home/watched/sub/deep/file.tar", "/home/other/file.zip"}) {
+    browser.strayFileShown(at(file));
+  }
+  EXPECT_THAT(extension.take(), ElementsAre("badge /home/watched/sub/deep/file.tar"));
 }
 
 TEST_F(FinderSyncBrowserTest, theAdapterHearsOfEachReplacementOfTheWatchedSet) {

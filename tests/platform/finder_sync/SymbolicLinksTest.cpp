@@ -23,13 +23,18 @@ class SymbolicLinks : public testing::Test {
  protected:
   SymbolicLinks() {
     for (const char* folder : {"watched/sub", "elsewhere"}) fs::create_directories(root / folder);
-    for (const char* file : {"watched/sub/file.zip", "elsewhere/file.zip"}) std::ofstream(root / file) << "x";
+    for (const char* file : {"watched/file.zip", "watched/sub/file.zip", "elsewhere/file.zip"}) std::ofstream(root / file) << "x";
     fs::create_directory_symlink(root / "watched", root / "link");
     EXPECT_TRUE(browser.initFinderSync(extension));
   }
 
   URL at(std::string_view path) const { return URL::fileURLWithPath((root / path).string()); }
   void watch(std::string_view path) { browser.setDirectoryURLs({*fileManager.fileReferenceURL(at(path))}); }
+
+  bool hasBackgroundMenu(const URL& shown) {
+    browser.setTargetedURL(shown);
+    return browser.menuForMenuKind(platform::MenuKind::contextualMenuForContainer).has_value();
+  }
 
   tests::TemporaryFolder folder;
   fs::path root = folder.path();
@@ -42,15 +47,15 @@ class SymbolicLinks : public testing::Test {
 TEST_F(SymbolicLinks, aWatchedFolderIsWatchedOnEveryWayToIt) {
   watch("watched");
   EXPECT_TRUE(browser.isWatched(at("link/sub/file.zip")));
-  EXPECT_TRUE(browser.isShownFolderWatched(at("link")));
-  EXPECT_TRUE(browser.isShownFolderWatched(at("link/sub")));
+  EXPECT_TRUE(hasBackgroundMenu(at("link")));
+  EXPECT_TRUE(hasBackgroundMenu(at("link/sub")));
 }
 
 TEST_F(SymbolicLinks, aWatchedLinkWatchesTheFolderThatItShows) {
   watch("link");
   EXPECT_TRUE(browser.isWatched(at("watched/sub/file.zip")));
   EXPECT_TRUE(browser.isWatched(at("link/sub/file.zip")));
-  EXPECT_TRUE(browser.isShownFolderWatched(at("link")));
+  EXPECT_TRUE(hasBackgroundMenu(at("link")));
   EXPECT_FALSE(browser.isWatched(at("elsewhere/file.zip")));
 }
 
@@ -75,7 +80,29 @@ TEST_F(SymbolicLinks, oneFolderShownOnTwoWaysBeginsOnce) {
   EXPECT_THAT(extension.take(), ElementsAre("begin " + at("watched").path()));
   browser.folderClosed(at("watched"));
   browser.folderClosed(at("link"));
-  EXPECT_THAT(extension.take(), ElementsAre("end " + at("link").path()));
+  EXPECT_THAT(extension.take(), ElementsAre("end " + at("watched").path()));
+}
+
+TEST_F(SymbolicLinks, theFolderThatALinkShowsIsHandedOnInItsPlace) {
+  watch("watched");
+  browser.folderOpened(at("link"));
+  browser.fileShown(at("link/file.zip"));
+  EXPECT_TRUE(hasBackgroundMenu(at("link")));
+  EXPECT_EQ(browser.targetedURL()->path(), at("watched").path());
+  browser.showFoldersAgain();
+  browser.folderClosed(at("link"));
+  const std::string path = at("watched").path();
+  EXPECT_THAT(extension.take(),
+              ElementsAre("begin " + path, "badge " + path + "/file.zip", "menu 1", "begin " + path, "end " + path));
+}
+
+TEST_F(SymbolicLinks, aLinkThatLeadsElsewhereByNowIsTheFolderThatWasOpened) {
+  watch("watched");
+  browser.folderOpened(at("link"));
+  fs::remove(root / "link");
+  fs::create_directory_symlink(root / "elsewhere", root / "link");
+  browser.setTargetedURL(at("link"));
+  EXPECT_EQ(browser.targetedURL()->path(), at("watched").path());
 }
 
 TEST_F(SymbolicLinks, aLinkToNoFolderCannotBeOpened) {
