@@ -2,43 +2,30 @@
 // each. Main thread only.
 #pragma once
 
-#include <gio/gio.h>
-
-#include <map>
-#include <string>
-
 #include "platform/linux/FinderSyncBrowser.h"
-#include "platform/linux/OwnedGLib.h"
+#include "platform/linux/files/NewFiles.h"
 
 namespace browsers {
 
 using platform::URL;
 using platform::native::FinderSyncBrowser;
-using platform::native::OwnedObject;
+using platform::native::NewFiles;
 
 class ShownFolders {
  public:
   /// The browser outlives the object.
-  explicit ShownFolders(FinderSyncBrowser& browser) : browser_(browser) {}
-  ~ShownFolders();
+  explicit ShownFolders(FinderSyncBrowser& browser);
   ShownFolders(const ShownFolders&) = delete;
 
   /// A window, tab or pane shows the folder, or no longer does. False for a folder that is gone; nothing changes then.
   bool opened(const URL& folder);
   void closed(const URL& folder);
+  /// A file is shown, maybe among those of many folders.
+  void fileShown(const URL& file) { browser_.strayFileShown(file); }
 
  private:
-  struct Shown {
-    OwnedObject<GFileMonitor> monitor;  ///< Null where the folder cannot be watched.
-    std::size_t windows = 0;
-  };
-
-  static void changed(GFileMonitor*, GFile* file, GFile* other, GFileMonitorEvent event, gpointer self);
-  void startMonitor(Shown& shown, const std::string& path);
-  void fileCame(GFile* file);
-
   FinderSyncBrowser& browser_;
-  std::map<std::string, Shown> shown_;  // by path
+  NewFiles newFiles_;
 };
 
 }  // namespace browsers

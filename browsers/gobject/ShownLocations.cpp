@@ -3,6 +3,9 @@
 #include "platform/linux/OwnedGLib.h"
 
 namespace browsers {
+
+using platform::native::OwnedObject;
+
 namespace {
 
 bool hasSignal(GObject* object, const char* name) { return g_signal_lookup(name, G_OBJECT_TYPE(object)) != 0; }
