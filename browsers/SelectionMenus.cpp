@@ -25,8 +25,19 @@ BoundMenuRef SelectionMenus::menuForToolbar(std::vector<URL> selection, std::opt
 
 void SelectionMenus::choose(const BoundMenu& menu, const PlannedItem& item) {
   if (item.items || !item.isEnabled) return;
-  extension_.setTargetUrls(menu.targets);
+  auto targets = targetsOf(menu);
+  if (!targets) return;
+  extension_.setTargetUrls(std::move(targets));
   browser_.itemChosen(item.choice);
+}
+
+// A folder above may have been renamed since the menu was built. Nothing for a folder that is nowhere to be found.
+std::optional<std::vector<URL>> SelectionMenus::targetsOf(const BoundMenu& menu) {
+  if (!menu.folder) return menu.targets;
+  browser_.setTargetedURL(menu.folder);
+  const auto folder = browser_.targetedURL();
+  if (!folder->isFileURL() || files_.fileResourceIdentifier(*folder)) return std::vector{*folder};
+  return std::nullopt;
 }
 
 bool SelectionMenus::isOutdated() const {
@@ -59,7 +70,8 @@ BoundMenuRef SelectionMenus::build(const Request& request) {
   const auto menu = browser_.menuForMenuKind(request.kind);
   if (!menu || menu->items.empty()) return nullptr;
   const std::string name = "DTDovetailSync" + std::to_string(static_cast<int>(request.kind));
-  return std::make_shared<BoundMenu>(BoundMenu{planner_.itemsOf(*menu, name), extension_.targetUrls()});
+  return std::make_shared<BoundMenu>(
+      BoundMenu{planner_.itemsOf(*menu, name), extension_.targetUrls(), request.selection.empty() ? request.folder : std::nullopt});
 }
 
 SelectionMenus::Facts SelectionMenus::factsOf(std::optional<FileIdentity> file) const {

@@ -26,6 +26,7 @@ using platform::native::FinderSyncBrowser;
 struct BoundMenu {
   PlannedItems items;
   std::optional<std::vector<URL>> targets;
+  std::optional<URL> folder;  ///< Whose background it is of, as the browser names it; the menu acts on it wherever it is by then.
 };
 using BoundMenuRef = std::shared_ptr<const BoundMenu>;
 
@@ -76,6 +77,7 @@ class SelectionMenus {
 
   BoundMenuRef give(Request request);
   BoundMenuRef build(const Request& request);
+  std::optional<std::vector<URL>> targetsOf(const BoundMenu& menu);
   Facts factsOf(std::optional<FileIdentity> file) const;
   std::optional<FileIdentity> fileOf(const Request& request);
   static bool isSame(const Request& a, const Request& b);

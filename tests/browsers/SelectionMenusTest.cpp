@@ -81,6 +81,22 @@ TEST_F(SelectionMenusTest, aFoldersMenuActsOnTheFolder) {
   EXPECT_THAT(renamed(), ElementsAre("/w"));
 }
 
+TEST_F(SelectionMenusTest, aFoldersMenuActsOnTheFolderWhereItIsAtTheChoice) {
+  fakes.fileManager.add("/w/sub/deep/a.zip");
+  browser.folderOpened(fileURL("/w/sub/deep"));
+  takeMessages();
+  const BoundMenuRef menu = menus->menuForFolder(fileURL("/w/sub/deep"));
+  const BoundMenuRef button = menus->menuForToolbar({}, fileURL("/w/sub/deep"));
+  fakes.fileManager.rename("/w/sub", "/w/renamed");
+  for (const BoundMenuRef& each : {menu, button}) {
+    choose(each, "Rename…");
+    EXPECT_THAT(renamed(), ElementsAre("/w/renamed/deep"));
+  }
+  fakes.fileManager.remove("/w/renamed");
+  choose(menu, "Rename…");
+  EXPECT_THAT(takeMessages(), IsEmpty());
+}
+
 TEST_F(SelectionMenusTest, anEmptySelectionAsksNothingOfAnyFile) {
   EXPECT_EQ(menuOf({}), nullptr);
   EXPECT_THAT(fakes.calls.take(), IsEmpty());
