@@ -57,6 +57,12 @@ class FileBrowser:
         wait_for("%r on the screen" % title, lambda: subprocess.run(command).returncode == 0)
         wait_for("%r in front" % title, lambda: is_in(window, "ACTIVE"))
 
+    def type_address(self, path):
+        """Leads the window in front to a folder."""
+        press("ctrl+l")
+        run("xdotool", "type", "--delay", "20", path)
+        press("Return")
+
     def close_window(self, window):
         self.activate(window)
         title = window.get_name()

@@ -64,6 +64,18 @@ class HostTest(BrowserTest):
         self.restart_host()
         self.open_menu_with("letters.tar.gz", "letters.tar.gz")
 
+    def test_each_host_that_comes_is_asked_about_the_shown_archives_before_any_menu_is(self):
+        for _ in range(3):
+            self.host.signal(signal.SIGKILL)
+            self.host.wait()
+            self.menu_without_us()
+            self.browser.close_menu()
+            self.browser.select_nothing(self.window)
+            self.restart_host()
+            self.host.line(lambda line: line["event"] == "answered" and line["file"] == self.archive)
+            self.open_menu_with("letters.tar.gz", "letters.tar.gz")
+            self.browser.close_menu()
+
     def test_a_host_of_another_version_leaves_nothing_in_the_menu(self):
         self.host.signal(signal.SIGTERM)
         self.host.wait()
