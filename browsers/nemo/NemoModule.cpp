@@ -3,6 +3,7 @@
 #include <gtk/gtk.h>
 #include <libnemo-extension/nemo-extension-types.h>
 #include <libnemo-extension/nemo-file-info.h>
+#include <libnemo-extension/nemo-info-provider.h>
 #include <libnemo-extension/nemo-location-widget-provider.h>
 #include <libnemo-extension/nemo-menu-provider.h>
 #include <libnemo-extension/nemo-name-and-desc-provider.h>
@@ -50,6 +51,12 @@ GtkWidget* getWidget(NemoLocationWidgetProvider*, const char* uri, GtkWidget*) {
   return guarded([&] { return browsers::locationWidget(LoadedNemo::browser().module(), uri); });
 }
 
+// Nemo asks for what comes into view, a search's finds among it.
+NemoOperationResult updateFileInfo(NemoInfoProvider*, NemoFileInfo* file, GClosure*, NemoOperationHandle**) {
+  guarded([&] { LoadedNemo::browser().module().shownFolders().fileShown(Nemo::urlOf(file)); });
+  return NEMO_OPERATION_COMPLETE;
+}
+
 GList* getNameAndDescription(NemoNameAndDescProvider*) {
   return g_list_prepend(nullptr, g_strdup("Dovetail:::Commands of the Dovetail file manager, and the contents of archives"));
 }
@@ -62,6 +69,10 @@ void implementMenus(gpointer interface, gpointer) {
 
 void implementLocations(gpointer interface, gpointer) {
   static_cast<NemoLocationWidgetProviderIface*>(interface)->get_widget = getWidget;
+}
+
+void implementInfo(gpointer interface, gpointer) {
+  static_cast<NemoInfoProviderInterface*>(interface)->update_file_info = updateFileInfo;
 }
 
 void implementName(gpointer interface, gpointer) {
@@ -77,6 +88,7 @@ void nemo_module_initialize(GTypeModule* module) {
   LoadedNemo::initialize(module, "DovetailNemo",
                          {{NEMO_TYPE_MENU_PROVIDER, implementMenus},
                           {NEMO_TYPE_LOCATION_WIDGET_PROVIDER, implementLocations},
+                          {NEMO_TYPE_INFO_PROVIDER, implementInfo},
                           {NEMO_TYPE_NAME_AND_DESC_PROVIDER, implementName}});
 }
 
