@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "console/Conformance.h"
 #include "console/Console.h"
 #include "console/Conversation.h"
 #include "console/Diagnosis.h"
@@ -32,13 +33,16 @@ struct Options {
   std::optional<std::string> bundleVersion;
 };
 
-constexpr char usage[] = "[diagnose|images FOLDER]";
+constexpr char usage[] = "[conformance|diagnose|images FOLDER]";
 constexpr char purpose[] =
     "A file browser without a screen: loads the extension as a browser does and takes commands in place of clicks. Type help at "
-    "its "
+    "its\n"
     "prompt.\n"
     "\n"
     "Commands:\n"
+    "  conformance     tell what the host that runs keeps of its promises (docs/host-protocol.md); the exit status is 1 when one "
+    "is\n"
+    "                  broken\n"
     "  diagnose        tell why a menu may be missing; the exit status is 1 when it finds a fault\n"
     "  images FOLDER   draw all images of the menus into the folder, for people to look at";
 
@@ -148,13 +152,21 @@ int diagnose(LinuxPlatform& platform) {
   return std::any_of(findings.begin(), findings.end(), [](const Finding& finding) { return finding.isFault; }) ? 1 : 0;
 }
 
+int examine(LinuxPlatform& platform) {
+  const auto tell = [](const Promise& promise) {
+    std::puts(textOfPromise(promise).c_str());
+    std::fflush(stdout);
+  };
+  return examineHost(platform.references(), tell) ? ExitStatus::done : ExitStatus::failed;
+}
+
 int run(const Program& program, const Options& options, const Program::Words& words) {
   const std::string command = words.empty() ? "" : words[0];
-  if (!words.empty() && command != "diagnose" && command != "images")
+  if (!words.empty() && command != "conformance" && command != "diagnose" && command != "images")
     return program.misuse("There is no command \"" + command + "\".");
   if (command == "images" && words.size() != 2) return program.misuse("Say one folder: images FOLDER.");
   if (command == "images") return drawImages(words[1], program);
-  if (words.size() > 1) return program.misuse("The command diagnose stands alone.");
+  if (words.size() > 1) return program.misuse("The command " + command + " stands alone.");
   LinuxPlatform::Options choices{.entitlements = std::nullopt, .bundleVersion = options.bundleVersion};
   if (options.entitlementsFile) {
     std::string fault;
@@ -162,6 +174,7 @@ int run(const Program& program, const Options& options, const Program::Words& wo
     if (!choices.entitlements) return program.complain("The entitlements cannot be read: " + fault + ".");
   }
   LinuxPlatform platform(std::move(choices));
+  if (command == "conformance") return examine(platform);
   return command == "diagnose" ? diagnose(platform) : converse(options, platform);
 }
 
