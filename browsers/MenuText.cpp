@@ -18,13 +18,41 @@ bool isDirectionMark(gunichar character) {
 
 bool isLineBreakOrControl(gunichar character) { return g_unichar_iscntrl(character) || character == 0x2028 || character == 0x2029; }
 
+// Marks without a width count as well: there is no end to how many a stranger puts on one letter.
+std::size_t columns(const char* character) { return g_unichar_iswide(g_utf8_get_char(character)) ? 2 : 1; }
+
+bool isPartOfEarlier(const char* character) { return g_unichar_iszerowidth(g_utf8_get_char(character)); }
+
+const char* endOfHead(const std::string& text, std::size_t room) {
+  const char* end = text.c_str();
+  for (std::size_t left = room; left >= columns(end); end = g_utf8_next_char(end)) left -= columns(end);
+  const char* whole = end;
+  while (whole > text.c_str() && isPartOfEarlier(whole)) whole = g_utf8_prev_char(whole);
+  return whole > text.c_str() ? whole : end;
+}
+
+const char* startOfTail(const std::string& text, std::size_t room) {
+  const char* start = text.c_str() + text.size();
+  for (const char* earlier = g_utf8_prev_char(start); room >= columns(earlier); earlier = g_utf8_prev_char(earlier)) {
+    room -= columns(earlier);
+    start = earlier;
+  }
+  while (isPartOfEarlier(start)) start = g_utf8_next_char(start);
+  return start;
+}
+
+bool isTooLong(const std::string& text) {
+  std::size_t length = 0;
+  for (const char* next = text.c_str(); *next != '\0' && length <= longestLabel; next = g_utf8_next_char(next))
+    length += columns(next);
+  return length > longestLabel;
+}
+
+// The ellipsis takes a column.
 std::string shortened(const std::string& text) {
-  const glong length = g_utf8_strlen(text.data(), static_cast<gssize>(text.size()));
-  if (static_cast<std::size_t>(length) <= longestLabel) return text;
-  constexpr glong head = longestLabel / 2;
-  constexpr glong tail = longestLabel - head - 1;
-  const char* end = g_utf8_offset_to_pointer(text.data(), length - tail);
-  return text.substr(0, static_cast<std::size_t>(g_utf8_offset_to_pointer(text.data(), head) - text.data())) + "\u2026" + end;
+  if (!isTooLong(text)) return text;
+  constexpr std::size_t tail = longestLabel / 2;
+  return std::string(text.c_str(), endOfHead(text, longestLabel - 1 - tail)) + "\u2026" + startOfTail(text, tail);
 }
 
 }  // namespace

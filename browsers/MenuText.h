@@ -7,8 +7,9 @@
 
 namespace browsers {
 
-/// Longer texts are shortened in the middle to this many characters.
-inline constexpr std::size_t longestLabel = 255;
+/// Longer texts are shortened in the middle to this many columns, so that a menu stays narrow and the ending can be read. A column is
+/// the place of a letter; East Asian signs take two.
+inline constexpr std::size_t longestLabel = 60;
 
 /// UTF-8 on one line that reads in its own direction: bytes that are no UTF-8 stand as U+FFFD, line breaks and control characters
 /// as a space, marks that turn the direction of text are left out, and nothing at all stands as "(no name)".

@@ -31,18 +31,41 @@ TEST(MenuText, marksThatTurnTheDirectionOfTextAreLeftOut) {
   EXPECT_EQ(harmlessText("\u202Efdp.exe\u202C\u2066x\u2069\u200F\u061C"), "fdp.exex");
 }
 
-TEST(MenuText, aLongTextIsShortenedInTheMiddleTo255Characters) {
-  EXPECT_EQ(harmlessText(std::string(255, 'a')), std::string(255, 'a'));
-  const std::string shown = harmlessText("start" + std::string(1000, 'a') + "ende");
-  EXPECT_EQ(g_utf8_strlen(shown.c_str(), -1), 255);
-  EXPECT_TRUE(shown.starts_with("start") && shown.ends_with("ende"));
-  EXPECT_NE(shown.find("\u2026"), std::string::npos);
+TEST(MenuText, aLongTextIsShortenedInTheMiddleTo60CharactersSoThatItsEndingStays) {
+  EXPECT_EQ(harmlessText(std::string(60, 'a')), std::string(60, 'a'));
+  EXPECT_EQ(harmlessText("start" + std::string(1000, 'a') + ".tar.gz"),
+            "start" + std::string(24, 'a') + "\u2026" + std::string(23, 'a') + ".tar.gz");
 }
 
 TEST(MenuText, aLongTextIsCutBetweenCharacters) {
-  std::string text;
-  for (int i = 0; i < 400; ++i) text += "ü";
-  EXPECT_TRUE(g_utf8_validate(harmlessText(text).c_str(), -1, nullptr));
+  for (std::size_t letters = 0; letters < 4; ++letters) {
+    std::string text(letters, 'a');
+    for (int i = 0; i < 400; ++i) text += "ü";
+    const std::string shown = harmlessText(text);
+    EXPECT_TRUE(g_utf8_validate(shown.c_str(), -1, nullptr));
+    EXPECT_EQ(g_utf8_strlen(shown.c_str(), -1), 60);
+  }
+}
+
+TEST(MenuText, aMarkStaysWithItsLetterWhereALongTextIsCut) {
+  const std::string accent = "\u0301", tail(30, 't');
+  EXPECT_EQ(harmlessText(std::string(28, 'h') + "e" + accent + std::string(100, 'x') + tail),
+            std::string(28, 'h') + "\u2026" + tail);
+  EXPECT_EQ(harmlessText(std::string(100, 'h') + "e" + accent + tail.substr(1)), std::string(29, 'h') + "\u2026" + tail.substr(1));
+}
+
+TEST(MenuText, aLetterWithMarksWithoutEndIsShortenedToo) {
+  std::string text = "a";
+  for (int i = 0; i < 1000; ++i) text += "\u0301";
+  EXPECT_LE(g_utf8_strlen(harmlessText(text).c_str(), -1), 60);
+}
+
+TEST(MenuText, aSignOfTwoColumnsCountsTwice) {
+  std::string thirty, more;
+  for (int i = 0; i < 30; ++i) thirty += "字";
+  EXPECT_EQ(harmlessText(thirty), thirty);
+  for (int i = 0; i < 300; ++i) more += "字";
+  EXPECT_EQ(g_utf8_strlen(harmlessText(more).c_str(), -1), 14 + 1 + 15);
 }
 
 TEST(MenuText, theMarkOfAMnemonicIsShownInALabel) { EXPECT_EQ(menuLabel("_my_file_"), "__my__file__"); }
