@@ -22,7 +22,7 @@ struct PlannedItem;
 using PlannedItems = std::vector<PlannedItem>;
 
 struct PlannedItem {
-  std::string name;   ///< Differs from all others in the menu, and from those of an earlier one. ASCII without "/".
+  std::string name;   ///< Differs from all others in the menu, and from those of an earlier one. Short, ASCII without "/".
   std::string label;  ///< Mnemonics escaped.
   std::string icon;   ///< A PNG file; empty for none.
   bool isEnabled = true;
@@ -36,8 +36,9 @@ struct MenuStyle {
   /// room is an item that is chosen itself, and a level that has room for a part only ends with an item that is chosen for the
   /// whole folder.
   std::size_t archiveItems = 200;
-  /// For a toolkit that confuses submenus of the same label: labels of items with submenus are made to differ invisibly.
-  bool areSubmenuLabelsDistinct = false;
+  /// The levels of an archive's contents: a folder in the deepest is chosen itself. For each level more, toolkits pay more than for
+  /// the one before.
+  std::size_t archiveLevels = 16;
 };
 
 /// Main thread only.
@@ -56,21 +57,20 @@ class MenuPlanner {
     std::shared_ptr<const PlannedItems> items;
   };
 
-  PlannedItem item(const MenuItem& source, std::string name);
-  std::shared_ptr<PlannedItems> level(const MenuItem& folder, const std::string& name, std::size_t count);
-  std::string newName(const std::string& name);
-  PlannedItems itemsBelow(const Menu& menu, const std::string& menuName, const std::string& name);
-  void plan(PlannedItem& planned, const MenuItem& source, const std::string& menuName);
+  class Names;
+
+  PlannedItem item(const MenuItem& source, Names& names);
+  PlannedItems itemsBelow(const Menu& menu, const std::string& menuName, Names& names);
+  void plan(PlannedItem& planned, const MenuItem& source, const std::string& menuName, Names& names);
   std::shared_ptr<const PlannedItems> archiveContents(const MenuItem& archive, const std::string& menuName);
-  std::shared_ptr<const PlannedItems> planContents(const MenuItem& archive, const std::string& name);
-  std::shared_ptr<PlannedItems> contentsInRoom(const MenuItem& folder, const std::string& name, std::size_t& room);
-  void open(PlannedItem& planned, std::shared_ptr<const PlannedItems> items);
+  std::shared_ptr<const PlannedItems> planContents(const MenuItem& archive, const std::string& menuName);
+  std::shared_ptr<PlannedItems> contentsInRoom(const MenuItem& folder, Names& names, std::size_t& room);
+  std::shared_ptr<PlannedItems> level(const MenuItem& folder, Names& names, std::size_t count);
   void forgetDroppedArchives();
 
   const MenuStyle style_;
   IconFiles* const icons_;
-  std::size_t submenus_ = 0;
-  std::size_t names_ = 0;
+  std::size_t plans_ = 0;
   std::map<std::tuple<const Menu*, std::string, std::size_t>, PlannedContents> archives_;
   std::map<const Menu*, std::size_t> opened_;  // how often each stands in the menu being planned
 };

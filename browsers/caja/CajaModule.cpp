@@ -30,13 +30,14 @@ struct CajaInterface {
   static constexpr auto locationOf = caja_file_info_get_location;
   static constexpr auto isDirectory = caja_file_info_is_directory;
   static constexpr auto tellItemsUpdated = caja_menu_provider_emit_items_updated_signal;
+  static constexpr bool isPageKnownByLabel = false;
 };
 
 class Caja final : public browsers::GObjectBrowser<CajaInterface> {
  public:
   // Caja waits 100 ms and longer after each change of the selection, and pays for every item then. It puts the new items into a menu
   // that is up.
-  Caja() : GObjectBrowser({.style = {.archiveItems = 200, .areSubmenuLabelsDistinct = false}, .areIconsDrawn = true}) {
+  Caja() : GObjectBrowser({.style = {.archiveItems = 200, .archiveLevels = 16}, .areIconsDrawn = true}) {
     updateClosedMenus(module(), [this] { tellItemsUpdated(); });
   }
 

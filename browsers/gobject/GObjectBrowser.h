@@ -6,6 +6,7 @@
 //   locationOf(file);                                      a reference for the caller
 //   isDirectory(file);
 //   tellItemsUpdated(provider);                            for tellItemsUpdated() alone
+//   isPageKnownByLabel;                                    submenus are pages that the toolkit tells apart by their label
 #pragma once
 
 #include <utility>

@@ -4,10 +4,12 @@
 
 #include <glib-object.h>
 
-#include <memory>
+#include <cstddef>
+#include <string>
 #include <vector>
 
 #include "browsers/BrowserModule.h"
+#include "browsers/MenuText.h"
 #include "browsers/gobject/Signals.h"
 #include "platform/linux/OwnedGLib.h"
 
@@ -28,10 +30,10 @@ class NativeItems {
   explicit NativeItems(BrowserModule& module) : module_(module) {}
 
   /// A new list with a reference to each item, as the browsers take it; null for no menu. The items of a menu that was listed last
-  /// are listed again.
+  /// are listed again, where the browser does not want others.
   GList* list(const BoundMenuRef& menu) {
     if (!menu) return nullptr;
-    if (menu != menu_) remember(menu);
+    if (menu != menu_ || Interface::isPageKnownByLabel) remember(menu);
     GList* list = nullptr;
     for (auto item = items_.rbegin(); item != items_.rend(); ++item) list = g_list_prepend(list, g_object_ref(item->get()));
     return list;
@@ -48,7 +50,7 @@ class NativeItems {
 
   OwnedItem make(const PlannedItem& planned) {
     const char* const icon = planned.icon.empty() ? nullptr : planned.icon.c_str();
-    OwnedItem item(Interface::newItem(planned.name.c_str(), planned.label.c_str(), "", icon));
+    OwnedItem item(Interface::newItem(planned.name.c_str(), labelOf(planned).c_str(), "", icon));
     g_object_set(item.get(), "sensitive", gboolean(planned.isEnabled), nullptr);
     if (planned.items) {
       const OwnedObject<typename Interface::Menu> submenu(Interface::newMenu());
@@ -60,9 +62,15 @@ class NativeItems {
     return item;
   }
 
+  // Differs from all that were listed before, as pages may be left of those.
+  std::string labelOf(const PlannedItem& planned) {
+    return planned.items && Interface::isPageKnownByLabel ? planned.label + invisibleNumber(pages_++) : planned.label;
+  }
+
   BrowserModule& module_;
   BoundMenuRef menu_;
   std::vector<OwnedItem> items_;
+  std::size_t pages_ = 0;
 };
 
 }  // namespace browsers

@@ -24,15 +24,17 @@ struct NautilusInterface {
   static constexpr auto locationOf = nautilus_file_info_get_location;
   static constexpr auto isDirectory = nautilus_file_info_is_directory;
   static constexpr auto tellItemsUpdated = nautilus_menu_provider_emit_items_updated_signal;
+  // It takes submenus of one label for one, and its path bar keeps pages of the last listing until after the next.
+  static constexpr bool isPageKnownByLabel = true;
 };
 
 platform::URL urlOfLocation(GObject* location) { return browsers::urlOf(G_FILE(location), true); }
 
 class Nautilus final : public browsers::GObjectBrowser<NautilusInterface> {
  public:
-  // Nautilus pays for every item after each change of the selection, more than others do. It takes submenus of one label for one, and
-  // draws no icons. Told of new items it asks anew a little later; an open menu stays as it is.
-  Nautilus() : GObjectBrowser({.style = {.archiveItems = 200, .areSubmenuLabelsDistinct = true}, .areIconsDrawn = false}) {
+  // Nautilus pays for every item after each change of the selection, more than others do. It draws no icons. Told of new items it asks
+  // anew a little later; an open menu stays as it is.
+  Nautilus() : GObjectBrowser({.style = {.archiveItems = 200, .archiveLevels = 16}, .areIconsDrawn = false}) {
     module().setOnOutdatedMenus([this] { tellItemsUpdated(); });
     shownLocations_.start();
   }

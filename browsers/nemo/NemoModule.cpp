@@ -28,12 +28,13 @@ struct NemoInterface {
   static constexpr auto locationOf = nemo_file_info_get_location;
   static constexpr auto isDirectory = nemo_file_info_is_directory;
   static constexpr auto tellItemsUpdated = nemo_menu_provider_emit_items_updated_signal;
+  static constexpr bool isPageKnownByLabel = false;
 };
 
 class Nemo final : public browsers::GObjectBrowser<NemoInterface> {
  public:
   // Nemo asks at each popup, and pays for every item then. An open menu stays as it is; the next one is asked for anew.
-  Nemo() : GObjectBrowser({.style = {.archiveItems = 200, .areSubmenuLabelsDistinct = false}, .areIconsDrawn = true}) {
+  Nemo() : GObjectBrowser({.style = {.archiveItems = 200, .archiveLevels = 16}, .areIconsDrawn = true}) {
     updateClosedMenus(module(), [this] { tellItemsUpdated(); });
   }
 };

@@ -24,6 +24,7 @@ struct ThunarInterface {
   static constexpr auto setSubmenu = thunarx_menu_item_set_menu;
   static constexpr auto locationOf = thunarx_file_info_get_location;
   static constexpr auto isDirectory = thunarx_file_info_is_directory;
+  static constexpr bool isPageKnownByLabel = false;
 };
 
 platform::URL urlOfLocation(GObject* location) {
@@ -33,7 +34,7 @@ platform::URL urlOfLocation(GObject* location) {
 class Thunar final : public browsers::GObjectBrowser<ThunarInterface> {
  public:
   // Thunar pays for every item when the menu pops up.
-  Thunar() : GObjectBrowser({.style = {.archiveItems = 200, .areSubmenuLabelsDistinct = false}, .areIconsDrawn = true}) {
+  Thunar() : GObjectBrowser({.style = {.archiveItems = 200, .archiveLevels = 16}, .areIconsDrawn = true}) {
     shownLocations_.start();
     watchOpenWindows();
   }

@@ -39,8 +39,15 @@ std::vector<MenuItem> entries(std::size_t count, std::int64_t firstTag) {
   return entries;
 }
 
-PlannedItems planned(Menu menu, std::size_t room = 500, bool areLabelsDistinct = false) {
-  return MenuPlanner({room, areLabelsDistinct}, nullptr).itemsOf(menu, "D");
+PlannedItems planned(Menu menu, std::size_t room = 500, std::size_t levels = 500) {
+  return MenuPlanner({room, levels}, nullptr).itemsOf(menu, "D");
+}
+
+MenuItem chain(std::size_t levels) {
+  auto tag = static_cast<std::int64_t>(levels);
+  MenuItem chain = entry("end", tag);
+  while (--tag > 0) chain = folder("f", tag, {chain});
+  return folder("a.zip", 0, {chain});
 }
 
 std::size_t count(const PlannedItems& items) {
@@ -49,13 +56,10 @@ std::size_t count(const PlannedItems& items) {
   return sum;
 }
 
-void collect(const PlannedItems& items, std::vector<std::string>& names, std::vector<std::string>& submenuLabels) {
+void collect(const PlannedItems& items, std::vector<std::string>& names) {
   for (const PlannedItem& item : items) {
     names.push_back(item.name);
-    if (item.items) {
-      submenuLabels.push_back(item.label);
-      collect(*item.items, names, submenuLabels);
-    }
+    if (item.items) collect(*item.items, names);
   }
 }
 
@@ -81,8 +85,8 @@ TEST(MenuPlan, noTwoItemsOfAMenuHaveOneName) {
   MenuItem more = item("More", "", 0);
   more.submenu = std::make_shared<Menu>(Menu{{item("Rename\u2026", "rename:", 0), archive}});
   const PlannedItems items = planned(Menu{{item("Rename\u2026", "rename:", 0), item("Rename\u2026", "rename:", 0), archive, more}});
-  std::vector<std::string> names, submenuLabels;
-  collect(items, names, submenuLabels);
+  std::vector<std::string> names;
+  collect(items, names);
   EXPECT_EQ(std::set<std::string>(names.begin(), names.end()).size(), names.size());
   EXPECT_EQ(names.size(), 4u + 4u + 2u + 2u + 4u + 2u - 2u);
 }
@@ -144,10 +148,27 @@ TEST(MenuPlan, aFolderWithoutRoomIsChosenItself) {
   EXPECT_EQ(f.choice.tag, 1);
 }
 
-TEST(MenuPlan, aDeepChainOfFoldersCostsNoMoreThanTheRoom) {
-  MenuItem chain = entry("end", 5000);
-  for (std::int64_t tag = 4999; tag > 0; --tag) chain = folder("f", tag, {chain});
-  EXPECT_EQ(count(*planned(Menu{{folder("a.zip", 0, {chain})}}, 50)[0].items), 50u);
+TEST(MenuPlan, aDeepChainOfFoldersCostsNoMoreThanTheRoom) { EXPECT_EQ(count(*planned(Menu{{chain(5000)}}, 50)[0].items), 50u); }
+
+TEST(MenuPlan, aFolderInTheDeepestLevelIsChosenItself) {
+  const PlannedItems menu = planned(Menu{{chain(5000)}}, 500, 3);
+  const PlannedItems& second = *menu[0].items->at(0).items;
+  const PlannedItem& deepest = second.at(0).items->at(0);
+  EXPECT_EQ(deepest.items, nullptr);
+  EXPECT_EQ(deepest.choice.action, "expand:");
+  EXPECT_EQ(deepest.choice.tag, 3);
+}
+
+TEST(MenuPlan, anArchiveOfJustSoManyLevelsIsThereWhole) {
+  EXPECT_EQ(count(*planned(Menu{{chain(16)}}, 500, 16)[0].items), 16u);
+  EXPECT_EQ(planned(Menu{{folder("a.zip", 0, {entry("x", 1)})}}, 500, 1)[0].items->at(0).choice.tag, 1);
+}
+
+TEST(MenuPlan, aNameIsShortHoweverDeepItsItemLies) {
+  std::vector<std::string> names;
+  collect(planned(Menu{{chain(500)}}), names);
+  EXPECT_THAT(names, SizeIs(501));
+  for (const std::string& name : names) EXPECT_LT(name.size(), 12u);
 }
 
 TEST(MenuPlan, theCommandsDoNotCountAsAnArchivesContents) {
@@ -163,17 +184,6 @@ TEST(MenuPlan, contentsThatWerePlannedAreUsedAgain) {
   EXPECT_EQ(planner.itemsOf(menu, "D")[0].items, contents);
   menu.items[0].submenu = std::make_shared<Menu>(Menu{entries(2, 1)});
   EXPECT_THAT(*planner.itemsOf(menu, "D")[0].items, SizeIs(2));
-}
-
-TEST(MenuPlan, submenusOfOneLabelCanBeMadeToDiffer) {
-  const Menu menu{{folder("a", 0, {folder("f", 1, {folder("f", 2, {entry("f", 3)})}), folder("f", 4, {entry("x", 5)})})}};
-  std::vector<std::string> names, labels;
-  collect(planned(menu, 500, true), names, labels);
-  EXPECT_THAT(labels, SizeIs(4));
-  EXPECT_EQ(std::set<std::string>(labels.begin(), labels.end()).size(), 4u);
-  std::vector<std::string> plainLabels;
-  collect(planned(menu), names, plainLabels);
-  EXPECT_THAT(plainLabels, ElementsAre("a", "f", "f", "f"));
 }
 
 }  // namespace

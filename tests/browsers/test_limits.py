@@ -9,6 +9,7 @@ from browser_fixture import BROWSER, BrowserTest
 
 ENTRIES = 100_000
 BUDGET = 200
+DEPTH, LEVELS = 256, 16
 
 
 class LargeArchiveTest(BrowserTest):
@@ -32,6 +33,19 @@ class LargeArchiveTest(BrowserTest):
         self.assert_sent("expand:", [self.large], [0])
         self.browser.choose(self.browser.open_menu_of(self.window, "large.zip"), "large.zip", "many", many[3])
         self.assert_sent("expand:", [self.large], [0, 3])
+
+
+class DeepArchiveTest(BrowserTest):
+
+    @classmethod
+    def make_files(cls):
+        super().make_files()
+        cls.deep = cls.make_archive("deep.tar.gz", [("/".join("f" * level), None) for level in range(1, DEPTH + 1)])
+
+    def test_a_folder_in_the_deepest_level_shown_is_reached_as_a_whole(self):
+        menu = self.open_menu_with("deep.tar.gz", "deep.tar.gz")
+        self.browser.choose(menu, "deep.tar.gz", *["f"] * LEVELS)
+        self.assert_sent("expand:", [self.deep], [0] * LEVELS)
 
 
 class StoppedHostTest(BrowserTest):
