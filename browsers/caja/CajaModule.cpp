@@ -9,6 +9,7 @@
 #include <map>
 
 #include "browsers/caja/PopupMenu.h"
+#include "browsers/caja/ToolbarPicture.h"
 #include "browsers/gobject/GObjectBrowser.h"
 #include "browsers/gtk3/LocationWidget.h"
 #include "browsers/gtk3/OpenMenu.h"
@@ -46,14 +47,18 @@ class Caja final : public browsers::GObjectBrowser<CajaInterface> {
   /// The button, as a list of one item.
   GList* toolbarItems(GtkWidget* window, const URL& folder) {
     const DTDovetailSync& extension = module().extension();
-    const std::string& icon = module().icons().fileOf(extension.toolbarItemImage(), 24);
-    CajaMenuItem* const button = caja_menu_item_new("DTDovetailSync3", extension.toolbarItemName().c_str(),
-                                                    extension.toolbarItemToolTip().c_str(), icon.c_str());
+    const platform::ImageRef image = extension.toolbarItemImage();
+    const std::string& icon = module().icons().fileOf(image, 24);
+    CajaMenuItem* const button =
+        caja_menu_item_new(buttonName, extension.toolbarItemName().c_str(), extension.toolbarItemToolTip().c_str(), icon.c_str());
     browsers::connectSignal(button, "activate", [this, window, folder] { buttonClicked(window, folder); });
+    browsers::showAsSymbol(image, buttonName, window);
     return g_list_prepend(nullptr, button);
   }
 
  private:
+  static constexpr const char* buttonName = "DTDovetailSync3";
+
   void buttonClicked(GtkWidget* window, const URL& folder) {
     const auto menu = module().menus().menuForToolbar(selectionOf(window), folder);
     if (menu) showPopupMenu(module(), menu, GTK_WINDOW(window));

@@ -112,6 +112,16 @@ class GraphicalSession(Session):
                                  env=self.environment, check=True, text=True, stdout=subprocess.PIPE).stdout
         return int(colours) > 2
 
+    def brightness(self, node):
+        """Of the darkest and of the lightest point of what is drawn there, from 0 to 1."""
+        from accessibility import area_of
+        area = area_of(node)
+        place = "%dx%d+%d+%d" % (area.width - 8, area.height - 8, area.x + 4, area.y + 4)
+        said = subprocess.run(["import", "-window", "root", "-crop", place, "+repage", "-colorspace", "Gray", "-format",
+                               "%[fx:minima] %[fx:maxima]", "info:-"],
+                              env=self.environment, check=True, text=True, stdout=subprocess.PIPE).stdout
+        return [float(word) for word in said.split()]
+
     def picture(self, name):
         """Keeps a screenshot."""
         subprocess.run(["import", "-window", "root", os.path.join(self.pictures, "%s-%s.png" % (self.browser_name, name))],

@@ -1,5 +1,6 @@
 """The toolbar button, where the browser has one."""
 
+import os
 import signal
 
 from browser_fixture import BrowserTest
@@ -62,3 +63,35 @@ class ToolbarTest(BrowserTest):
         self.wait_for("the changed list", lambda: self.labels_of_button(self.window) == ["Access Control List…"])
         self.session.settings("items", "toolbar", "reset")
         self.wait_for("the usual list", lambda: "Delete…" in self.labels_of_button(self.window))
+
+
+class ToolbarPictureTest(BrowserTest):
+    """With a desktop that tells the browser its theme."""
+
+    @classmethod
+    def start_browser(cls):
+        cls.write_theme("HighContrast")
+        cls.desktop = cls.session.spawn(["xsettingsd", "-c", cls.session.path("xsettings")])
+        super().start_browser()
+
+    @classmethod
+    def write_theme(cls, name):
+        with open(cls.session.path("xsettings"), "w") as file:
+            file.write('Net/ThemeName "%s"\n' % name)
+
+    def change_theme(self, name):
+        self.write_theme(name)
+        os.kill(self.desktop.pid, signal.SIGHUP)
+
+    def colours(self):
+        """The darkest and the lightest where the button is, from 0 to 1."""
+        return self.session.brightness(self.browser.toolbar_button(self.window))
+
+    def test_the_picture_can_be_seen_on_a_light_and_on_a_dark_theme(self):
+        self.wait_for("a dark picture on light ground", lambda: self.colours()[0] < 0.3 and self.colours()[1] > 0.8)
+        self.change_theme("HighContrastInverse")
+        self.wait_for("dark ground", lambda: self.colours()[0] < 0.2)
+        self.wait_for("a light picture on it", lambda: self.colours()[1] > 0.8)
+        self.session.picture("dark")
+        self.change_theme("HighContrast")
+        self.wait_for("a dark picture again", lambda: self.colours()[0] < 0.3 and self.colours()[1] > 0.8)
