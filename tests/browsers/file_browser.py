@@ -244,7 +244,8 @@ class Thunar(FileBrowser):
         session.write(".config/xfce4/xfconf/xfce-perchannel-xml/thunar.xml",
                       '<?xml version="1.0" encoding="UTF-8"?>\n<channel name="thunar" version="1.0">\n'
                       '  <property name="default-view" type="string" value="ThunarDetailsView"/>\n'
-                      '  <property name="last-view" type="string" value="ThunarDetailsView"/>\n</channel>\n')
+                      '  <property name="last-view" type="string" value="ThunarDetailsView"/>\n'
+                      '  <property name="last-location-bar" type="string" value="ThunarLocationButtons"/>\n</channel>\n')
 
 
 class Nautilus(FileBrowser):
