@@ -8,7 +8,7 @@ import time
 from dovetail_session import DEADLINE, Late
 
 SUBSTRUCTURE_NOTIFY = 1 << 19
-MAP_NOTIFY, CLIENT_MESSAGE = 19, 33
+UNMAP_NOTIFY, MAP_NOTIFY, CLIENT_MESSAGE = 18, 19, 33
 
 
 class MapEvent(ctypes.Structure):
@@ -39,6 +39,7 @@ class Display:
         self.ping_atom = self.x.XInternAtom(self.display, b"_NET_WM_PING", 0)
         self.x.XFlush(self.display)
         self.pings = 0
+        self.menu_window = None
 
     def press(self, *keys):
         """One key, others held meanwhile before it."""
@@ -73,8 +74,16 @@ class Display:
     def wait_for_menu(self):
         for event in self.events(DEADLINE):
             if event.type == MAP_NOTIFY and event.map.override_redirect:
+                self.menu_window = event.map.window
                 return
         raise Late("no menu was mapped")
+
+    def wait_for_menu_gone(self):
+        """The one that was waited for last."""
+        for event in self.events(DEADLINE):
+            if event.type == UNMAP_NOTIFY and event.map.window == self.menu_window:
+                return
+        raise Late("the menu stayed")
 
     def ping(self, window):
         """Seconds until the window's program has answered."""
