@@ -44,19 +44,6 @@ bool readNumber(KeyedArchiveReader& reader, std::uint64_t value, std::uint64_t& 
   return true;
 }
 
-bool readName(KeyedArchiveReader& reader, std::uint64_t value, std::optional<std::string>& name) {
-  std::uint32_t uid = 0;
-  PropertyListItem item;
-  if (!reader.readUID(value, uid)) return false;
-  if (uid == 0) return true;
-  if (!reader.readSlot(uid, item)) return false;
-  if (item.isString()) return reader.text(item, name.emplace());
-  platform::Object object;
-  if (!reader.object(uid, object)) return false;
-  if (const auto* text = object.get<std::string>()) name = *text;
-  return true;
-}
-
 }  // namespace
 
 DTArchiveEntry::DTArchiveEntry(std::optional<std::string> name, bool isFolder, std::uint64_t index, std::uint64_t size)
@@ -84,7 +71,7 @@ std::shared_ptr<const platform::Coding> DTArchiveEntry::initWithCoder(platform::
 }
 
 bool DTArchiveEntry::readFrom(KeyedArchiveReader& reader, const KeyedValues& values) {
-  if (!readName(reader, values[0], name_)) return false;
+  if (!reader.textAt(values[0], name_)) return false;
   if (values[1] != KeyedArchiveReader::absent) {
     PropertyListItem folder;
     if (!reader.read(values[1], folder) || folder.kind != PropertyListKind::Boolean) return false;

@@ -30,6 +30,8 @@ class DTArchiveEntry final : public platform::Coding {
   std::uint64_t rsrcIndex() const { return rsrcIndex_; }
   std::uint64_t size() const { return size_; }
   void setName(std::optional<std::string> name) { name_ = std::move(name); }
+  /// An empty name to be written.
+  std::string& makeName() { return name_.emplace(); }
   void setFolder(bool isFolder) { isFolder_ = isFolder; }
   void setIndex(std::uint64_t index) { index_ = index; }
   void setRsrcIndex(std::uint64_t rsrcIndex) { rsrcIndex_ = rsrcIndex; }

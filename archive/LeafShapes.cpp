@@ -10,23 +10,19 @@ using platform::PropertyListShape;
 
 namespace {
 
-// The scalars in which leaves of one form differ.
-enum : std::size_t { nameAt, indexAt, rsrcIndexAt, sizeAt, scalarCount };
-constexpr std::array<std::size_t, scalarCount> keyOfScalar{0, 2, 3, 4};
+// Where the value of each scalar stands among DTArchiveEntry::keys.
+constexpr std::array<std::size_t, 4> keyOfScalar{0, 2, 3, 4};
 
 }  // namespace
 
-bool LeafShapes::read(platform::ByteView archive, const KeyedArchiveReader& parent, DTArchiveEntry& entry) const {
-  std::array<PropertyListItem, scalarCount> items;
+bool LeafShapes::read(platform::ByteView archive, const KeyedArchiveReader& parent, DTArchiveEntry& entry) {
   for (const Leaf& leaf : leaves_) {
-    if (!leaf.shape.matches(archive, items)) continue;
-    std::string name;
-    if (!items[nameAt].isString() || !parent.budget().spend(archive.size()) || !parent.text(items[nameAt], name)) return false;
-    entry.setName(std::move(name));
+    if (!leaf.shape.matches(archive, items_)) continue;
+    if (!parent.budget().spend(archive.size()) || !parent.text(items_[nameAt], entry.makeName())) return false;
     entry.setFolder(leaf.isFolder);
-    entry.setIndex(items[indexAt].value);
-    entry.setRsrcIndex(items[rsrcIndexAt].value);
-    entry.setSize(items[sizeAt].value);
+    entry.setIndex(items_[indexAt].value);
+    entry.setRsrcIndex(items_[rsrcIndexAt].value);
+    entry.setSize(items_[sizeAt].value);
     return true;
   }
   return false;

@@ -10,11 +10,6 @@ namespace {
 
 platform::Object objectOf(const std::optional<std::string>& text) { return text ? platform::Object(*text) : platform::Object(); }
 
-std::optional<std::string> textOf(const platform::Object& object) {
-  const auto* text = object.get<std::string>();
-  return text ? std::optional(*text) : std::nullopt;
-}
-
 }  // namespace
 
 DTMessage::DTMessage(std::string_view selector, platform::Object argument) : selector_(selector), argument_(std::move(argument)) {}
@@ -34,14 +29,9 @@ std::shared_ptr<const platform::Coding> DTMessage::initWithCoder(platform::Keyed
   static constexpr std::array<platform::PropertyListKey, 3> keys{"selector", "argument", "portName"};
   std::array<std::uint64_t, keys.size()> values;
   platform::KeyedArchiveReader& reader = coder.reader();
-  platform::Object selector, portName;
   auto message = std::make_shared<DTMessage>();
   if (!reader.lookUp(coder.dictionary(), keys, values)) return nullptr;
-  if (!reader.objectAt(values[0], selector) || !reader.objectAt(values[1], message->argument_) ||
-      !reader.objectAt(values[2], portName)) {
-    return nullptr;
-  }
-  message->selector_ = textOf(selector);
-  message->portName_ = textOf(portName);
-  return message;
+  const bool isRead = reader.textAt(values[0], message->selector_) && reader.objectAt(values[1], message->argument_) &&
+                      reader.textAt(values[2], message->portName_);
+  return isRead ? message : nullptr;
 }

@@ -171,10 +171,10 @@ bool ArchivedValue::decodeUUID(Object& object) {
 bool ArchivedValue::decodeURL(Object& object) {
   static constexpr std::array<PropertyListKey, 2> keys{"NS.base", "NS.relative"};
   std::array<std::uint64_t, 2> values;
-  Object base, relative;
+  Object base;
+  std::optional<std::string> text;
   if (!reader_.lookUp(dictionary_, keys, values)) return false;
-  if (!reader_.objectAt(values[0], base) || !reader_.objectAt(values[1], relative)) return false;
-  const auto* text = relative.get<std::string>();
+  if (!reader_.objectAt(values[0], base) || !reader_.textAt(values[1], text)) return false;
   const auto* baseURL = base.get<URL>();
   if (!text || (!baseURL && !base.isNil())) return false;
   object = Object(URL::URLWithString(*text, baseURL ? std::optional(*baseURL) : std::nullopt));

@@ -43,11 +43,11 @@ bool KeyedArchiveReader::readSlot(std::uint32_t uid, PropertyListItem& item) con
   return uid < objects_.count && read(list_.reference(objects_, uid), item);
 }
 
-bool KeyedArchiveReader::readUID(std::uint64_t value, std::uint32_t& uid) const {
+bool KeyedArchiveReader::readAnyUID(std::uint64_t value, std::uint32_t& uid) const {
   uid = 0;
   if (value == absent) return true;
   PropertyListItem item;
-  if (!list_.readLikelyUID(value, item)) return false;
+  if (!read(value, item)) return false;
   if (item.kind == PropertyListKind::UID) uid = static_cast<std::uint32_t>(item.value);
   return true;
 }
@@ -101,6 +101,20 @@ bool KeyedArchiveReader::text(const PropertyListItem& string, std::string& text)
   const std::string_view plain(reinterpret_cast<const char*>(string.bytes), string.count);
   if (!isASCII(plain)) return false;
   text = plain;
+  return true;
+}
+
+bool KeyedArchiveReader::textAt(std::uint64_t value, std::optional<std::string>& text) {
+  std::uint32_t uid = 0;
+  PropertyListItem item;
+  text.reset();
+  if (!readUID(value, uid)) return false;
+  if (uid == 0) return true;
+  if (!budget_->spend(DecodeBudget::costOfObject) || !readSlot(uid, item)) return false;
+  if (item.isString()) return this->text(item, text.emplace());
+  Object object;
+  if (!this->object(uid, object)) return false;
+  if (const auto* string = object.get<std::string>()) text = *string;
   return true;
 }
 
@@ -187,10 +201,10 @@ bool KeyedArchiveReader::numberedElements(const PropertyListItem& dictionary, st
 }
 
 bool KeyedArchiveReader::dataView(std::uint32_t uid, ByteView& view) {
+  if (list_.readData(objectNumber(uid), view)) return true;
   view = {};
   PropertyListItem item;
   if (!readSlot(uid, item)) return false;
-  if (item.kind == PropertyListKind::Data) view = item.data();
   if (item.kind != PropertyListKind::Dictionary) return true;
   static constexpr std::array<PropertyListKey, 3> keys{"NS.data", "NS.bytes", "$class"};
   std::array<std::uint64_t, 3> values;
@@ -200,6 +214,17 @@ bool KeyedArchiveReader::dataView(std::uint32_t uid, ByteView& view) {
   if (!read(values[0] != absent ? values[0] : values[1], item)) return false;
   if (item.kind != PropertyListKind::Data) return false;
   view = item.data();
+  return true;
+}
+
+bool KeyedArchiveReader::dataViews(std::span<const std::uint32_t> uids, std::span<ByteView> views) {
+  constexpr std::size_t batch = 64;
+  for (std::size_t i = 0; i < uids.size(); ++i) {
+    if (i % batch == 0) {
+      for (const std::uint32_t uid : uids.subspan(i, std::min(batch, uids.size() - i))) list_.prefetch(objectNumber(uid));
+    }
+    if (!dataView(uids[i], views[i])) return false;
+  }
   return true;
 }
 
@@ -217,10 +242,7 @@ bool KeyedArchiveReader::dataArray(std::uint32_t uid, std::optional<std::vector<
   const bool isRead = values[0] == absent ? numberedElements(item, uids) : uidArray(values[0], uids);
   if (!isRead || !budget_->spend(uids.size(), sizeof(ByteView))) return false;
   views.emplace(uids.size());
-  for (std::size_t i = 0; i < uids.size(); ++i) {
-    if (!dataView(uids[i], (*views)[i])) return false;
-  }
-  return true;
+  return dataViews(uids, *views);
 }
 
 }  // namespace platform

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -35,7 +36,7 @@ class KeyedArchiveReader {
   /// What stands at a reference other than 0. False past the end.
   bool readSlot(std::uint32_t uid, PropertyListItem& item) const;
   /// The reference that stands at a value of a dictionary; 0 for `absent` and for a value that is no reference.
-  bool readUID(std::uint64_t value, std::uint32_t& uid) const;
+  bool readUID(std::uint64_t value, std::uint32_t& uid) const { return list_.readShortUID(value, uid) || readAnyUID(value, uid); }
   /// The item that stands at a value of a dictionary. False for `absent`.
   bool read(std::uint64_t value, PropertyListItem& item) const { return list_.read(value, item); }
   /// The values under `keys`, `absent` for those that are not there.
@@ -60,6 +61,8 @@ class KeyedArchiveReader {
   }
   /// The text of a plain string.
   bool text(const PropertyListItem& string, std::string& text) const;
+  /// The text whose reference stands at a value of a dictionary; nothing for any other object, which must be sound, and for nil.
+  bool textAt(std::uint64_t value, std::optional<std::string>& text);
   /// The elements of an array of data as views into the archive, an empty one for an element that is no data. Nothing
   /// when the reference is 0 or leads to anything but an array.
   bool dataArray(std::uint32_t uid, std::optional<std::vector<ByteView>>& views);
@@ -70,6 +73,7 @@ class KeyedArchiveReader {
       : list_(list), classes_(classes), budget_(&budget) {}
 
   bool readTop();
+  bool readAnyUID(std::uint64_t value, std::uint32_t& uid) const;
   std::string_view knownName(const PropertyListItem& name) const;
   bool readClassRecord(std::uint64_t classValue, std::uint64_t& name, std::uint64_t& hints) const;
   bool instance(const PropertyListItem& dictionary, Object& object);
@@ -78,6 +82,7 @@ class KeyedArchiveReader {
   bool numberedElements(const PropertyListItem& dictionary, std::vector<std::uint32_t>& uids) const;
   bool uidArray(std::uint64_t value, std::vector<std::uint32_t>& uids) const;
   bool dataView(std::uint32_t uid, ByteView& view);
+  bool dataViews(std::span<const std::uint32_t> uids, std::span<ByteView> views);
 
   PropertyListReader list_;
   ClassTable classes_;

@@ -3,11 +3,6 @@
 #include <algorithm>
 
 namespace platform {
-namespace {
-
-bool fits(std::uint64_t value, unsigned size) { return size == 8 || value >> (8 * size) == 0; }
-
-}  // namespace
 
 bool PropertyListItem::equals(std::string_view text) const {
   if (!isString() || count != text.size()) return false;
@@ -81,20 +76,36 @@ bool PropertyListReader::read(std::uint64_t object, PropertyListItem& item) cons
 bool PropertyListReader::readAt(const std::uint8_t* at, PropertyListItem& item) const {
   const unsigned low = *at & 0x0f;
   const unsigned marker = *at++ >> 4;
+  std::size_t unit = 1;
   switch (marker) {
     case 0x0: return readSimple(low, item);
     case 0x1: return readInteger(at, static_cast<std::size_t>(table_ - at), low, item);
     case 0x2: return readFloat(PropertyListKind::Real, low, at, item);
     case 0x3: return readFloat(PropertyListKind::Date, low, at, item);
-    case 0x4: return readCounted(PropertyListKind::Data, low, at, 1, item);
-    case 0x5: return readCounted(PropertyListKind::ASCIIString, low, at, 1, item);
-    case 0x6: return readCounted(PropertyListKind::UTF16String, low, at, 2, item);
+    case 0x4: item.kind = PropertyListKind::Data; break;
+    case 0x5: item.kind = PropertyListKind::ASCIIString; break;
+    case 0x6: item.kind = PropertyListKind::UTF16String, unit = 2; break;
     case 0x8: return readUID(at, low, item);
-    case 0xa: return readCounted(PropertyListKind::Array, low, at, referenceSize_, item);
-    case 0xc: return readCounted(PropertyListKind::Set, low, at, referenceSize_, item);
-    case 0xd: return readCounted(PropertyListKind::Dictionary, low, at, 2 * std::size_t{referenceSize_}, item);
+    case 0xa: item.kind = PropertyListKind::Array, unit = referenceSize_; break;
+    case 0xc: item.kind = PropertyListKind::Set, unit = referenceSize_; break;
+    case 0xd: item.kind = PropertyListKind::Dictionary, unit = 2 * std::size_t{referenceSize_}; break;
     default: return false;
   }
+  return readCounted(low, at, unit, item);
+}
+
+const std::uint8_t* PropertyListReader::readScalar(const std::uint8_t* at, PropertyListItem& item) const {
+  const unsigned low = *at & 0x0f, marker = *at >> 4;
+  const auto available = static_cast<std::size_t>(table_ - at - 1);
+  if (marker == 0x5 && low <= available && low < 15) {
+    item.kind = PropertyListKind::ASCIIString;
+    item.bytes = at + 1;
+    item.count = low;
+    return at + 1 + low;
+  }
+  if (marker == 0x1) return readInteger(at + 1, available, low, item) ? at + 1 + (std::size_t{1} << low) : nullptr;
+  const bool isString = marker == 0x5 || marker == 0x6;
+  return isString && readAt(at, item) ? end(at, item) : nullptr;
 }
 
 const std::uint8_t* PropertyListReader::end(const std::uint8_t* at, const PropertyListItem& item) const {
@@ -157,25 +168,23 @@ bool PropertyListReader::readUID(const std::uint8_t* at, unsigned low, PropertyL
   return item.value >> 32 == 0;
 }
 
-bool PropertyListReader::readCount(unsigned low, const std::uint8_t*& at, PropertyListItem& item) const {
-  item.count = low;
-  if (low != 15) return true;
+bool PropertyListReader::readCount(const std::uint8_t*& at, std::size_t& count) const {
   const auto available = static_cast<std::size_t>(table_ - at);
   if (available == 0 || *at >> 4 != 0x1) return false;
   const unsigned width = *at & 0x0f;
-  if (!readInteger(at + 1, available - 1, width, item) || item.value >> 63 != 0) return false;
-  item.count = item.value;
+  PropertyListItem number;
+  if (!readInteger(at + 1, available - 1, width, number) || number.value >> 63 != 0) return false;
+  count = number.value;
   at += 1 + (std::size_t{1} << width);
   return true;
 }
 
-bool PropertyListReader::readCounted(PropertyListKind kind, unsigned low, const std::uint8_t* at, std::size_t unit,
-                                     PropertyListItem& item) const {
-  if (!readCount(low, at, item)) return false;
-  if (item.count > static_cast<std::size_t>(table_ - at) / unit) return false;
-  item.kind = kind;
+bool PropertyListReader::readCounted(unsigned low, const std::uint8_t* at, std::size_t unit, PropertyListItem& item) const {
+  item.count = low;
+  if (low == 15 && !readCount(at, item.count)) return false;
+  const auto available = static_cast<std::size_t>(table_ - at);
   item.bytes = at;
-  return true;
+  return item.count <= available && item.count * unit <= available;
 }
 
 bool PropertyListReader::isText(std::uint64_t object, const PropertyListKey& text) const {
@@ -198,19 +207,20 @@ bool PropertyListReader::lookUp(const PropertyListItem& dictionary, std::span<co
     if (next < keys.size() && standsAt(at, keys[next])) {
       if (values[next] != absent) return false;
       values[next++] = value;
-    } else if (!lookUpOne(key, value, keys, values, next)) {
+    } else if (!lookUpOne(at, value, keys, values, next)) {
       return false;
     }
   }
   return true;
 }
 
-bool PropertyListReader::lookUpOne(std::uint64_t key, std::uint64_t value, std::span<const PropertyListKey> keys,
+bool PropertyListReader::lookUpOne(const std::uint8_t* key, std::uint64_t value, std::span<const PropertyListKey> keys,
                                    std::span<std::uint64_t> values, std::size_t& next) const {
   PropertyListItem item;
-  if (!read(key, item) || !item.isString()) return false;
+  const bool isShort = isShortText(key);
+  if (!isShort && (!readAt(key, item) || !item.isString())) return false;
   for (std::size_t i = 0; i < keys.size(); ++i) {
-    if (!item.equals(keys[i].text())) continue;
+    if (!(isShort ? keys[i].standsAt(key) : item.equals(keys[i].text()))) continue;
     if (values[i] != absent) return false;
     values[i] = value;
     next = i + 1;

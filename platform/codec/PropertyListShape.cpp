@@ -18,12 +18,11 @@ std::size_t referencesOf(const PropertyListItem& item) {
 std::optional<PropertyListShape> PropertyListShape::of(const PropertyListReader& list, std::span<const std::uint64_t> scalars) {
   if (scalars.size() > mostScalars || list.count_ > mostObjects) return std::nullopt;
   PropertyListShape shape;
-  shape.bytes_.assign(list.bytes_, list.table_);
+  shape.bytes_.assign(list.bytes_, list.table_ + list.tableSize() + PropertyListReader::trailerLength);
+  shape.table_ = static_cast<std::size_t>(list.table_ - list.bytes_);
   shape.offsetSize_ = list.offsetSize_;
-  shape.referenceSize_ = list.referenceSize_;
-  shape.top_ = list.top_;
   if (!shape.learnObjects(list, scalars) || !shape.learnGaps(scalars)) return std::nullopt;
-  shape.learnRuns();
+  shape.learnRuns(list);
   return shape;
 }
 
@@ -37,11 +36,10 @@ bool PropertyListShape::learnObjects(const PropertyListReader& list, std::span<c
     if (!list.read(object, item)) return false;
     const std::uint8_t* at = list.position(object);
     const auto start = static_cast<std::size_t>(at - list.bytes_), end = static_cast<std::size_t>(list.end(at, item) - list.bytes_);
-    offsets_.push_back(start);
     extents.emplace_back(start, end);
     const bool isOne = std::find(scalars.begin(), scalars.end(), object) != scalars.end();
     if (isOne && !isScalarToVary(item)) return false;
-    if (isOne) gaps_.push_back({start, end, object, item.isString()});
+    if (isOne) gaps_.push_back({start, end, object, 0, item.isString()});
     for (std::size_t i = 0; i < referencesOf(item); ++i) {
       const std::uint64_t to = list.reference(item, i);
       if (to >= list.count_) return false;
@@ -60,13 +58,18 @@ bool PropertyListShape::learnGaps(std::span<const std::uint64_t> scalars) {
   for (std::size_t i = 0; i < scalars.size(); ++i) {
     const auto gap = std::find_if(gaps_.begin(), gaps_.end(), [&](const Gap& one) { return one.object == scalars[i]; });
     if (gap == gaps_.end()) return false;
-    gapOfScalar_[i] = static_cast<std::size_t>(gap - gaps_.begin());
+    const auto first = static_cast<std::size_t>(std::find(scalars.begin(), scalars.end(), scalars[i]) - scalars.begin());
+    if (first == i)
+      gap->scalar = i;
+    else
+      repeated_.emplace_back(i, first);
   }
   return true;
 }
 
-void PropertyListShape::learnRuns() {
-  for (const std::size_t offset : offsets_) {
+void PropertyListShape::learnRuns(const PropertyListReader& list) {
+  for (std::uint64_t object = 0; object < list.count_; ++object) {
+    const auto offset = static_cast<std::size_t>(list.position(object) - list.bytes_);
     const auto gapsBefore =
         static_cast<std::size_t>(std::count_if(gaps_.begin(), gaps_.end(), [&](const Gap& gap) { return gap.start < offset; }));
     if (runs_.empty() || runs_.back().gapsBefore != gapsBefore) runs_.push_back({0, gapsBefore});
@@ -74,35 +77,52 @@ void PropertyListShape::learnRuns() {
   }
 }
 
-bool PropertyListShape::hasSameForm(const PropertyListReader& list) const {
-  return list.count_ == offsets_.size() && list.top_ == top_ && list.offsetSize_ == offsetSize_ &&
-         list.referenceSize_ == referenceSize_;
+// Sizes, the number of objects and the top object are those learned, and the table stands where all of them say.
+bool PropertyListShape::hasSameTrailer(ByteView bytes) const {
+  constexpr std::size_t unused = 6, position = 24;
+  const std::uint8_t* trailer = bytes.data() + bytes.size() - PropertyListReader::trailerLength;
+  const std::uint8_t* learned = bytes_.data() + bytes_.size() - PropertyListReader::trailerLength;
+  const std::size_t table = bytes.size() - (bytes_.size() - table_);
+  return std::memcmp(trailer + unused, learned + unused, position - unused) == 0 &&
+         PropertyListReader::number(trailer + position, 8) == table && PropertyListReader::fits(table, offsetSize_);
 }
 
-bool PropertyListShape::hasSameOffsets(const PropertyListReader& list, const Shifts& shifts) const {
-  const auto areSame = [&](auto numberAt) {
-    const std::size_t* learned = offsets_.data();
-    const std::uint8_t* at = list.table_;
-    std::uint64_t difference = 0;
-    for (const Run& run : runs_) {
-      const auto shift = static_cast<std::uint64_t>(shifts[run.gapsBefore]);
-      for (std::size_t i = 0; i < run.count; ++i) difference |= numberAt(at + i * offsetSize_) ^ (learned[i] + shift);
-      learned += run.count;
-      at += run.count * offsetSize_;
-    }
-    return difference == 0;
+bool PropertyListShape::hasSameOffsets(const std::uint8_t* table, const Shifts& shifts) const {
+  const std::uint8_t* learned = bytes_.data() + table_;
+  for (const Run& run : runs_) {
+    const std::size_t size = run.count * offsetSize_;
+    if (!areShifted(table, learned, size, shifts[run.gapsBefore])) return false;
+    table += size;
+    learned += size;
+  }
+  return true;
+}
+
+bool PropertyListShape::areShifted(const std::uint8_t* offsets, const std::uint8_t* learned, std::size_t size,
+                                   std::ptrdiff_t shift) const {
+  if (shift == 0) return std::memcmp(offsets, learned, size) == 0;
+  const auto difference = [&](std::size_t at, unsigned width) {
+    return PropertyListReader::number(offsets + at, width) - PropertyListReader::number(learned + at, width);
   };
-  // The usual size has a loop of its own.
-  if (offsetSize_ == 2) return areSame([](const std::uint8_t* at) { return std::uint64_t{at[0]} << 8 | at[1]; });
-  return areSame([&](const std::uint8_t* at) { return PropertyListReader::number(at, offsetSize_); });
+  const auto one = static_cast<std::uint64_t>(shift);
+  std::size_t at = 0;
+  if (offsetSize_ != 2) {
+    while (at < size && difference(at, offsetSize_) == one) at += offsetSize_;
+    return at == size;
+  }
+  // Four of the usual size at once. Each sum is a place ahead of the table and fits its two bytes, so none carries into another.
+  while (at + 8 <= size && difference(at, 8) == one * 0x0001'0001'0001'0001) at += 8;
+  while (at < size && difference(at, 2) == one) at += 2;
+  return at == size;
 }
 
 bool PropertyListShape::matches(ByteView bytes, std::span<PropertyListItem> items) const {
+  const std::size_t rest = bytes_.size() - table_;
+  if (bytes.size() < rest) return false;
   PropertyListReader list;
-  if (bytes.size() < PropertyListReader::smallestLength) return false;
   list.bytes_ = bytes.data();
-  if (!list.readTrailer(bytes.size()) || !hasSameForm(list)) return false;
-  const auto length = static_cast<std::size_t>(list.table_ - list.bytes_);
+  list.table_ = bytes.data() + bytes.size() - rest;
+  const std::size_t length = bytes.size() - rest;
   std::size_t learned = 0, here = 0;  // how far both are compared
   const auto isSameUntil = [&](std::size_t end) {
     const std::size_t count = end - learned;
@@ -111,18 +131,20 @@ bool PropertyListShape::matches(ByteView bytes, std::span<PropertyListItem> item
     here += count;
     return true;
   };
-  std::array<PropertyListItem, mostScalars> found;
-  Shifts shifts{};
+  Shifts shifts;
+  shifts[0] = 0;
   for (std::size_t i = 0; i < gaps_.size(); ++i) {
+    PropertyListItem& item = items[gaps_[i].scalar];
     if (!isSameUntil(gaps_[i].start) || here == length) return false;
-    const std::uint8_t* at = list.bytes_ + here;
-    if (!list.readAt(at, found[i]) || !isScalarToVary(found[i]) || found[i].isString() != gaps_[i].isString) return false;
-    here = static_cast<std::size_t>(list.end(at, found[i]) - list.bytes_);
+    const std::uint8_t* end = list.readScalar(list.bytes_ + here, item);
+    if (!end || item.isString() != gaps_[i].isString) return false;
+    here = static_cast<std::size_t>(end - list.bytes_);
     learned = gaps_[i].end;
     shifts[i + 1] = static_cast<std::ptrdiff_t>(here) - static_cast<std::ptrdiff_t>(learned);
   }
-  if (!isSameUntil(bytes_.size()) || here != length || !hasSameOffsets(list, shifts)) return false;
-  for (std::size_t i = 0; i < items.size(); ++i) items[i] = found[gapOfScalar_[i]];
+  if (!isSameUntil(table_) || here != length) return false;
+  if (!hasSameTrailer(bytes) || !hasSameOffsets(list.table_, shifts)) return false;
+  for (const auto& [scalar, first] : repeated_) items[scalar] = items[first];
   return true;
 }
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "platform/Bytes.h"
@@ -25,7 +26,8 @@ class PropertyListShape {
   static std::optional<PropertyListShape> of(const PropertyListReader& list, std::span<const std::uint64_t> scalars);
 
   /// Whether `bytes` are a property list of this shape: the same objects under the same numbers in the same order, all equal but
-  /// for the scalars, which are put into `items` in the order of `scalars`. False also for a list that no reader would open.
+  /// for the scalars, which are put into `items` in the order of `scalars`. False also for a list that no reader would open; `items`
+  /// hold anything then.
   bool matches(ByteView bytes, std::span<PropertyListItem> items) const;
 
  private:
@@ -34,6 +36,7 @@ class PropertyListShape {
     std::size_t start = 0;
     std::size_t end = 0;
     std::uint64_t object = 0;
+    std::size_t scalar = 0;
     bool isString = false;
   };
   // Objects of adjoining numbers that stand between the same two gaps: their offsets differ from those learned by one amount.
@@ -47,18 +50,17 @@ class PropertyListShape {
   PropertyListShape() = default;
   bool learnObjects(const PropertyListReader& list, std::span<const std::uint64_t> scalars);
   bool learnGaps(std::span<const std::uint64_t> scalars);
-  void learnRuns();
-  bool hasSameForm(const PropertyListReader& list) const;
-  bool hasSameOffsets(const PropertyListReader& list, const Shifts& shifts) const;
+  void learnRuns(const PropertyListReader& list);
+  bool hasSameTrailer(ByteView bytes) const;
+  bool hasSameOffsets(const std::uint8_t* table, const Shifts& shifts) const;
+  bool areShifted(const std::uint8_t* offsets, const std::uint8_t* learned, std::size_t size, std::ptrdiff_t shift) const;
 
-  Data bytes_;  // up to the offset table
+  Data bytes_;             // the list learned from
+  std::size_t table_ = 0;  // where its offset table starts
   unsigned offsetSize_ = 0;
-  unsigned referenceSize_ = 0;
-  std::uint64_t top_ = 0;
-  std::vector<std::size_t> offsets_;
   std::vector<Gap> gaps_;  // in the order in which they stand
   std::vector<Run> runs_;
-  std::array<std::size_t, mostScalars> gapOfScalar_{};
+  std::vector<std::pair<std::size_t, std::size_t>> repeated_;  // scalars that are one object with an earlier one
 };
 
 }  // namespace platform
