@@ -38,6 +38,15 @@ std::size_t schemeLength(std::string_view text) {
   return 0;
 }
 
+// The place of the first of three characters; npos when there is none. A URL is split once for each file that is asked about:
+// `find_first_of` searches the set anew for each character.
+std::size_t findAny(std::string_view text, char a, char b, char c) {
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == a || text[i] == b || text[i] == c) return i;
+  }
+  return std::string_view::npos;
+}
+
 // RFC 3986, appendix B.
 Parts split(std::string_view text) {
   Parts parts;
@@ -50,9 +59,9 @@ Parts split(std::string_view text) {
   if (text.starts_with("//")) {
     take(2);
     parts.hasAuthority = true;
-    parts.authority = take(text.find_first_of("/?#"));
+    parts.authority = take(findAny(text, '/', '?', '#'));
   }
-  parts.path = take(text.find_first_of("?#"));
+  parts.path = take(findAny(text, '?', '#', '#'));
   if (text.starts_with('?')) parts.query = take(text.find('#'));
   parts.fragment = text;
   return parts;
@@ -111,19 +120,18 @@ int hexValue(char c) {
 std::optional<std::string> percentDecoded(std::string_view text) {
   std::string bytes;
   bytes.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != '%') {
-      bytes += text[i];
-      continue;
-    }
-    if (i + 2 >= text.size()) return std::nullopt;
-    const int high = hexValue(text[i + 1]);
-    const int low = hexValue(text[i + 2]);
+  for (;;) {
+    const std::size_t escape = text.find('%');
+    bytes += text.substr(0, escape);
+    if (escape == std::string_view::npos) return bytes;
+    text.remove_prefix(escape);
+    if (text.size() < 3) return std::nullopt;
+    const int high = hexValue(text[1]);
+    const int low = hexValue(text[2]);
     if (high < 0 || low < 0 || (high == 0 && low == 0)) return std::nullopt;
     bytes += static_cast<char>(high * 16 + low);
-    i += 2;
+    text.remove_prefix(3);
   }
-  return bytes;
 }
 
 // The characters that RFC 3986 allows in a path, but for ";", which old readers take for a parameter.
@@ -139,14 +147,15 @@ std::string fileURLText(std::string_view path, bool isDirectory) {
   static constexpr char digits[] = "0123456789ABCDEF";
   std::string text = "file://";
   text.reserve(text.size() + path.size() + 8);
-  for (const char c : path) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (standsInPath[byte]) {
-      text += c;
-      continue;
-    }
+  std::size_t plain = 0;  // where what can stand as it is starts
+  for (std::size_t i = 0; i < path.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(path[i]);
+    if (standsInPath[byte]) continue;
+    text += path.substr(plain, i - plain);
     ((text += '%') += digits[byte >> 4]) += digits[byte & 15];
+    plain = i + 1;
   }
+  text += path.substr(plain);
   if (isDirectory && path != "/") text += '/';
   return text;
 }
@@ -160,8 +169,10 @@ std::string pathOfText(std::string_view text) {
   const Parts parts = split(text);
   if (!isSameIgnoringCase(parts.scheme, fileScheme)) return {};
   if (!parts.authority.empty() && !isSameIgnoringCase(parts.authority, "localhost")) return {};
-  const auto path = percentDecoded(parts.path);
-  return path && path->starts_with('/') ? std::string(withoutFinalSlashes(*path)) : std::string();
+  auto path = percentDecoded(parts.path);
+  if (!path || !path->starts_with('/')) return {};
+  path->resize(withoutFinalSlashes(*path).size());
+  return *std::move(path);
 }
 
 }  // namespace
