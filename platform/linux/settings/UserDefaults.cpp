@@ -78,6 +78,9 @@ class DConfStore final : public UserDefaults {
     std::string key;
   };
 
+  using Entries = std::unordered_map<std::string, Entry, TextHash, std::equal_to<>>;
+
+  Entries::value_type& entryForKey(std::string_view key) const;
   OwnedVariant read(const std::string& key) const;
   Object registered(std::string_view key) const;
   void setStored(const std::string& key, Entry& entry, OwnedVariant stored) const;
@@ -89,7 +92,9 @@ class DConfStore final : public UserDefaults {
   std::string path_;
   std::shared_ptr<OpenStores> open_;
   OwnedObject<DConfClient> client_;
-  mutable std::unordered_map<std::string, Entry, TextHash, std::equal_to<>> entries_;
+  mutable Entries entries_;  // of each key that was ever read
+  // Of the key that was read last: a menu reads one setting for each of its items.
+  mutable Entries::value_type* latest_ = nullptr;
   Dictionary defaults_;
   std::vector<Observation> observations_;
   std::uint64_t nextNumber_ = 0;
@@ -99,10 +104,15 @@ class DConfStore final : public UserDefaults {
 };
 
 const Object& DConfStore::objectForKey(std::string_view key) const {
-  if (const auto known = entries_.find(key); known != entries_.end()) return known->second.value;
+  if (!latest_ || latest_->first != key) latest_ = &entryForKey(key);
+  return latest_->second.value;
+}
+
+DConfStore::Entries::value_type& DConfStore::entryForKey(std::string_view key) const {
+  if (const auto known = entries_.find(key); known != entries_.end()) return *known;
   const auto entry = entries_.try_emplace(std::string(key)).first;
   setStored(entry->first, entry->second, read(entry->first));
-  return entry->second.value;
+  return *entry;
 }
 
 OwnedVariant DConfStore::read(const std::string& key) const {

@@ -109,6 +109,19 @@ TYPED_TEST(UserDefaultsContract, aKeyIsItsExactText) {
   EXPECT_FALSE(this->store->boolForKey("DTArchiveIconsShown"));
 }
 
+TYPED_TEST(UserDefaultsContract, keysThatAreReadInTurnKeepTheirOwnValues) {
+  this->set("one", "1");
+  this->set("two", "2");
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(this->text("one"), "1");
+    EXPECT_EQ(this->text("one "), "no text");
+    EXPECT_EQ(this->text("two"), "2");
+  }
+  this->set("two", "3");
+  EXPECT_EQ(this->text("two"), "3");
+  EXPECT_EQ(this->text("one"), "1");
+}
+
 TYPED_TEST(UserDefaultsContract, anObserverIsToldOfEachChangeAndOfTheRemoval) {
   Observer observer;
   this->store->addObserver(observer, "key");
