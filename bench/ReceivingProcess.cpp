@@ -45,10 +45,12 @@ ReceivingProcess::ReceivingProcess(const Run& run) : ends_(socketPair(SOCK_SEQPA
     });
     ::_exit(1);
   }
+  otherProcesses.push_back(process_);
   waitUntilDone();
 }
 
 ReceivingProcess::~ReceivingProcess() {
+  std::erase(otherProcesses, process_);
   ::kill(process_, SIGKILL);
   ::waitpid(process_, nullptr, 0);
   ::munmap(done_, sizeof *done_);
