@@ -18,6 +18,7 @@ class FoldersTest(BrowserTest):
         super().setUp()
         self.link = self.session.path("home", "shortcut")
         os.symlink(self.deep, self.link)
+        self.addCleanup(os.remove, self.link)
 
     def tearDown(self):
         self.close_menu()
@@ -26,7 +27,6 @@ class FoldersTest(BrowserTest):
             if window:
                 self.browser.close_window(window)
         self.browser.activate(self.window)
-        os.remove(self.link)
 
     def open_deep(self):
         window = self.browser.open_window(self.deep, "deep")
@@ -51,8 +51,7 @@ class FoldersTest(BrowserTest):
 
     if BROWSER != "thunar":  # it sees no new files there, with the extension or without
         def test_new_files_are_seen_after_the_address_of_a_link_to_the_folder_was_typed(self):
-            self.open_deep()
-            self.browser.type_address(self.link)
+            self.browser.type_address(self.open_deep(), self.link)
             self.assert_new_files_are_seen("shortcut", "added.tar.gz")
 
         def test_new_files_are_seen_after_the_new_address_of_a_moved_folder_was_typed(self):
@@ -60,7 +59,7 @@ class FoldersTest(BrowserTest):
             moved = self.inner + " moved"
             os.rename(self.inner, moved)
             self.addCleanup(os.rename, moved, self.inner)
-            self.browser.type_address(os.path.join(moved, "deep"))
+            self.browser.type_address(window, os.path.join(moved, "deep"))
             self.browser.file(window, "draft.txt")
             added = self.make_archive("moved.tar.gz", folder=os.path.join(moved, "deep"))
             self.addCleanup(os.remove, added)
