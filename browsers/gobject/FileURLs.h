@@ -7,7 +7,7 @@
 
 namespace browsers {
 
-/// The URL of a file. A file of another file system than the machine's own is no file URL.
+/// The URL of a file; of the desktop, the one of its folder. A file of another file system than the machine's own is no file URL.
 platform::URL urlOf(GFile* file, bool isFolder);
 /// Of a folder that stands as text.
 platform::URL folderURL(const char* uri);

@@ -16,7 +16,7 @@ import graphical_session  # noqa: E402
 TESTS = ["test_commands.CommandsTest", "test_changes.SettingsTest", "test_changes.SelectionTest", "test_changes.HostTest",
          "test_changes.FilesTest", "test_windows.WindowsTest", "test_folders.FoldersTest", "test_limits.LargeArchiveTest",
          "test_limits.DeepArchiveTest", "test_limits.StoppedHostTest", "test_limits.QuitTest", "test_limits.TwoBrowsersTest"]
-OF_ONE_BROWSER = {"caja": ["test_toolbar.ToolbarTest", "test_toolbar.ToolbarPictureTest"]}
+OF_ONE_BROWSER = {"caja": ["test_toolbar.ToolbarTest", "test_toolbar.ToolbarPictureTest", "test_desktop.DesktopTest"]}
 
 
 def run_here(test):

@@ -230,6 +230,15 @@ class Caja(FileBrowser):
         return self.open_menu()
 
 
+class CajaDesktop(Caja):
+    """Shows the folder "papers" of the home."""
+
+    command = ["caja", "--force-desktop", "--no-default-window"]
+
+    def prepare(self, session):
+        session.write(".config/user-dirs.dirs", 'XDG_DESKTOP_DIR="$HOME/papers"\n')
+
+
 class Nemo(FileBrowser):
     command = ["nemo", "--no-desktop"]
     cell_roles = ("table cell",)
