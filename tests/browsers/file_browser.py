@@ -57,15 +57,11 @@ class FileBrowser:
         wait_for("%r on the screen" % title, lambda: subprocess.run(command).returncode == 0)
         wait_for("%r in front" % title, lambda: is_in(window, "ACTIVE"))
 
-    def type_address(self, window, path):
-        """Leads the window in front to a folder. What is typed is completed meanwhile, at times wrongly."""
-        def is_typed():
-            press("ctrl+l", "ctrl+a")
-            run("xdotool", "type", "--delay", "30", path)
-            press("Delete")
-            return path in [Atspi.Text.get_text(node, 0, -1).rstrip("/") for node in below(window, ("text",)) if is_in(node, "FOCUSED")]
-        wait_for("the address", is_typed)
-        press("Return")
+    def enter_address(self, path):
+        """Leads the window in front to a folder. Slowly, as what is typed is completed meanwhile; the last completion is taken off."""
+        press("ctrl+l")
+        run("xdotool", "type", "--delay", "120", path)
+        press("Delete", "Return")
 
     def close_window(self, window):
         self.activate(window)

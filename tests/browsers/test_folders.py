@@ -51,7 +51,8 @@ class FoldersTest(BrowserTest):
 
     if BROWSER != "thunar":  # it sees no new files there, with the extension or without
         def test_new_files_are_seen_after_the_address_of_a_link_to_the_folder_was_typed(self):
-            self.browser.type_address(self.open_deep(), self.link)
+            self.open_deep()
+            self.browser.enter_address(self.link)
             self.assert_new_files_are_seen("shortcut", "added.tar.gz")
 
         def test_new_files_are_seen_after_the_new_address_of_a_moved_folder_was_typed(self):
@@ -59,7 +60,7 @@ class FoldersTest(BrowserTest):
             moved = self.inner + " moved"
             os.rename(self.inner, moved)
             self.addCleanup(os.rename, moved, self.inner)
-            self.browser.type_address(window, os.path.join(moved, "deep"))
+            self.browser.enter_address(os.path.join(moved, "deep"))
             self.browser.file(window, "draft.txt")
             added = self.make_archive("moved.tar.gz", folder=os.path.join(moved, "deep"))
             self.addCleanup(os.remove, added)
