@@ -165,6 +165,7 @@ class DTDovetailSync final : public platform::FinderSync,
   void call(std::string_view selector, const platform::Object& argument);
 
   // core/HostTracking.cpp
+  void noteHostOfAnotherBuild(std::string host);
   void askAboutObservedFiles();
   void watchHost(std::int32_t pid);
 
@@ -192,6 +193,7 @@ class DTDovetailSync final : public platform::FinderSync,
   bool isStarted_ = false;
   int dispatchDepth_ = 0;
   MessageWriter messageWriter_;
+  std::string hostOfAnotherBuild_;  // as the log has it; empty while there is none
 
   // Released in the reverse of this order.
   std::int32_t applicationPid_ = 0;

@@ -5,10 +5,19 @@
 
 using platform::FileIdentity;
 
+namespace {
+
+std::string nameOfBuild(const std::optional<std::string>& version) {
+  return version ? "of build " + *version : "of no known build";
+}
+
+}  // namespace
+
 void DTDovetailSync::updateApplicationRunning() {
   const platform::Bundle& bundle = platform_.mainBundle;
   const auto running = platform_.runningApplications.runningApplicationsWithBundleIdentifier(bundle.hostBundleIdentifier());
   if (running.size() != 1) {
+    noteHostOfAnotherBuild("");
     setApplicationPid(-1);
     return;
   }
@@ -16,7 +25,18 @@ void DTDovetailSync::updateApplicationRunning() {
   const auto hostVersion = defaults ? defaults->stringForKey(wire::SettingsKey::applicationVersion) : std::nullopt;
   const auto ownVersion = bundle.objectForInfoDictionaryKey(platform::BundleVersionKey);
   const bool isSameBuild = hostVersion && ownVersion && *hostVersion == *ownVersion;
-  setApplicationPid(isSameBuild ? running.front().processIdentifier : -1);
+  const std::int32_t pid = running.front().processIdentifier;
+  noteHostOfAnotherBuild(isSameBuild ? ""
+                                     : "host " + std::to_string(pid) + " is " + nameOfBuild(hostVersion) + ", this extension " +
+                                           nameOfBuild(ownVersion));
+  setApplicationPid(isSameBuild ? pid : -1);
+}
+
+// Once for each change, not at each look. Menus show such a host as they show an absent one, so only the log tells them apart.
+void DTDovetailSync::noteHostOfAnotherBuild(std::string host) {
+  if (host == hostOfAnotherBuild_) return;
+  hostOfAnotherBuild_ = std::move(host);
+  if (!hostOfAnotherBuild_.empty()) log("updateApplicationRunning", hostOfAnotherBuild_);
 }
 
 void DTDovetailSync::setApplicationPid(std::int32_t pid) {

@@ -55,6 +55,31 @@ TEST_F(HostTracking, aMissingVersionOnEitherSideIsNoHost) {
   EXPECT_EQ(pidAfterNotice(), hostPid);
 }
 
+TEST_F(HostTracking, aHostOfAnotherBuildIsToldOfOnceForEachChangeAndAnAbsentOneNever) {
+  startExtension();
+  EXPECT_EQ(pidAfterNotice(), -1);
+  EXPECT_THAT(fakes.log.lines, IsEmpty()) << "nothing is to be told of an absent host";
+  startHost();
+  fakes.userDefaultsSuites.set("G", "DTApplicationVersion", Object("0.9"));
+  pidAfterNotice();
+  pidAfterNotice();
+  const std::string line =
+      "__DT: -[DTDovetailSync updateApplicationRunning] ::: host 900 is of build 0.9, this extension of build 1.0";
+  EXPECT_THAT(fakes.log.lines, ElementsAre(line));
+  fakes.userDefaultsSuites.set("G", "DTApplicationVersion", Object());
+  pidAfterNotice();
+  EXPECT_THAT(fakes.log.lines, ElementsAre(line, testing::HasSubstr("host 900 is of no known build, this")));
+  quitHost();
+  pidAfterNotice();
+  fakes.log.lines.clear();
+  startHost();
+  EXPECT_EQ(pidAfterNotice(), hostPid);
+  EXPECT_THAT(fakes.log.lines, IsEmpty());
+  fakes.userDefaultsSuites.set("G", "DTApplicationVersion", Object("0.9"));
+  pidAfterNotice();
+  EXPECT_THAT(fakes.log.lines, ElementsAre(line)) << "the usable host between has made it new";
+}
+
 TEST_F(HostTracking, aVersionThatIsNoStringIsNoHost) {
   startHost();
   fakes.userDefaultsSuites.set("G", "DTApplicationVersion", Object(1.0));
