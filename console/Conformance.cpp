@@ -370,9 +370,9 @@ void addNumbers(const DTTreeNode& node, std::vector<std::uint64_t>& numbers) {
 }  // namespace
 
 bool examineHost(const platform::Platform& services, const std::function<void(const Promise&)>& tell) {
-  const ApplicationGroup group = copyApplicationGroup(services.security);
-  if (group.identifier) return Examination(services, *group.identifier, tell).run();
-  tell({"4 Entitlements", "There is an application group", std::string(group.reason)});
+  const auto group = copyApplicationGroup(services.security);
+  if (group) return Examination(services, *group, tell).run();
+  tell({"4 Entitlements", "There is an application group", std::string(group.reason())});
   return false;
 }
 

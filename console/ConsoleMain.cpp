@@ -16,6 +16,7 @@
 #include "console/JSONLanguage.h"
 #include "console/PlainLanguage.h"
 #include "console/SentRecords.h"
+#include "platform/Result.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/OwnedGLib.h"
 #include "platform/linux/images/Graphics.h"
@@ -60,16 +61,15 @@ std::unique_ptr<Language> languageOf(const Options& options) {
   return std::make_unique<PlainLanguage>(isatty(STDIN_FILENO) != 0);
 }
 
-/// Nothing, with the reason in `fault`, for a file that cannot be read.
-std::optional<std::string> contentsOfFile(const std::string& path, std::string& fault) {
+platform::Result<std::string> contentsOfFile(const std::string& path) {
   char* contents = nullptr;
   gsize length = 0;
   GError* error = nullptr;
   const bool isRead = g_file_get_contents(path.c_str(), &contents, &length, &error);
   const OwnedText text(contents);
   const OwnedError reason(error);
-  if (reason) fault = reason->message;
-  return isRead ? std::optional(std::string(contents, length)) : std::nullopt;
+  if (!isRead) return platform::Failure{reason->message};
+  return std::string(contents, length);
 }
 
 JSON directoryURLsEvent(const std::vector<platform::URL>& folders) {
@@ -169,9 +169,9 @@ int run(const Program& program, const Options& options, const Program::Words& wo
   if (words.size() > 1) return program.misuse("The command " + command + " stands alone.");
   LinuxPlatform::Options choices{.entitlements = std::nullopt, .bundleVersion = options.bundleVersion};
   if (options.entitlementsFile) {
-    std::string fault;
-    choices.entitlements = contentsOfFile(*options.entitlementsFile, fault);
-    if (!choices.entitlements) return program.complain("The entitlements cannot be read: " + fault + ".");
+    auto contents = contentsOfFile(*options.entitlementsFile);
+    if (!contents) return program.complain("The entitlements cannot be read: " + contents.reason() + ".");
+    choices.entitlements = *std::move(contents);
   }
   LinuxPlatform platform(std::move(choices));
   if (command == "conformance") return examine(platform);

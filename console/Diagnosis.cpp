@@ -108,12 +108,11 @@ std::vector<std::filesystem::path> processesNamed(const std::string& name, const
 
 std::vector<Finding> findingsOfServices(const Platform& services, bool hasBus) {
   std::vector<Finding> findings;
-  const ApplicationGroup group = copyApplicationGroup(services.security);
-  findings.push_back(group.identifier ? good("application group", *group.identifier)
-                                      : fault("application group", std::string(group.reason)));
+  const auto group = copyApplicationGroup(services.security);
+  findings.push_back(group ? good("application group", *group) : fault("application group", std::string(group.reason())));
   findings.push_back(hasBus ? good("session bus", "reached") : fault("session bus", "none can be reached: log in to a session"));
   findings.push_back(hostFinding(services));
-  const auto settings = group.identifier ? services.userDefaultsSuites.initWithSuiteName(*group.identifier) : nullptr;
+  const auto settings = group ? services.userDefaultsSuites.initWithSuiteName(*group) : nullptr;
   if (!settings) {
     findings.push_back(fault("settings", "there are none to be shared with the host: all menus are empty"));
     return findings;

@@ -11,5 +11,5 @@
 /// the button's image, the application's icon and the icons of some file types, each as a PNG of 32 pixels a
 /// side, and "sheet.png": all of them at 16 and 32 pixels and 16 pixels enlarged, on light and on dark.
 /// Returns the exit status: 1, with a line on standard error, when something cannot be written.
-int writeImages(const std::string& folder, platform::Workspace& workspace, platform::SymbolImages& symbolImages,
-                platform::Graphics& graphics);
+[[nodiscard]] int writeImages(const std::string& folder, platform::Workspace& workspace, platform::SymbolImages& symbolImages,
+                              platform::Graphics& graphics);

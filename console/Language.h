@@ -11,7 +11,7 @@ class Language {
  public:
   virtual ~Language() = default;
   /// The request that a line makes, nothing for a line that asks for nothing, or `{"error":…}`.
-  virtual std::optional<platform::JSON> requestOfLine(std::string_view line) = 0;
+  [[nodiscard]] virtual std::optional<platform::JSON> requestOfLine(std::string_view line) = 0;
   /// What is written for a reply or an event, ends of lines included; may be empty.
   virtual std::string replyText(const platform::JSON& request, const platform::JSON& reply) = 0;
   virtual std::string eventText(const platform::JSON& event) = 0;

@@ -19,6 +19,7 @@
 #include "core/URLSet.h"
 #include "platform/Cache.h"
 #include "platform/Platform.h"
+#include "platform/Result.h"
 
 class DTTreeNode;
 class EntryPathMap;
@@ -154,9 +155,9 @@ class DTDovetailSync final : public platform::FinderSync,
   void log(std::string_view method, std::string_view text) const;
 
   // core/Ports.cpp
-  std::optional<std::string_view> openInboundPort();
-  std::optional<std::string> openOutboundPort();
-  std::optional<std::string> deliver(DTMessage& message);
+  platform::Result<platform::Done, std::string_view> openInboundPort();
+  platform::Result<platform::Done> openOutboundPort();
+  platform::Result<platform::Done> deliver(DTMessage& message);
   void reportSendFailure(std::string_view reason);
   /// Sends the host an error record of the receiving side.
   void reportReceiveFailure(std::int64_t code, std::string_view reason);

@@ -13,11 +13,11 @@ class MessageWriter {
  public:
   /// The message's archive, the same bytes for the same message whatever was archived before. Valid until the next call. Nothing
   /// when the message cannot be archived.
-  std::optional<platform::ByteView> archive(const DTMessage& message);
+  [[nodiscard]] std::optional<platform::ByteView> archive(const DTMessage& message);
 
  private:
-  std::optional<platform::ByteView> archiveFromParts(const DTMessage& message);
-  std::optional<platform::ByteView> archiveAboutFile(const DTMessage& message, const std::string& text);
+  [[nodiscard]] std::optional<platform::ByteView> archiveFromParts(const DTMessage& message);
+  [[nodiscard]] std::optional<platform::ByteView> archiveAboutFile(const DTMessage& message, const std::string& text);
 
   platform::Data bytes_;
   std::optional<platform::ArchiveForm> form_;

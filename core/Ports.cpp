@@ -8,9 +8,12 @@
 
 using platform::ByteView;
 using platform::Data;
+using platform::Done;
 using platform::Error;
+using platform::Failure;
 using platform::LocalMessagePort;
 using platform::MessagePortStatus;
+using platform::Result;
 
 namespace {
 
@@ -31,47 +34,48 @@ void receiveMessage(DTDovetailSync& extension, ByteView data) {
 }  // namespace
 
 void DTDovetailSync::setupMessageListener() {
-  if (const auto reason = openInboundPort()) reportReceiveFailure(1, *reason);
+  if (const auto opened = openInboundPort(); !opened) reportReceiveFailure(1, opened.reason());
 }
 
-std::optional<std::string_view> DTDovetailSync::openInboundPort() {
-  const ApplicationGroup group = copyApplicationGroup(platform_.security);
-  if (!group.identifier) return group.reason;
-  const std::string name = wire::extensionPortName(*group.identifier, platform_.mainBundle.processIdentifier());
+Result<Done, std::string_view> DTDovetailSync::openInboundPort() {
+  const auto group = copyApplicationGroup(platform_.security);
+  if (!group) return Failure{group.reason()};
+  const std::string name = wire::extensionPortName(*group, platform_.mainBundle.processIdentifier());
   // The port outlives the extension.
   const auto callBack = [weak = weak_from_this()](LocalMessagePort&, std::int32_t, ByteView data) -> std::optional<Data> {
     if (const auto self = weak.lock()) receiveMessage(*self, data);
     return std::nullopt;
   };
   const auto port = platform_.messagePorts.createLocal(name, callBack, {.version = 1});
-  if (!port) return "There was an error creating receiving communication port.";
+  if (!port) return Failure{"There was an error creating receiving communication port."};
   const auto source = platform_.messagePorts.createRunLoopSource(*port, 0);
   platform_.messagePorts.addSourceToCurrentRunLoop(*source, platform::RunLoopMode::common);
   portName_ = name;
-  return std::nullopt;
+  return Done{};
 }
 
 void DTDovetailSync::sendMessage(DTMessage& message) {
-  auto reason = port_ ? std::nullopt : openOutboundPort();
-  if (port_) reason = deliver(message);
-  if (reason) reportSendFailure(*reason);
+  auto sent = port_ ? Done{} : openOutboundPort();
+  if (port_) sent = deliver(message);
+  if (!sent) reportSendFailure(sent.reason());
 }
 
 // A host that does not listen is no failure: messages sent while it is away vanish.
-std::optional<std::string> DTDovetailSync::openOutboundPort() {
-  const ApplicationGroup group = copyApplicationGroup(platform_.security);
-  if (!group.identifier) return std::string(group.reason);
-  setPort(platform_.messagePorts.createRemote(wire::hostPortName(*group.identifier)));
-  return std::nullopt;
+Result<Done> DTDovetailSync::openOutboundPort() {
+  const auto group = copyApplicationGroup(platform_.security);
+  if (!group) return Failure{group.reason()};
+  setPort(platform_.messagePorts.createRemote(wire::hostPortName(*group)));
+  return Done{};
 }
 
-std::optional<std::string> DTDovetailSync::deliver(DTMessage& message) {
+Result<Done> DTDovetailSync::deliver(DTMessage& message) {
   message.setPortName(portName_);
   const auto archive = messageWriter_.archive(message);
-  if (!archive) return "There was an error archiving message for sending.";
+  if (!archive) return Failure{"There was an error archiving message for sending."};
   const MessagePortStatus status = port_->sendRequest(0, *archive, sendTimeoutInSeconds, receiveTimeoutInSeconds);
-  if (status == MessagePortStatus::success) return std::nullopt;
-  return "There was an error sending message to application, status " + std::to_string(static_cast<std::int32_t>(status)) + ".";
+  if (status == MessagePortStatus::success) return Done{};
+  return Failure{"There was an error sending message to application, status " + std::to_string(static_cast<std::int32_t>(status)) +
+                 "."};
 }
 
 void DTDovetailSync::reportSendFailure(std::string_view reason) {

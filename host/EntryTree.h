@@ -38,7 +38,7 @@ struct FoundEntry {
 };
 
 /// The entry at a position of the tree, or nothing when there is none. The empty index path is the root.
-std::optional<FoundEntry> entryAtIndexPath(const DTTreeNode& root, const platform::IndexPath& indexPath);
+[[nodiscard]] std::optional<FoundEntry> entryAtIndexPath(const DTTreeNode& root, const platform::IndexPath& indexPath);
 
 /// The nodes below the root.
 std::size_t nodeCount(const DTTreeNode& root);

@@ -8,6 +8,7 @@
 
 using platform::Array;
 using platform::Dictionary;
+using platform::Failure;
 using platform::Integer;
 using platform::JSON;
 using platform::Object;
@@ -92,22 +93,21 @@ std::optional<ItemLists> ItemLists::ofObject(const Object& object) {
   return items;
 }
 
-std::optional<ItemLists> ItemLists::ofWords(const std::vector<std::string>& words, std::string& fault) {
+platform::Result<ItemLists> ItemLists::ofWords(const std::vector<std::string>& words) {
   ItemLists items;
   bool isOtherGiven = false;
   for (const std::string& word : words) {
     const std::size_t equals = word.find('=');
     const NamedList* list = equals == std::string::npos ? nullptr : listNamed(word.substr(0, equals));
-    if (!list) return fault = "\"" + word + "\" is none of root=TAGS, more=TAGS and other=TAGS.", std::nullopt;
+    if (!list) return Failure{"\"" + word + "\" is none of root=TAGS, more=TAGS and other=TAGS."};
     auto tags = tagsOfText(std::string_view(word).substr(equals + 1));
     if (!tags)
-      return fault = "\"" + word + "\" holds something else than tags from 1 to " + std::to_string(wire::commands.size()) + ".",
-             std::nullopt;
+      return Failure{"\"" + word + "\" holds something else than tags from 1 to " + std::to_string(wire::commands.size()) + "."};
     items.*list->tags = *std::move(tags);
     isOtherGiven |= list->word == "other";
   }
   if (!isOtherGiven) items.other = leftOver(items);
-  if (const std::int64_t tag = doubledTag(items)) return fault = "The tag " + std::to_string(tag) + " stands twice.", std::nullopt;
+  if (const std::int64_t tag = doubledTag(items)) return Failure{"The tag " + std::to_string(tag) + " stands twice."};
   return items;
 }
 

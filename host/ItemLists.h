@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/Object.h"
+#include "platform/Result.h"
 #include "platform/linux/programs/JSON.h"
 
 struct ItemLists {
@@ -19,10 +20,10 @@ struct ItemLists {
   /// What a new user sees.
   static ItemLists defaults();
   /// The stored form; lists that are missing, and elements that are no numbers, read as none. Nothing for any other object.
-  static std::optional<ItemLists> ofObject(const platform::Object& object);
+  [[nodiscard]] static std::optional<ItemLists> ofObject(const platform::Object& object);
   /// Reads "root=7,8,9", "more=2" and "other=". A list that is not named is empty, but "other" then takes all tags that stand nowhere.
-  /// Nothing, with `fault` as one sentence, for another word, for a tag outside 1 to 10 and for one that stands twice.
-  static std::optional<ItemLists> ofWords(const std::vector<std::string>& words, std::string& fault);
+  /// Fails, with one sentence, for another word, for a tag outside 1 to 10 and for one that stands twice.
+  static platform::Result<ItemLists> ofWords(const std::vector<std::string>& words);
 
   platform::Object object() const;
   /// Each list as an array of {"tag":7,"command":"Delete"}.

@@ -19,6 +19,6 @@ int runListingService(int socket, const ListingBounds& bounds, std::uint64_t mem
 class FrameSink {
  public:
   virtual ~FrameSink() = default;
-  virtual bool write(std::string_view frames) = 0;
+  [[nodiscard]] virtual bool write(std::string_view frames) = 0;
 };
 void listArchive(int file, const ListingBounds& bounds, FrameSink& sink);

@@ -118,10 +118,10 @@ OwnedObject<GDBusConnection> heldSharedConnection() {
 std::string writeVersion(const Options& options) {
   const auto writer = SettingsWriter::forGroup(options.group);
   if (!writer) return "The group \"" + options.group + "\" can name no settings.";
-  const auto error = writer->setObject(Object(options.bundleVersion), wire::SettingsKey::applicationVersion);
-  if (!error) return {};
-  const std::string* reason = error->textForKey(platform::LocalizedDescriptionKey);
-  return "The version cannot be written into the settings: " + (reason ? *reason : error->domain);
+  const auto written = writer->setObject(Object(options.bundleVersion), wire::SettingsKey::applicationVersion);
+  if (written) return {};
+  const std::string* reason = written.reason().textForKey(platform::LocalizedDescriptionKey);
+  return "The version cannot be written into the settings: " + (reason ? *reason : written.reason().domain);
 }
 
 // What is made last goes first: the host with its port and its name, then the bus.

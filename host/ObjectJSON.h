@@ -12,4 +12,4 @@
 std::string textOfObject(const platform::Object& object);
 
 /// The value that such a text stands for, its instances as raw records; nothing for any other text.
-std::optional<platform::Object> objectOfText(std::string_view text);
+[[nodiscard]] std::optional<platform::Object> objectOfText(std::string_view text);

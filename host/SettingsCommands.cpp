@@ -155,9 +155,8 @@ int SettingsCommands::items(const Words& words) {
     return ExitStatus::done;
   }
   if (rest == Words{"reset"}) return store(Object(), key);
-  std::string fault;
-  const auto lists = ItemLists::ofWords(rest, fault);
-  return lists ? store(lists->object(), key) : program_.misuse(fault);
+  const auto lists = ItemLists::ofWords(rest);
+  return lists ? store(lists->object(), key) : program_.misuse(lists.reason());
 }
 
 int SettingsCommands::icons(const Words& words) {
@@ -185,8 +184,8 @@ int SettingsCommands::printAll(const Words& words) {
 }
 
 int SettingsCommands::store(const Object& value, std::string_view key) {
-  const auto error = writer_.setObject(value, key);
-  if (!error) return ExitStatus::done;
-  const std::string* reason = error->textForKey(platform::LocalizedDescriptionKey);
-  return program_.complain("The setting cannot be written: " + (reason ? *reason : error->domain));
+  const auto written = writer_.setObject(value, key);
+  if (written) return ExitStatus::done;
+  const std::string* reason = written.reason().textForKey(platform::LocalizedDescriptionKey);
+  return program_.complain("The setting cannot be written: " + (reason ? *reason : written.reason().domain));
 }

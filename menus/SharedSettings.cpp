@@ -45,7 +45,7 @@ std::optional<std::string_view> DTExtension::titleForMenuItemTag(Integer tag, pl
 
 platform::UserDefaults* DTDovetailSync::sharedApplicationGroupDefaults() const {
   const auto open = [this]() -> std::unique_ptr<platform::UserDefaults> {
-    const auto group = copyApplicationGroup(platform_.security).identifier;
+    const auto group = copyApplicationGroup(platform_.security);
     auto defaults = group ? platform_.userDefaultsSuites.initWithSuiteName(*group) : nullptr;
     if (defaults) defaults->registerDefaults(registeredDefaults());
     return defaults;

@@ -18,7 +18,7 @@ class FileIdentity {
   static constexpr std::size_t maximumLength = 32;
 
   /// Nothing when `bytes` is empty or longer than `maximumLength`.
-  static std::optional<FileIdentity> withBytes(ByteView bytes) {
+  [[nodiscard]] static std::optional<FileIdentity> withBytes(ByteView bytes) {
     if (bytes.empty() || bytes.size() > maximumLength) return std::nullopt;
     FileIdentity identity;
     std::memcpy(identity.bytes_.data(), bytes.data(), bytes.size());

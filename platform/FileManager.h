@@ -57,19 +57,19 @@ class FileManager {
   /// One resource property of the URL itself (symbolic links are not followed), of the kind noted at its key. nil when the file is
   /// gone, cannot be asked, or has no such property; `error`, unless null, is then set when the read failed and left alone
   /// when the property is merely absent (the root folder's parent). A URL that is no file URL has no properties.
-  virtual Object resourceValueForKey(const URL& url, std::string_view key, Error* error) = 0;
+  [[nodiscard]] virtual Object resourceValueForKey(const URL& url, std::string_view key, Error* error) = 0;
   /// The same as the data of `fileResourceIdentifier`, for the one property that everything leans on.
-  virtual std::optional<FileIdentity> fileResourceIdentifier(const URL& url) = 0;
+  [[nodiscard]] virtual std::optional<FileIdentity> fileResourceIdentifier(const URL& url) = 0;
   /// The two properties that every file of a watched folder is asked for, in one question; nothing without an identity.
-  virtual std::optional<FileSighting> sightingOfFile(const URL& url) = 0;
+  [[nodiscard]] virtual std::optional<FileSighting> sightingOfFile(const URL& url) = 0;
   /// `isAliasFile` for a file that is known to be a regular one.
   virtual bool isAliasRegularFile(const URL& url) = 0;
   /// The icon that the desktop would show for the file; null when the file is gone.
-  virtual ImageRef effectiveIcon(const URL& url) = 0;
+  [[nodiscard]] virtual ImageRef effectiveIcon(const URL& url) = 0;
 
   /// The direct entries of a folder, hidden ones included, in the order that the system lists them, each made from the folder's path
   /// and the entry's name. Nothing when it cannot be listed. A folder reached through a final symbolic link is listed.
-  virtual std::optional<std::vector<URL>> contentsOfDirectoryAtURL(const URL& url) = 0;
+  [[nodiscard]] virtual std::optional<std::vector<URL>> contentsOfDirectoryAtURL(const URL& url) = 0;
   /// Lists the same entries and then calls `see` for each in turn that has a sighting, with the one of that moment. `see` does not
   /// throw. No call when the folder cannot be listed.
   virtual void seeEntriesOfDirectoryAtURL(const URL& url,
@@ -77,14 +77,15 @@ class FileManager {
 
   /// The file that the bookmark names, or nothing with `error` set. `isStale` tells that the bookmark should be made anew, as
   /// the file was moved or renamed. `options` are those of `BookmarkResolutionWithoutUI`.
-  virtual std::optional<URL> URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t options, bool* isStale, Error* error) = 0;
+  [[nodiscard]] virtual std::optional<URL> URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t options, bool* isStale,
+                                                                      Error* error) = 0;
   /// A bookmark of an existing file, or nothing with `error` set.
-  virtual std::optional<Data> bookmarkDataWithURL(const URL& url, Error* error) = 0;
+  [[nodiscard]] virtual std::optional<Data> bookmarkDataWithURL(const URL& url, Error* error) = 0;
   /// A URL that follows the file when it is moved or renamed, or nothing when the file is gone.
-  virtual std::optional<URL> fileReferenceURL(const URL& url) = 0;
+  [[nodiscard]] virtual std::optional<URL> fileReferenceURL(const URL& url) = 0;
 
   /// An attribute of the desktop's metadata store for a path, or nil when there is none or the store has nothing of the path.
-  virtual Object metadataItemAttribute(std::string_view path, std::string_view attribute) = 0;
+  [[nodiscard]] virtual Object metadataItemAttribute(std::string_view path, std::string_view attribute) = 0;
 };
 
 }  // namespace platform

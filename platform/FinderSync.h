@@ -46,10 +46,13 @@ class FinderSyncController {
   virtual ~FinderSyncController() = default;
   /// The platform's base initialiser of a principal object: from now on the browser may call it. False when the browser takes
   /// no extension; nothing is then held.
-  virtual bool initFinderSync(FinderSync& extension) = 0;
+  [[nodiscard]] virtual bool initFinderSync(FinderSync& extension) = 0;
   /// The base teardown: the browser never calls the object again.
   virtual void deallocFinderSync(FinderSync& extension) = 0;
 
+  /// What the menu acts on that is being asked for: the selected items, empty for none, and the folder that the user acted in,
+  /// nothing for none. Both hold from the start of a call of `menuForMenuKind` to its end; at any other time they are what the
+  /// browser last had, which the user may have left by then. So an extension keeps what it shall act on when the item is chosen.
   virtual std::vector<URL> selectedItemURLs() = 0;
   virtual std::optional<URL> targetedURL() = 0;
   /// Replaces the set of watched folders.

@@ -17,10 +17,12 @@ inline constexpr std::uint32_t ProcessSignal = 0x08000000;
 class ProcessSource {
  public:
   virtual ~ProcessSource() = default;
-  /// Runs at each event of the mask, first when the process is already gone.
+  /// Runs once for each event of the mask, from the main loop. When the process is already gone as the source is resumed, its exit
+  /// is told then, once; signals are told only while it lives.
   virtual void setEventHandler(std::function<void()> handler) = 0;
   /// Runs once on the main loop after `cancel`; both handlers are released after it.
   virtual void setCancelHandler(std::function<void()> handler) = 0;
+  /// Arms the source. No handler runs before control returns to the main loop. A second call does nothing.
   virtual void resume() = 0;
   /// No event handler runs from now on. A second call does nothing.
   virtual void cancel() = 0;
@@ -30,7 +32,7 @@ class ProcessSources {
  public:
   virtual ~ProcessSources() = default;
   /// A source for the events of `mask`. Never null: where the system refuses to watch, the source is silent and says so in the log.
-  virtual std::shared_ptr<ProcessSource> createProcessSource(std::int32_t processIdentifier, std::uint32_t mask) = 0;
+  [[nodiscard]] virtual std::shared_ptr<ProcessSource> createProcessSource(std::int32_t processIdentifier, std::uint32_t mask) = 0;
 };
 
 }  // namespace platform

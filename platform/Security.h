@@ -14,14 +14,14 @@ class SecTask {
  public:
   virtual ~SecTask() = default;
   /// The entitlement's value, or nil when the process has none of that name.
-  virtual Object copyValueForEntitlement(std::string_view entitlement) = 0;
+  [[nodiscard]] virtual Object copyValueForEntitlement(std::string_view entitlement) = 0;
 };
 
 class Security {
  public:
   virtual ~Security() = default;
   /// A handle on the own process, or null when its entitlements cannot be read.
-  virtual std::unique_ptr<SecTask> createFromSelf() = 0;
+  [[nodiscard]] virtual std::unique_ptr<SecTask> createFromSelf() = 0;
 };
 
 }  // namespace platform

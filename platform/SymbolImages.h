@@ -13,9 +13,9 @@ class SymbolImages {
   virtual ~SymbolImages() = default;
   /// The symbol of that name without a configuration and without an accessibility description; null for an
   /// unknown name.
-  virtual ImageRef imageWithSystemSymbolName(std::string_view name) = 0;
+  [[nodiscard]] virtual ImageRef imageWithSystemSymbolName(std::string_view name) = 0;
   /// A new image of the same symbol that carries the configuration and has the size that follows from it.
-  virtual ImageRef imageWithSymbolConfiguration(const Image& image, const SymbolConfiguration& configuration) = 0;
+  [[nodiscard]] virtual ImageRef imageWithSymbolConfiguration(const Image& image, const SymbolConfiguration& configuration) = 0;
 };
 
 }  // namespace platform

@@ -22,7 +22,7 @@ bool isASCII(std::string_view text);
 std::string textFromUTF16(ByteView units);
 
 /// The big-endian units, appended to `units`. False, with `units` in any state, for bytes that are no generalised UTF-8.
-bool appendUTF16(std::string_view text, Data& units);
+[[nodiscard]] bool appendUTF16(std::string_view text, Data& units);
 
 /// Whether the bytes are UTF-8, generalised to lone surrogates.
 bool isGeneralisedUTF8(std::string_view text);

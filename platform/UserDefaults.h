@@ -44,7 +44,7 @@ class UserDefaultsSuites {
  public:
   virtual ~UserDefaultsSuites() = default;
   /// Opens the store of a group, or null when it cannot be (no such store can be named).
-  virtual std::unique_ptr<UserDefaults> initWithSuiteName(std::string_view suiteName) = 0;
+  [[nodiscard]] virtual std::unique_ptr<UserDefaults> initWithSuiteName(std::string_view suiteName) = 0;
 };
 
 }  // namespace platform

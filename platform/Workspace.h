@@ -11,9 +11,9 @@ class Workspace {
  public:
   virtual ~Workspace() = default;
   /// A standard image of the platform, an image of the program's own resources, or null for an unknown name.
-  virtual ImageRef imageNamed(std::string_view name) = 0;
+  [[nodiscard]] virtual ImageRef imageNamed(std::string_view name) = 0;
   /// The icon of a file name extension, in all sizes there are; the empty extension has one too. Never null.
-  virtual ImageRef iconForFileType(std::string_view extension) = 0;
+  [[nodiscard]] virtual ImageRef iconForFileType(std::string_view extension) = 0;
 };
 
 }  // namespace platform

@@ -18,7 +18,7 @@ class KeyedArchiver {
   /// The archive of `root`, or nothing when it cannot be written: nil inside a collection, nesting beyond the bounds of
   /// docs/host-protocol.md, text that is not generalised UTF-8, a class that gives up, no memory. Archives inside the
   /// archive are written straight into their place, so the time is linear in the length, however deep they stand.
-  static std::optional<Data> archivedDataWithRootObject(const Object& root);
+  [[nodiscard]] static std::optional<Data> archivedDataWithRootObject(const Object& root);
 
   /// For `Coding::encodeWithCoder` only: the keyed values of the object being written. Keys are static storage.
   void encodeObject(const Object& object, std::string_view key);

@@ -17,12 +17,12 @@ class KeyedUnarchiver {
  public:
   /// The root object, or nil for bytes that are no archive, are damaged, name an unknown class or exceed the bounds of
   /// docs/host-protocol.md. Time is linear in the bytes and memory bounded by a small multiple of them. Never throws.
-  static Object unarchiveObjectWithData(ByteView bytes, ClassTable classes);
+  [[nodiscard]] static Object unarchiveObjectWithData(ByteView bytes, ClassTable classes);
   /// The same, but nothing for bytes that are refused, so that an archive of nil can be told from them.
-  static std::optional<Object> unarchivedObjectWithData(ByteView bytes, ClassTable classes);
+  [[nodiscard]] static std::optional<Object> unarchivedObjectWithData(ByteView bytes, ClassTable classes);
   /// The same on an account that several archives share: those of a tree, each inside its parent's. The root object alone,
   /// whatever it keeps as data; may throw `std::bad_alloc`.
-  static std::optional<Object> unarchivedObjectWithData(ByteView bytes, ClassTable classes, DecodeBudget& budget);
+  [[nodiscard]] static std::optional<Object> unarchivedObjectWithData(ByteView bytes, ClassTable classes, DecodeBudget& budget);
 
   /// For `InitWithCoder` only: the keyed values of the object being read.
   bool containsValueForKey(std::string_view key) const;

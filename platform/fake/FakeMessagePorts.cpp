@@ -108,6 +108,7 @@ std::optional<Data> FakeMessagePorts::deliver(const std::string& name, ByteView 
 
 MessagePortStatus FakeMessagePorts::send(const std::string& name, ByteView record) {
   if (sendStatus) return *sendStatus;
+  if (record.size() > longestRecord) return MessagePortStatus::transportError;
   Data copy(record.begin(), record.end());
   if (const auto listener = received_.find(name); listener != received_.end()) {
     listener->second.push_back(std::move(copy));

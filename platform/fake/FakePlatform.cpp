@@ -75,6 +75,8 @@ class FakeProcessSources::Source final : public ProcessSource, public std::enabl
   void resume() override {
     owner_.log_.add("watch process " + std::to_string(process_));
     owner_.armed_.push_back(shared_from_this());
+    if (owner_.gone.contains(process_) && isFor(process_, ProcessExit))
+      owner_.loop_.post([self = weak_from_this()] { runIfArmed(self); });
   }
   void cancel() override {
     auto& armed = owner_.armed_;
@@ -88,6 +90,10 @@ class FakeProcessSources::Source final : public ProcessSource, public std::enabl
     armed.erase(found);
   }
 
+  static void runIfArmed(const std::weak_ptr<Source>& source) {
+    const auto self = source.lock();
+    if (self && std::ranges::find(self->owner_.armed_, self) != self->owner_.armed_.end()) self->run();
+  }
   void releaseHandlers() {
     eventHandler_ = nullptr;
     cancelHandler_ = nullptr;

@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -75,6 +76,9 @@ class FakeProcessSources final : public ProcessSources {
   FakeProcessSources(CallLog& log, FakeMainLoop& loop) : log_(log), loop_(loop) {}
   /// Releases the handlers of sources that are still armed: each holds its own source.
   ~FakeProcessSources() override;
+
+  /// Processes that are already gone when a source on them is resumed.
+  std::set<std::int32_t> gone;
 
   /// An event (exit or signal) of a process: runs the handlers of all armed sources on it, through the main loop.
   void fire(std::int32_t processIdentifier, std::uint32_t event = ProcessExit);

@@ -31,41 +31,41 @@ class Ports : public ExtensionTest {
 
 TEST_F(Ports, withoutATaskTheGroupLookUpSaysSo) {
   fakes.security.hasTask = false;
-  EXPECT_EQ(copyApplicationGroup(fakes.security).reason, "There was an error creating security task for Finder extension.");
+  EXPECT_EQ(copyApplicationGroup(fakes.security).reason(), "There was an error creating security task for Finder extension.");
 }
 
 TEST_F(Ports, withoutTheEntitlementTheGroupLookUpSaysSo) {
   fakes.security.applicationGroups = Object();
-  EXPECT_EQ(copyApplicationGroup(fakes.security).reason, "There was an error getting application groups security entitlement.");
+  EXPECT_EQ(copyApplicationGroup(fakes.security).reason(), "There was an error getting application groups security entitlement.");
 }
 
 TEST_F(Ports, anEntitlementThatIsAStringIsEmpty) {
   fakes.security.applicationGroups = Object("G");
-  EXPECT_EQ(copyApplicationGroup(fakes.security).reason, "Application groups security entitlement is empty.");
+  EXPECT_EQ(copyApplicationGroup(fakes.security).reason(), "Application groups security entitlement is empty.");
 }
 
 TEST_F(Ports, anEntitlementThatIsAnEmptyArrayIsEmpty) {
   fakes.security.applicationGroups = Object(Array());
-  EXPECT_EQ(copyApplicationGroup(fakes.security).reason, "Application groups security entitlement is empty.");
+  EXPECT_EQ(copyApplicationGroup(fakes.security).reason(), "Application groups security entitlement is empty.");
 }
 
 TEST_F(Ports, aNumberAsFirstGroupIsOfUnknownTypeEvenWithAStringBehindIt) {
   fakes.security.applicationGroups = Object(Array{Object(Integer::ofSigned(1)), Object("G")});
-  const ApplicationGroup group = copyApplicationGroup(fakes.security);
-  EXPECT_FALSE(group.identifier);
-  EXPECT_EQ(group.reason, "Application groups security entitlement is of unknown type.");
+  const auto group = copyApplicationGroup(fakes.security);
+  ASSERT_FALSE(group);
+  EXPECT_EQ(group.reason(), "Application groups security entitlement is of unknown type.");
 }
 
 TEST_F(Ports, theFirstOfSeveralGroupsCounts) {
   fakes.security.applicationGroups = Object(Array{Object("G"), Object("H")});
-  EXPECT_EQ(copyApplicationGroup(fakes.security).identifier, "G");
+  EXPECT_EQ(*copyApplicationGroup(fakes.security), "G");
 }
 
 TEST_F(Ports, theTaskIsReleasedOnEveryPathOfTheLookUp) {
   for (const Object& value : {Object(), Object("G"), Object(Array()), Object(Array{Object(true)})}) {
     fakes.security.applicationGroups = value;
     fakes.calls.take();
-    copyApplicationGroup(fakes.security);
+    static_cast<void>(copyApplicationGroup(fakes.security));
     EXPECT_EQ(fakes.calls.take().back(), "release task");
   }
 }

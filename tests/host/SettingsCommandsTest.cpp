@@ -205,8 +205,7 @@ TEST(ItemLists, anythingButADictionaryIsNoLayout) {
 }
 
 TEST(ItemLists, listsThatAreNotNamedAreEmptyButTheOthersTakeWhatIsLeft) {
-  std::string fault;
-  const auto items = ItemLists::ofWords({"root=1,2,3,4,5,6,7"}, fault);
+  const auto items = ItemLists::ofWords({"root=1,2,3,4,5,6,7"});
   ASSERT_TRUE(items);
   EXPECT_THAT(items->root, ElementsAre(1, 2, 3, 4, 5, 6, 7));
   EXPECT_THAT(items->more, testing::IsEmpty());
@@ -227,9 +226,9 @@ TEST(ItemLists, tagsThatAreNoneOrStandTwiceAreRefused) {
                                                                  {"root=1,1"},
                                                                  {"root=1", "more=1"},
                                                                  {"root"}}) {
-    std::string fault;
-    EXPECT_FALSE(ItemLists::ofWords(words, fault)) << words[0];
-    EXPECT_NE(fault, "");
+    const auto lists = ItemLists::ofWords(words);
+    ASSERT_FALSE(lists) << words[0];
+    EXPECT_NE(lists.reason(), "");
   }
 }
 

@@ -69,13 +69,10 @@ std::optional<std::string> pathInRealFolder(const std::string& path) {
 
 }  // namespace
 
-std::optional<Data> bookmarkOfFile(const std::string& path, int& failure) {
+Result<Data, int> bookmarkOfFile(const std::string& path) {
   const auto real = pathInRealFolder(path);
   const auto status = real ? FileStatus::ofPath(real->c_str()) : std::nullopt;
-  if (!status) {
-    failure = errno;
-    return std::nullopt;
-  }
+  if (!status) return Failure{errno};
   const FileIdentity identity = status->identity();
   Data data(start.begin(), start.end());
   data.push_back(status->isDirectory() ? 1 : 0);
@@ -91,14 +88,11 @@ std::optional<std::string> pathInBookmark(ByteView data) {
   return bookmark ? std::optional(std::move(bookmark->path)) : std::nullopt;
 }
 
-std::optional<ResolvedBookmark> resolveBookmark(ByteView data, int& failure) {
+Result<ResolvedBookmark, int> resolveBookmark(ByteView data) {
   const auto bookmark = decode(data);
-  if (!bookmark) {
-    failure = EINVAL;
-    return std::nullopt;
-  }
+  if (!bookmark) return Failure{EINVAL};
   const auto status = FileStatus::ofPath(bookmark->path.c_str());
-  failure = status ? 0 : errno;
+  const int failure = status ? ENOENT : errno;
   if (status && isSameFile(status->identity(), bookmark->identity)) {
     return ResolvedBookmark{bookmark->path, bookmark->isDirectory, false};
   }
@@ -108,8 +102,7 @@ std::optional<ResolvedBookmark> resolveBookmark(ByteView data, int& failure) {
   if (status && status->isDirectory() == bookmark->isDirectory) {
     return ResolvedBookmark{bookmark->path, bookmark->isDirectory, true};
   }
-  if (failure == 0) failure = ENOENT;
-  return std::nullopt;
+  return Failure{failure};
 }
 
 }  // namespace platform::native

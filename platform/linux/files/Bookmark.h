@@ -14,6 +14,7 @@
 #include <string>
 
 #include "platform/Bytes.h"
+#include "platform/Result.h"
 
 namespace platform::native {
 
@@ -23,15 +24,15 @@ struct ResolvedBookmark {
   bool isStale = false;  ///< The path or the identity is not the bookmark's: it should be made anew.
 };
 
-/// Nothing with `failure` set to the errno when there is no such file.
-std::optional<Data> bookmarkOfFile(const std::string& path, int& failure);
+/// Fails with the errno when there is no such file.
+Result<Data, int> bookmarkOfFile(const std::string& path);
 
 /// The path as it was when the bookmark was made, whatever stands there now. Nothing for bytes that are no bookmark.
 std::optional<std::string> pathInBookmark(ByteView bookmark);
 
 /// In this order: the file at the path, if it is the same; the same file elsewhere nearby (NearbySearch.h);
-/// another file of the same kind that took the path. Else nothing with `failure` set to an errno, EINVAL for
-/// bytes that are no bookmark.
-std::optional<ResolvedBookmark> resolveBookmark(ByteView bookmark, int& failure);
+/// another file of the same kind that took the path. Else fails with an errno, EINVAL for bytes that are no
+/// bookmark.
+Result<ResolvedBookmark, int> resolveBookmark(ByteView bookmark);
 
 }  // namespace platform::native

@@ -22,7 +22,7 @@ class DirectoryEntries {
 
   /// A final symbolic link is followed. Nothing with `errno` set when the folder cannot be opened for
   /// listing.
-  static std::optional<DirectoryEntries> ofFolder(const char* path);
+  [[nodiscard]] static std::optional<DirectoryEntries> ofFolder(const char* path);
 
   /// The next entry, or nothing at the end. Reading that fails midway ends the walk, and `hasFailed` tells
   /// so.

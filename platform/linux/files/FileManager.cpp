@@ -58,10 +58,10 @@ LinuxFileManager::LinuxFileManager(Workspace& workspace, std::string recentlyUse
 
 Object LinuxFileManager::resourceValueForKey(const URL& url, std::string_view key, Error* error) {
   if (!url.isFileURL()) return {};
-  int failure = 0;
-  Object value = propertyOfFile(Path(url).text(), key, failure);
-  if (failure != 0) report(failure, error);
-  return value;
+  auto value = propertyOfFile(Path(url).text(), key);
+  if (value) return *std::move(value);
+  report(value.reason(), error);
+  return {};
 }
 
 std::optional<FileIdentity> LinuxFileManager::fileResourceIdentifier(const URL& url) {
@@ -104,10 +104,9 @@ void LinuxFileManager::seeEntriesOfDirectoryAtURL(const URL& url, const std::fun
 }
 
 std::optional<URL> LinuxFileManager::URLByResolvingBookmarkData(ByteView bookmark, std::uint32_t, bool* isStale, Error* error) {
-  int failure = 0;
-  const auto resolved = resolveBookmark(bookmark, failure);
+  const auto resolved = resolveBookmark(bookmark);
   if (!resolved) {
-    report(failure, error);
+    report(resolved.reason(), error);
     return std::nullopt;
   }
   if (isStale) *isStale = resolved->isStale;
@@ -115,10 +114,10 @@ std::optional<URL> LinuxFileManager::URLByResolvingBookmarkData(ByteView bookmar
 }
 
 std::optional<Data> LinuxFileManager::bookmarkDataWithURL(const URL& url, Error* error) {
-  int failure = 0;
-  auto bookmark = bookmarkOfFile(Path(url).text(), failure);
-  if (!bookmark) report(failure, error);
-  return bookmark;
+  auto bookmark = bookmarkOfFile(Path(url).text());
+  if (bookmark) return *std::move(bookmark);
+  report(bookmark.reason(), error);
+  return std::nullopt;
 }
 
 std::optional<URL> LinuxFileManager::fileReferenceURL(const URL& url) {

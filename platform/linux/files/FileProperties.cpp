@@ -114,20 +114,17 @@ constexpr Property properties[] = {
 
 }  // namespace
 
-Object propertyOfFile(const std::string& path, std::string_view key, int& failure) {
+Result<Object, int> propertyOfFile(const std::string& path, std::string_view key) {
   for (const Property& property : properties) {
     if (property.key != key) continue;
     const auto status = FileStatus::ofPath(path.c_str());
-    if (!status) {
-      failure = errno;
-      return {};
-    }
+    if (!status) return Failure{errno};
     errno = 0;
     Object value = property.read({path, *status});
-    if (value.isNil()) failure = errno;
+    if (value.isNil() && errno != 0) return Failure{errno};
     return value;
   }
-  return {};
+  return Object();
 }
 
 }  // namespace platform::native

@@ -5,12 +5,13 @@
 #include <string_view>
 
 #include "platform/Object.h"
+#include "platform/Result.h"
 
 namespace platform::native {
 
-/// The property of the file at `path` (absolute; symbolic links are not followed). nil without an error for a
-/// name that is no property and for a property that the file does not have; nil with `failure` set to the
-/// errno when the file cannot be asked.
-Object propertyOfFile(const std::string& path, std::string_view key, int& failure);
+/// The property of the file at `path` (absolute; symbolic links are not followed). nil for a
+/// name that is no property and for a property that the file does not have. Fails with the errno when the file
+/// cannot be asked.
+Result<Object, int> propertyOfFile(const std::string& path, std::string_view key);
 
 }  // namespace platform::native

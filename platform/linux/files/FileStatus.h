@@ -34,11 +34,11 @@ class FileStatus {
   static constexpr unsigned allFields = STATX_BASIC_STATS | STATX_BTIME | STATX_MNT_ID;
 
   /// Nothing on failure, with `errno` set.
-  static std::optional<FileStatus> ofPath(const char* path, unsigned fields = allFields);
+  [[nodiscard]] static std::optional<FileStatus> ofPath(const char* path, unsigned fields = allFields);
   /// Of an entry of an open folder.
-  static std::optional<FileStatus> ofEntry(int folder, const char* name, unsigned fields = allFields);
+  [[nodiscard]] static std::optional<FileStatus> ofEntry(int folder, const char* name, unsigned fields = allFields);
   /// Of an open file, an `O_PATH` descriptor too.
-  static std::optional<FileStatus> ofDescriptor(int descriptor, unsigned fields = allFields);
+  [[nodiscard]] static std::optional<FileStatus> ofDescriptor(int descriptor, unsigned fields = allFields);
 
   FileIdentity identity() const;
   bool isRegularFile() const { return S_ISREG(status_.stx_mode); }

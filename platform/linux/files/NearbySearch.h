@@ -15,6 +15,6 @@ bool isSameFile(const FileIdentity& a, const FileIdentity& b);
 /// The path of the file of that identity within two levels of the deepest folder above `formerPath` that is
 /// still there, then of the two folders above that one. Stays on the volume, follows no symbolic link, and
 /// gives up after 20,000 entries.
-std::optional<std::string> pathNearby(const std::string& formerPath, const FileIdentity& identity);
+[[nodiscard]] std::optional<std::string> pathNearby(const std::string& formerPath, const FileIdentity& identity);
 
 }  // namespace platform::native

@@ -14,9 +14,9 @@ std::string withoutLastComponent(std::string_view path);
 
 /// The path without symbolic links and dot segments (realpath(3)). Nothing with `errno` set on failure;
 /// `errno` is 0 on success.
-std::optional<std::string> realPath(const std::string& path);
+[[nodiscard]] std::optional<std::string> realPath(const std::string& path);
 /// The path itself, or its real path when it ends in a dot segment and so has neither the file's name nor the
 /// folder that contains it in its text.
-std::optional<std::string> pathEndingInName(const std::string& path);
+[[nodiscard]] std::optional<std::string> pathEndingInName(const std::string& path);
 
 }  // namespace platform::native

@@ -14,6 +14,6 @@ std::string recentlyUsedListPath();
 
 /// When a program last opened the file, by the list at `listPath`. Nothing when the list does not name the
 /// file, cannot be read, is no such list or is longer than 8 MiB. The list is read anew each time.
-std::optional<Date> lastUsedDate(const std::string& listPath, std::string_view path);
+[[nodiscard]] std::optional<Date> lastUsedDate(const std::string& listPath, std::string_view path);
 
 }  // namespace platform::native

@@ -10,10 +10,10 @@ namespace platform::native {
 
 /// The folder that a mount covers, by the number that statx(2) gives the mount; from /proc/self/mountinfo
 /// (proc(5)). Nothing with `errno` set when the mount is not in this process's view.
-std::optional<std::string> mountPoint(std::uint64_t mountIdentifier);
+[[nodiscard]] std::optional<std::string> mountPoint(std::uint64_t mountIdentifier);
 
 /// The same in a text of that form.
-std::optional<std::string> mountPointIn(std::istream& mounts, std::uint64_t mountIdentifier);
+[[nodiscard]] std::optional<std::string> mountPointIn(std::istream& mounts, std::uint64_t mountIdentifier);
 
 /// Whether nothing can be written there: the file system or its mount is read-only. Nothing with `errno` set
 /// on failure.

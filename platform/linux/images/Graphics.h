@@ -13,6 +13,6 @@ class LinuxGraphics final : public Graphics {
 };
 
 /// Writes the pixels as a PNG file, over one that is there. False when it cannot be written.
-bool writePNG(const Bitmap& bitmap, const std::string& file);
+[[nodiscard]] bool writePNG(const Bitmap& bitmap, const std::string& file);
 
 }  // namespace platform::native

@@ -63,10 +63,10 @@ Connector::Connection Connector::refused(int error, const std::string& name, Wai
 }
 
 std::optional<PortFolder> Connector::openFolder(PortFolder::Missing missing) const {
-  std::string fault;
-  auto folder = PortFolder::open(folder_, user_, missing, fault);
-  if (!fault.empty()) log_.line("The folder of ports " + folder_ + " is not used: " + fault);
-  return folder;
+  auto folder = PortFolder::open(folder_, user_, missing);
+  if (folder) return *std::move(folder);
+  if (!folder.reason().empty()) log_.line("The folder of ports " + folder_ + " is not used: " + folder.reason());
+  return std::nullopt;
 }
 
 }  // namespace platform::native

@@ -27,10 +27,11 @@ bool isSameFile(int descriptor, int folder, const std::string& file) {
 ListeningSocket::ListeningSocket(PortFolder folder, std::string file)
     : folder_(std::move(folder)), file_(std::move(file)), lockFile_("." + file_ + ".lock"), owner_(::getpid()) {}
 
-std::unique_ptr<ListeningSocket> ListeningSocket::open(PortFolder folder, std::string_view port, std::string& fault) {
+Result<std::unique_ptr<ListeningSocket>> ListeningSocket::open(PortFolder folder, std::string_view port) {
   std::string file = PortFolder::fileForPort(port);
   std::unique_ptr<ListeningSocket> opened(new ListeningSocket(std::move(folder), std::move(file)));
-  if (!opened->lock(fault) || !opened->listen(fault)) return nullptr;
+  if (const auto locked = opened->lock(); !locked) return Failure{locked.reason()};
+  if (const auto listening = opened->listen(); !listening) return Failure{listening.reason()};
   return opened;
 }
 
@@ -46,32 +47,30 @@ bool ListeningSocket::isIn(const PortFolder& folder) const {
          ::fstatat(folder.descriptor(), file_.c_str(), &facts, AT_SYMLINK_NOFOLLOW) == 0 && S_ISSOCK(facts.st_mode);
 }
 
-bool ListeningSocket::lock(std::string& fault) {
+Result<Done> ListeningSocket::lock() {
   constexpr int flags = O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
   for (;;) {
     Descriptor lock(::openat(folder_.descriptor(), lockFile_.c_str(), flags, 0600));
     if (!lock || ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
-      fault = errno == EWOULDBLOCK ? "a live process has that name" : std::strerror(errno);
-      return false;
+      return Failure{errno == EWOULDBLOCK ? "a live process has that name" : std::strerror(errno)};
     }
     // An owner that ends removes the file, maybe between our two steps: then this is the lock of nothing.
     if (isSameFile(lock.get(), folder_.descriptor(), lockFile_)) {
       lock_ = std::move(lock);
-      return true;
+      return Done{};
     }
   }
 }
 
-bool ListeningSocket::listen(std::string& fault) {
+Result<Done> ListeningSocket::listen() {
   ::unlinkat(folder_.descriptor(), file_.c_str(), 0);
   Descriptor socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   const SocketAddress address(folder_.address(file_));
   if (!socket || ::bind(socket.get(), address.get(), address.length()) != 0 || ::listen(socket.get(), waitingConnections) != 0) {
-    fault = std::strerror(errno);
-    return false;
+    return Failure{std::strerror(errno)};
   }
   socket_ = std::move(socket);
-  return true;
+  return Done{};
 }
 
 }  // namespace platform::native

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Result.h"
 #include "platform/linux/Descriptor.h"
 #include "platform/linux/ports/PortFolder.h"
 
@@ -17,8 +18,8 @@ namespace platform::native {
 /// processes can do so at once.
 class ListeningSocket {
  public:
-  /// Listens under the port's name, or returns null and says why.
-  static std::unique_ptr<ListeningSocket> open(PortFolder folder, std::string_view port, std::string& fault);
+  /// Listens under the port's name.
+  static Result<std::unique_ptr<ListeningSocket>> open(PortFolder folder, std::string_view port);
   /// Removes both files, unless they are no longer its own or a forked child ends.
   ~ListeningSocket();
   ListeningSocket(const ListeningSocket&) = delete;
@@ -31,8 +32,8 @@ class ListeningSocket {
 
  private:
   ListeningSocket(PortFolder folder, std::string file);
-  bool lock(std::string& fault);
-  bool listen(std::string& fault);
+  Result<Done> lock();
+  Result<Done> listen();
 
   PortFolder folder_;
   std::string file_;

@@ -53,9 +53,9 @@ void LocalPort::publishAgain(PortFolder folder) {
   if (socket_ && socket_->isIn(folder)) return;
   accepting_.reset();
   socket_.reset();
-  std::string fault;
-  socket_ = ListeningSocket::open(std::move(folder), name_, fault);
-  if (!socket_) return log_.line("Port " + name_ + " was removed and cannot be opened again: " + fault);
+  auto opened = ListeningSocket::open(std::move(folder), name_);
+  if (!opened) return log_.line("Port " + name_ + " was removed and cannot be opened again: " + opened.reason());
+  socket_ = *std::move(opened);
   resumeAccepting();
 }
 

@@ -29,13 +29,12 @@ std::shared_ptr<LocalMessagePort> LinuxMessagePorts::createLocal(std::string_vie
   std::erase_if(ports_, [](const auto& port) { return !port->isOpen(); });
   auto folder = connector_->openFolder(PortFolder::Missing::isMade);
   if (!folder) return nullptr;
-  std::string fault;
-  auto socket = ListeningSocket::open(std::move(*folder), name, fault);
+  auto socket = ListeningSocket::open(*std::move(folder), name);
   if (!socket) {
-    log_.line("Port " + std::string(name) + " cannot be opened: " + fault);
+    log_.line("Port " + std::string(name) + " cannot be opened: " + socket.reason());
     return nullptr;
   }
-  ports_.push_back(std::make_shared<LocalPort>(std::string(name), std::move(socket), user_, std::move(callBack), log_));
+  ports_.push_back(std::make_shared<LocalPort>(std::string(name), *std::move(socket), user_, std::move(callBack), log_));
   return ports_.back();
 }
 

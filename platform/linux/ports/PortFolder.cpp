@@ -36,17 +36,16 @@ std::string faultOf(const struct stat& facts, uid_t user) {
 
 std::string PortFolder::usualPath() { return std::string(g_get_user_runtime_dir()) + "/dovetail"; }
 
-std::optional<PortFolder> PortFolder::open(const std::string& path, uid_t user, Missing missing, std::string& fault) {
+Result<PortFolder> PortFolder::open(const std::string& path, uid_t user, Missing missing) {
   if (missing == Missing::isMade) ::mkdir(path.c_str(), 0700);
   Descriptor folder(::open(path.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   struct stat facts = {};
   if (!folder || ::fstat(folder.get(), &facts) != 0) {
     // The system's word for a symbolic link at the end of the path is ENOTDIR or ELOOP.
-    if (errno != ENOENT || missing == Missing::isMade) fault = std::strerror(errno);
-    return std::nullopt;
+    const bool isWorthTelling = errno != ENOENT || missing == Missing::isMade;
+    return Failure{isWorthTelling ? std::strerror(errno) : ""};
   }
-  fault = faultOf(facts, user);
-  if (!fault.empty()) return std::nullopt;
+  if (const std::string fault = faultOf(facts, user); !fault.empty()) return Failure{fault};
   return PortFolder(std::move(folder));
 }
 

@@ -3,11 +3,11 @@
 
 #include <sys/types.h>
 
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "platform/Result.h"
 #include "platform/linux/Descriptor.h"
 
 namespace platform::native {
@@ -16,10 +16,10 @@ class PortFolder {
  public:
   enum class Missing { isMade, isRefused };
 
-  /// Holds the folder itself, so that nobody can put another one in its place. Nothing when it is missing
+  /// Holds the folder itself, so that nobody can put another one in its place. Fails when it is missing
   /// (unless it is to be made), no folder, a symbolic link, another user's than `user`, or open to anybody
-  /// else; `fault` then says which, and is empty for a missing one.
-  static std::optional<PortFolder> open(const std::string& path, uid_t user, Missing missing, std::string& fault);
+  /// else; the reason is empty for a missing one.
+  static Result<PortFolder> open(const std::string& path, uid_t user, Missing missing);
   /// `$XDG_RUNTIME_DIR/dovetail`.
   static std::string usualPath();
 

@@ -9,15 +9,14 @@
 #include <span>
 
 #include "platform/Bytes.h"
+#include "platform/MessagePort.h"
 #include "platform/linux/Descriptor.h"
 
 namespace platform::native {
 
 /// What a packet holds at most; a longer one breaks the rules.
 inline constexpr std::size_t longestPacket = 64 * 1024;
-/// What a record holds at most: far more than any table of contents, and little enough to be mapped without a
-/// thought.
-inline constexpr std::size_t longestRecord = 256 * 1024 * 1024;
+using platform::longestRecord;
 
 /// A record on its way out. Refers to the bytes given.
 class OutgoingRecord {

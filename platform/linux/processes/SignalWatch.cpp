@@ -46,8 +46,8 @@ void SignalWatch::start(const std::string& watcher) {
   if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return end(std::strerror(errno));
   channel_.reset(ends[0]);
   const Descriptor watchersEnd(ends[1]);
-  const int error = spawnProgram({watcher, std::to_string(process_)}, watchersEnd);
-  if (error != 0) return end(watcher + ": " + std::strerror(error));
+  const auto spawned = spawnProgram({watcher, std::to_string(process_)}, watchersEnd);
+  if (!spawned) return end(watcher + ": " + std::strerror(spawned.reason()));
   reports_ = MainLoopSource::whenReadable(channel_.get(), [this] { readReports(); });
 }
 

@@ -75,7 +75,7 @@ void reapLater(pid_t child) {
 
 }  // namespace
 
-int spawnProgram(const std::vector<std::string>& arguments, const Descriptor& channel) {
+Result<Done, int> spawnProgram(const std::vector<std::string>& arguments, const Descriptor& channel) {
   std::vector<char*> pointers;
   for (const std::string& argument : arguments) pointers.push_back(const_cast<char*>(argument.c_str()));
   pointers.push_back(nullptr);
@@ -83,8 +83,9 @@ int spawnProgram(const std::vector<std::string>& arguments, const Descriptor& ch
   pid_t child = 0;
   const int error = ::posix_spawn(&child, pointers[0], SpawnActions(channel.get()).get(), SpawnAttributes().get(), pointers.data(),
                                   noEnvironment);
-  if (error == 0) reapLater(child);
-  return error;
+  if (error != 0) return Failure{error};
+  reapLater(child);
+  return Done{};
 }
 
 }  // namespace platform::native

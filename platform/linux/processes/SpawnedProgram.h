@@ -5,13 +5,13 @@
 #include <string>
 #include <vector>
 
+#include "platform/Result.h"
 #include "platform/linux/Descriptor.h"
 
 namespace platform::native {
 
-/// Runs `arguments` with `channel` as its descriptor 3 and nothing else but /dev/null. The result is 0 or the
-/// system's error number. The program is expected to end at once or to leave a child of its own behind; its
+/// Runs `arguments` with `channel` as its descriptor 3 and nothing else but /dev/null, or fails with the errno. The program is expected to end at once or to leave a child of its own behind; its
 /// end is awaited on the main loop.
-int spawnProgram(const std::vector<std::string>& arguments, const Descriptor& channel);
+Result<Done, int> spawnProgram(const std::vector<std::string>& arguments, const Descriptor& channel);
 
 }  // namespace platform::native

@@ -25,18 +25,16 @@ std::unique_ptr<SettingsWriter> SettingsWriter::forGroup(std::string_view group)
 
 SettingsWriter::SettingsWriter(std::string path) : path_(std::move(path)), bus_(busThatMayClose()), client_(dconf_client_new()) {}
 
-std::optional<Error> SettingsWriter::setObject(const Object& value, std::string_view key) {
+Result<Done, Error> SettingsWriter::setObject(const Object& value, std::string_view key) {
   const auto path = settingsPathOfKey(path_, key);
   const OwnedVariant variant = variantOfObject(value);
-  if (!path || (!variant && !value.isNil())) return posixError(EINVAL);
+  if (!path || (!variant && !value.isNil())) return Failure{posixError(EINVAL)};
   GError* failure = nullptr;
-  if (dconf_client_write_sync(client_.get(), path->c_str(), variant.get(), nullptr, nullptr, &failure)) {
-    return std::nullopt;
-  }
+  if (dconf_client_write_sync(client_.get(), path->c_str(), variant.get(), nullptr, nullptr, &failure)) return Done{};
   const OwnedError owned(failure);
   Error error{g_quark_to_string(failure->domain), failure->code, {}};
   error.setText(LocalizedDescriptionKey, failure->message);
-  return error;
+  return Failure{std::move(error)};
 }
 
 }  // namespace platform::native

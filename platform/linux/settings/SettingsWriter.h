@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "platform/Object.h"
+#include "platform/Result.h"
 #include "platform/linux/OwnedGLib.h"
 
 using DConfClient = struct _DConfClient;
@@ -16,12 +17,10 @@ namespace platform::native {
 class SettingsWriter {
  public:
   /// Null for a group that makes no path of dconf.
-  static std::unique_ptr<SettingsWriter> forGroup(std::string_view group);
+  [[nodiscard]] static std::unique_ptr<SettingsWriter> forGroup(std::string_view group);
 
-  /// Stores the value in the form of SettingsValue.h, waits until it is stored, and gives nothing; else the
-  /// reason why it is not. nil removes the key.
-  std::optional<Error> setObject(const Object& value, std::string_view key);
-  std::optional<Error> removeObjectForKey(std::string_view key) { return setObject(Object(), key); }
+  /// Stores the value in the form of SettingsValue.h and waits until it is stored. nil removes the key.
+  Result<Done, Error> setObject(const Object& value, std::string_view key);
 
  private:
   explicit SettingsWriter(std::string path);

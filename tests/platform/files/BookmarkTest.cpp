@@ -24,16 +24,15 @@ class Bookmarks : public testing::Test {
   void makeFolder(const std::string& name) const { std::filesystem::create_directories(path(name)); }
   void move(const std::string& from, const std::string& to) const { std::filesystem::rename(path(from), path(to)); }
   Data bookmark(const std::string& name) {
-    const auto data = bookmarkOfFile(path(name), failure);
+    const auto data = bookmarkOfFile(path(name));
     EXPECT_TRUE(data) << name;
-    return data.value_or(Data());
+    return data ? *data : Data();
   }
   /// The path that it resolves to, below the test's folder, with " (stale)" where it is; or the error's
   /// number.
   std::string resolved(const Data& data) {
-    failure = 0;
-    const auto found = resolveBookmark(data, failure);
-    if (!found) return "error " + std::to_string(failure);
+    const auto found = resolveBookmark(data);
+    if (!found) return "error " + std::to_string(found.reason());
     const std::string shown = found->path.starts_with(root + "/") ? found->path.substr(root.size() + 1) : found->path;
     return shown + (found->isStale ? " (stale)" : "");
   }
@@ -41,7 +40,6 @@ class Bookmarks : public testing::Test {
 
   tests::TemporaryFolder folder;
   std::string root = std::filesystem::canonical(folder.path()).string();
-  int failure = 0;
 };
 
 TEST_F(Bookmarks, aFolderInItsPlaceIsNotStale) {
@@ -173,7 +171,7 @@ TEST_F(Bookmarks, theRealPathIsKept) {
   EXPECT_EQ(resolved(bookmark("link/folder")), "real/folder");
   EXPECT_EQ(resolved(bookmark("real/folder/..")), "real");
   EXPECT_EQ(resolved(bookmark("link")), "link");
-  const auto ofRoot = bookmarkOfFile("/", failure);
+  const auto ofRoot = bookmarkOfFile("/");
   ASSERT_TRUE(ofRoot);
   EXPECT_EQ(resolved(*ofRoot), "/");
 }

@@ -1,5 +1,6 @@
 // The rules of message ports that the fake and the Linux backend keep alike.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <numeric>
 
@@ -102,6 +103,19 @@ TYPED_TEST(MessagePortsContract, recordsOfAllSizesArriveInTheOrderTheyWereSent) 
     ASSERT_TRUE(this->runUntilReceived(sent.size())) << size;
   }
   EXPECT_EQ(this->received.records, sent);
+}
+
+TYPED_TEST(MessagePortsContract, aRecordOfMoreThanTheBoundIsRefusedAndThePortStaysUsable) {
+  this->read(this->open("G.App"));
+  const auto remote = this->backend.ports.createRemote("G.App");
+  // Never touched, so it takes no memory.
+  void* room = ::mmap(nullptr, longestRecord + 1, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  ASSERT_NE(room, MAP_FAILED);
+  EXPECT_EQ(this->send(*remote, {static_cast<const std::uint8_t*>(room), longestRecord + 1}), MessagePortStatus::transportError);
+  ::munmap(room, longestRecord + 1);
+  EXPECT_EQ(this->send(*remote, bytes("a")), MessagePortStatus::success);
+  ASSERT_TRUE(this->runUntilReceived(1));
+  EXPECT_EQ(this->received.records, std::vector<Data>{bytes("a")});
 }
 
 TYPED_TEST(MessagePortsContract, nothingArrivesBeforeControlReturnsToTheMainLoop) {

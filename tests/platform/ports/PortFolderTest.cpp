@@ -239,13 +239,12 @@ TEST_F(PortFolder, aPortWhoseFileWasRemovedIsThereAgainWhenARemotePortOpens) {
 // Root can become another user. For anybody else the port serves another user, and the test is the stranger.
 TEST_F(PortFolder, aProcessOfAnotherUserIsNotServed) {
   const bool isRoot = ::geteuid() == 0;
-  std::string fault;
   const uid_t served = isRoot ? ::geteuid() : ::geteuid() + 1;
-  auto opened = platform::native::PortFolder::open(portFolder(), ::geteuid(), platform::native::PortFolder::Missing::isMade, fault);
-  ASSERT_TRUE(opened) << fault;
-  auto socket = platform::native::ListeningSocket::open(std::move(*opened), "G.App", fault);
-  ASSERT_NE(socket, nullptr) << fault;
-  const auto port = std::make_shared<platform::native::LocalPort>("G.App", std::move(socket), served, keep(), log);
+  auto opened = platform::native::PortFolder::open(portFolder(), ::geteuid(), platform::native::PortFolder::Missing::isMade);
+  ASSERT_TRUE(opened) << opened.reason();
+  auto socket = platform::native::ListeningSocket::open(*std::move(opened), "G.App");
+  ASSERT_TRUE(socket) << socket.reason();
+  const auto port = std::make_shared<platform::native::LocalPort>("G.App", *std::move(socket), served, keep(), log);
   port->startReading(0);
 
   // As if the folder had been opened to all after it was checked.

@@ -17,7 +17,10 @@ struct FakeBackend {
 
   std::int32_t process() const { return 4711; }
   void signal() { sources.fire(process(), ProcessSignal); }
-  void end() { sources.fire(process(), ProcessExit); }
+  void end() {
+    sources.gone.insert(process());
+    sources.fire(process(), ProcessExit);
+  }
   template <typename Condition>
   bool runUntil(Condition holds) {
     loop.run();
@@ -101,6 +104,45 @@ TYPED_TEST(ProcessSourceContract, theHandlerRunsForEventsOfTheMaskAlone) {
 TYPED_TEST(ProcessSourceContract, nothingRunsBeforeTheSourceIsResumed) {
   const auto source = this->source();
   this->backend.end();
+  this->backend.settle();
+  EXPECT_EQ(this->events, 0);
+}
+
+TYPED_TEST(ProcessSourceContract, theExitOfAProcessThatIsAlreadyGoneIsToldOnceFromTheMainLoop) {
+  this->backend.end();
+  this->backend.settle();
+  const auto source = this->source();
+  source->resume();
+  EXPECT_EQ(this->events, 0);
+  ASSERT_TRUE(this->runUntilEvents(1));
+  this->backend.settle();
+  EXPECT_EQ(this->events, 1);
+}
+
+TYPED_TEST(ProcessSourceContract, ofAProcessThatIsAlreadyGoneASourceForSignalsHearsNothing) {
+  this->backend.end();
+  this->backend.settle();
+  const auto first = this->source(ProcessExit);
+  first->resume();
+  ASSERT_TRUE(this->runUntilEvents(1));
+  const auto signals = this->source(ProcessSignal);
+  const auto exit = this->source(ProcessExit);
+  signals->resume();
+  exit->resume();
+  ASSERT_TRUE(this->runUntilEvents(2));
+  this->backend.settle();
+  EXPECT_EQ(this->events, 2);
+  signals->cancel();
+  ASSERT_TRUE(this->backend.runUntil([&] { return this->cancels == 1; }));
+}
+
+TYPED_TEST(ProcessSourceContract, aSourceOnAProcessThatIsAlreadyGoneMayBeCancelledBeforeItIsTold) {
+  this->backend.end();
+  this->backend.settle();
+  const auto source = this->source();
+  source->resume();
+  source->cancel();
+  ASSERT_TRUE(this->backend.runUntil([&] { return this->cancels == 1; }));
   this->backend.settle();
   EXPECT_EQ(this->events, 0);
 }

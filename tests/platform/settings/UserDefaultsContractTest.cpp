@@ -34,7 +34,7 @@ class SettingsInDConf {
  public:
   UserDefaultsSuites& suites() { return suites_; }
   void set(const std::string& group, const std::string& key, const Object& value) {
-    EXPECT_FALSE(native::SettingsWriter::forGroup(group)->setObject(value, key));
+    EXPECT_TRUE(native::SettingsWriter::forGroup(group)->setObject(value, key));
   }
   bool runUntil(const std::function<bool()>& holds) { return tests::pumpUntil(holds); }
 
