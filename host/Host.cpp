@@ -26,11 +26,11 @@ JSON textOrNull(const std::optional<std::string>& text) { return text ? JSON(*te
 
 Host::Host(HostOptions options, HostServices services, EventLines& lines, std::function<void(std::string)> onEnd)
     : options_(std::move(options)),
-      services_(services),
+      services_(std::move(services)),
       lines_(lines),
       onEnd_(std::move(onEnd)),
       portName_(wire::hostPortName(options_.group)),
-      answers_(std::make_unique<ArchiveAnswers>(services.messagePorts, services.fileManager, services.archiveLister, sentTrees_,
+      answers_(std::make_unique<ArchiveAnswers>(services_.messagePorts, services_.fileManager, services_.archiveLister, sentTrees_,
                                                 lines, portName_)) {}
 
 Host::~Host() {
@@ -50,8 +50,8 @@ void Host::start() {
 
 bool Host::openPort() {
   if (port_) return true;
-  const auto callBack = [this](platform::LocalMessagePort&, std::int32_t, platform::ByteView record) {
-    receive(record);
+  const auto callBack = [this](platform::LocalMessagePort& port, std::int32_t, platform::ByteView record) {
+    receive(record, platform::native::LinuxMessagePorts::senderTo(port));
     return std::optional<platform::Data>();
   };
   port_ = services_.messagePorts.createLocal(portName_, callBack, {});
@@ -86,16 +86,17 @@ void Host::announce() {
   isReady_ = true;
 }
 
-void Host::receive(platform::ByteView record) {
+void Host::receive(platform::ByteView record, pid_t sender) {
   const Object root = platform::KeyedUnarchiver::unarchiveObjectWithData(record, archivedClasses());
   if (const auto message = root.instance<DTMessage>())
-    handle(*message);
+    handle(*message, sender);
   else
     lines_.write("badMessage", {{"bytes", JSON(record.size())}});
 }
 
-void Host::handle(const DTMessage& message) {
+void Host::handle(const DTMessage& message, pid_t sender) {
   printMessage(message);
+  if (message.selector() == wire::Selector::pingPortName) services_.onGreeting(sender);
   if (options_.answersRequests && message.selector() == wire::Selector::openArchive) openArchive(message);
 }
 

@@ -18,8 +18,8 @@
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/FileManager.h"
 #include "platform/Log.h"
-#include "platform/MessagePort.h"
 #include "platform/linux/MainLoopSource.h"
+#include "platform/linux/ports/MessagePorts.h"
 
 struct HostOptions {
   std::string group;       ///< Names the ports and the settings.
@@ -30,12 +30,13 @@ struct HostOptions {
 
 /// What the host asks of the system. The referents outlive it.
 struct HostServices {
-  platform::MessagePorts& messagePorts;
+  platform::native::LinuxMessagePorts& messagePorts;
   platform::DistributedNotificationCenter& notificationCenter;
   platform::FileManager& fileManager;
   ArchiveLister& archiveLister;
   GDBusConnection& bus;
   platform::Log& log;
+  std::function<void(pid_t browser)> onGreeting;  ///< Runs at each ping, with the process that sent it.
 };
 
 class Host {
@@ -56,8 +57,8 @@ class Host {
   void becomeOwner(unsigned attempt);
   void announce();
 
-  void receive(platform::ByteView record);
-  void handle(const DTMessage& message);
+  void receive(platform::ByteView record, pid_t sender);
+  void handle(const DTMessage& message, pid_t sender);
   void printMessage(const DTMessage& message);
   std::string entryMember(const platform::Object& argument);
   void openArchive(const DTMessage& message);

@@ -1,7 +1,6 @@
 // The reference host: the other end of the wire, for people who write a host and for tests.
 #include <glib-unix.h>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -12,6 +11,7 @@
 #include "host/Host.h"
 #include "host/ListingService.h"
 #include "host/SettingsCommands.h"
+#include "host/WatchLeave.h"
 #include "platform/BuildSettings.h"
 #include "platform/linux/Log.h"
 #include "platform/linux/OwnedGLib.h"
@@ -143,7 +143,7 @@ int runHost(const Program& program, const Options& options, Log& log) {
   LinuxMessagePorts ports(log);
   {
     Host host({options.group, options.identifier, options.bundleVersion, !options.isAnswerUnwanted},
-              {ports, notifications, files, lister, *connection, log}, lines,
+              {ports, notifications, files, lister, *connection, log, [](pid_t browser) { giveLeaveToWatch(browser); }}, lines,
               [&loop](std::string reason) { loop.give(std::move(reason)); });
     host.start();
     loop.run();
@@ -167,8 +167,6 @@ int runSettings(const Program& program, const Options& options, const Program::W
 int runWords(const Program& program, const Options& options, const Program::Words& words) {
   LinuxLog log;
   log.setOnLine([&program](std::string_view text) { program.complain(text); });
-  // The extensions watch for signals by tracing, which Yama allows only with leave (prctl(2)).
-  prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY, 0, 0, 0);
   const bool isRun = words.empty() || words[0] == "run";
   if (isRun && words.size() > 1) return program.misuse("The command run stands alone.");
   return isRun ? runHost(program, options, log) : runSettings(program, options, words, log);

@@ -16,6 +16,7 @@
 #include "tests/host/ArchiveFile.h"
 #include "tests/host/FakeExtension.h"
 #include "tests/host/HostSession.h"
+#include "tests/platform/PeerProcess.h"
 
 namespace {
 
@@ -109,6 +110,32 @@ TEST_F(RunningHost, aPingIsPrintedInFull) {
   EXPECT_EQ(host->lines().back(),
             R"({"event":"message","selector":"pingPortName:","argument":{"t":"str","v":"org.dovetail.group.Sync.1"},)"
             R"("portName":"org.dovetail.group.Sync.1"})");
+}
+
+TEST_F(RunningHost, whoGreetsIsKnownFromTheKernelWhateverThePortIsCalled) {
+  // Forked before this process has threads of the bus.
+  tests::PeerProcess other([this](const auto& line) {
+    line.hear();
+    FakeExtension fake(session.portFolder(), "org.dovetail.group.Sync.2", log);
+    line.tell(fake.send(DTMessage("pingPortName:", Object(fake.name()))) ? 'o' : 'x');
+    return static_cast<int>(line.hear());
+  });
+  std::vector<pid_t> greeters;
+  platform::native::LinuxMessagePorts ports(log, session.portFolder(), getuid());
+  ArchiveLister lister({.childProgram = DOVETAIL_HOST, .limits = {}}, log);
+  EventLines lines(-1, log, true);
+  Host host({"org.dovetail.group", "org.dovetail.Dovetail", "1.0"},
+            {ports, notifications, files, lister, *bus.connection(g_get_monotonic_time() + 5'000'000), log,
+             [&](pid_t browser) { greeters.push_back(browser); }},
+            lines, [](const std::string&) {});
+  host.start();
+  ASSERT_TRUE(extension.send(DTMessage("showSizeBrowser:", Object())));
+  ASSERT_TRUE(extension.send(DTMessage("pingPortName:", Object(extension.name()))));
+  EXPECT_TRUE(pumpUntil([&] { return greeters.size() == 1; }));
+  other.tell('g');
+  ASSERT_EQ(other.hear(), 'o');
+  EXPECT_TRUE(pumpUntil([&] { return greeters.size() == 2; }));
+  EXPECT_THAT(greeters, testing::ElementsAre(getpid(), other.process()));
 }
 
 TEST_F(RunningHost, aMessageOfNothingIsPrintedAsNothing) {

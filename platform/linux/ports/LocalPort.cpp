@@ -69,7 +69,8 @@ void LocalPort::acceptOne() {
   Descriptor socket = acceptedSocket();
   if (!socket) return;
   if (!isPeerOfUser(socket.get(), user_)) return log_.line("Port " + name_ + " refused a process of another user");
-  const auto peer = peers_.insert(peers_.end(), Peer{std::move(socket), {}});
+  const pid_t process = peerOf(socket.get()).pid;
+  const auto peer = peers_.insert(peers_.end(), Peer{std::move(socket), process, {}});
   peer->source = MainLoopSource::whenReadable(
       peer->socket.get(), [this, peer] { read(peer); }, order_);
   if (peers_.size() >= mostPeers) accepting_.reset();
@@ -99,6 +100,7 @@ void LocalPort::read(std::list<Peer>::iterator peer) {
       if (const char* fault = faultOf(result)) log_.line("Port " + name_ + " cut a connection: " + fault);
       return close(peer);
     }
+    sender_ = peer->process;
     callBack_(*this, 0, record.bytes());
     if (!isOpen_) return;
   }

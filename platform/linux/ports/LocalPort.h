@@ -23,6 +23,8 @@ class LocalPort final : public LocalMessagePort, public std::enable_shared_from_
   std::string_view name() const override { return name_; }
   void invalidate() override;
   bool isOpen() const { return isOpen_; }
+  /// The process at the other end of the connection that was read last.
+  pid_t sender() const { return sender_; }
   /// From now on connections are accepted and records delivered, at that order of the loop's sources.
   void startReading(int order);
   /// Listens under the name anew when `folder` no longer shows the socket of the open port: somebody emptied the runtime
@@ -34,6 +36,7 @@ class LocalPort final : public LocalMessagePort, public std::enable_shared_from_
  private:
   struct Peer {
     Descriptor socket;
+    pid_t process;
     MainLoopSource source;
   };
 
@@ -51,6 +54,7 @@ class LocalPort final : public LocalMessagePort, public std::enable_shared_from_
   bool isOpen_ = true;
   bool isReading_ = false;
   int order_ = 0;
+  pid_t sender_ = 0;
   MainLoopSource accepting_;
   std::list<Peer> peers_;
   // Given up for a connection when the process has no other descriptor left: so there is always a connection

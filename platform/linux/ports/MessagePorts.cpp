@@ -48,6 +48,8 @@ void LinuxMessagePorts::addSourceToCurrentRunLoop(RunLoopSource& source, RunLoop
   added.port->startReading(added.order);
 }
 
+pid_t LinuxMessagePorts::senderTo(const LocalMessagePort& port) { return static_cast<const LocalPort&>(port).sender(); }
+
 std::unique_ptr<RemoteMessagePort> LinuxMessagePorts::createRemote(std::string_view name) {
   refreshLocalPorts();
   std::string ownName(name);

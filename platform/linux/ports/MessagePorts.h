@@ -30,6 +30,10 @@ class LinuxMessagePorts final : public MessagePorts {
   std::unique_ptr<RunLoopSource> createRunLoopSource(LocalMessagePort& port, int order) override;
   void addSourceToCurrentRunLoop(RunLoopSource& source, RunLoopMode mode) override;
 
+  /// The process that connected to send the record which `port`, a port of this backend, delivers just now (unix(7), SO_PEERCRED);
+  /// 0 for one that this process cannot see. To be asked in the port's callback.
+  static pid_t senderTo(const LocalMessagePort& port);
+
   /// Waits as the connector does. Also publishes a local port again whose file somebody removed, as a peer that is
   /// greeted over the new connection will look for it.
   std::unique_ptr<RemoteMessagePort> createRemote(std::string_view name) override;

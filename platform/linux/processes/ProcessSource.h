@@ -2,8 +2,7 @@
 // program of ours that traces the process (SignalWatch.h). A signal that the process ignores or blocks is not
 // delivered to it, nor is one that merely stops it or lets it go on; one that it sends to a thread of its
 // own, and the kernel's SIGCHLD for a child of its own, is its own business. None of these is an event. Where
-// kernel.yama.ptrace_scope is 1, as on many desktops, the process must give leave first:
-// prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY).
+// kernel.yama.ptrace_scope is 1, as on many desktops, the process must give this one leave: prctl(PR_SET_PTRACER).
 #pragma once
 
 #include <functional>

@@ -1,5 +1,5 @@
-// dovetail-process-watcher PID: tells when a signal is delivered to the process. A process can learn that of
-// another one only by tracing it (ptrace(2)), and tracing hangs on the tracer's life and threads, so this is
+// dovetail-process-watcher PID BROWSER: tells the process BROWSER, its parent, when a signal is delivered to the process PID.
+// A process can learn that of another one only by tracing it (ptrace(2)), and tracing hangs on the tracer's life and threads, so this is
 // a program of its own: small, alone, and harmless to the process whenever it ends, as the kernel then lets
 // all its threads go on, with the signal they were stopped for and stopped where they were stopped. Never
 // interrupts the process by itself. WatcherProtocol.h says how it reports.
@@ -21,8 +21,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/linux/processes/SignalWatchSwitch.h"
 #include "platform/linux/processes/WatcherProtocol.h"
 
+using platform::native::noSignalWatchVariable;
 using platform::native::WatcherNews;
 using platform::native::WatcherReport;
 
@@ -32,10 +34,14 @@ namespace {
 constexpr int firstRealTimeSignalOfPrograms = 34;
 constexpr int firstRealTimeSignal = 32;
 
+// Some ten seconds in all, in milliseconds.
+constexpr int shortestPause = 10;
+constexpr int longestPause = 5120;
+
 pid_t watched = 0;
 
 void report(WatcherNews news, int value) {
-  const WatcherReport packet{news, static_cast<std::uint8_t>(value)};
+  const WatcherReport packet{news, value};
   // A reader who is so late that the socket is full has enough reports to read.
   ::send(platform::native::watcherChannel, &packet, sizeof(packet), MSG_DONTWAIT | MSG_NOSIGNAL);
 }
@@ -132,9 +138,12 @@ void passAllStops() {
   }
 }
 
-bool isAttached(pid_t thread) { return statusField(thread, "\nTracerPid:", 10) == static_cast<unsigned long long>(::getpid()); }
+pid_t tracerOf(pid_t thread) { return static_cast<pid_t>(statusField(thread, "\nTracerPid:", 10)); }
 
-// Attaches to the threads that there are; the kernel adds those that they start. The number of new ones.
+bool isAttached(pid_t thread) { return tracerOf(thread) == ::getpid(); }
+
+// Attaches to the threads that there are; the kernel adds those that they start. The number of new ones, or minus the
+// error number for one that is refused.
 int attachToThreads() {
   char path[64];
   std::snprintf(path, sizeof(path), "/proc/%d/task", static_cast<int>(watched));
@@ -146,20 +155,89 @@ int attachToThreads() {
     if (thread <= 0 || isAttached(thread)) continue;
     if (::ptrace(PTRACE_SEIZE, thread, nullptr, reinterpret_cast<void*>(PTRACE_O_TRACECLONE)) == 0)
       ++count;
-    else if (errno != ESRCH && !isAttached(thread))
-      end(WatcherNews::isRefused, errno);
+    else if (const int error = errno; error != ESRCH && !isAttached(thread)) {
+      ::closedir(threads);
+      return -error;
+    }
   }
   ::closedir(threads);
   return count;
 }
 
+// A command line in /proc is its arguments, each with a NUL behind it.
+const char* argumentAfter(const char* argument) { return argument + std::strlen(argument) + 1; }
+
+// The program that started a watcher is on its command line; 0 for a process that is no watcher.
+pid_t browserOf(pid_t watcher) {
+  // Two more empty arguments than there may be.
+  char line[4096] = {};
+  if (!readProcFile("cmdline", watcher, line, sizeof(line) - 2)) return 0;
+  const char* slash = std::strrchr(line, '/');
+  if (std::strcmp(slash == nullptr ? line : slash + 1, platform::native::watcherName) != 0) return 0;
+  return std::atoi(argumentAfter(argumentAfter(line)));
+}
+
+// Ends when somebody else has the process.
+void giveWayToTracer() {
+  const pid_t tracer = tracerOf(watched);
+  if (tracer == 0 || tracer == ::getpid()) return;
+  const pid_t browser = browserOf(tracer);
+  if (browser > 0) end(WatcherNews::browserHasWatch, browser);
+  end(WatcherNews::isTraced, tracer);
+}
+
+void pauseUnlessAlone(int milliseconds) {
+  pollfd starter{platform::native::watcherChannel, POLLIN, 0};
+  if (::poll(&starter, 1, milliseconds) != 0) ::_exit(0);
+}
+
+// The process gives its leave (PR_SET_PTRACER) when it reads the greeting that the browser has just sent, so a refusal
+// may be too early an attempt. That every thread is found takes several: a thread may start others meanwhile.
+void attach() {
+  int pause = shortestPause;
+  while (const int count = attachToThreads()) {
+    if (count > 0) {
+      passAllStops();
+      continue;
+    }
+    giveWayToTracer();
+    if (count != -EPERM || isAttached(watched) || pause > longestPause) end(WatcherNews::isRefused, -count);
+    pauseUnlessAlone(pause);
+    pause *= 2;
+  }
+}
+
+// Whether the process was started with the switch.
+bool isUnwanted() {
+  char path[64];
+  std::snprintf(path, sizeof(path), "/proc/%d/environ", static_cast<int>(watched));
+  std::FILE* variables = std::fopen(path, "re");
+  if (variables == nullptr) return false;
+  const std::size_t length = std::strlen(noSignalWatchVariable);
+  char* text = nullptr;
+  std::size_t size = 0;
+  bool isFound = false;
+  while (!isFound && ::getdelim(&text, &size, '\0', variables) > 0)
+    isFound = std::strncmp(text, noSignalWatchVariable, length) == 0 && text[length] == '=' && text[length + 1] != '\0';
+  std::free(text);
+  std::fclose(variables);
+  return isFound;
+}
+
 // Apart from the program that started us: no child that its wait calls see, no terminal whose keys would stop
-// us and so the process at its next signal, no folder that could not be unmounted.
-void leaveStarter() {
-  const pid_t child = ::fork();
-  if (child != 0) ::_exit(child < 0 ? errno : 0);
+// us and so the process at its next signal, no folder that could not be unmounted. But the child's parent stays until the
+// descriptor that is the result is closed: the leave that a process gives to a browser holds for what descends from it.
+int leaveStarter() {
+  int ends[2];
   ::setsid();
-  if (::chdir("/") != 0) ::_exit(errno);
+  if (::chdir("/") != 0 || ::pipe2(ends, O_CLOEXEC) != 0) ::_exit(errno);
+  const pid_t child = ::fork();
+  if (child < 0) ::_exit(errno);
+  ::close(ends[child == 0 ? 0 : 1]);
+  if (child == 0) return ends[1];
+  char nothing;
+  while (::read(ends[0], &nothing, 1) < 0 && errno == EINTR) continue;
+  ::_exit(0);
 }
 
 int signalsOfStops() {
@@ -174,13 +252,14 @@ int signalsOfStops() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  watched = argc == 2 ? std::atoi(argv[1]) : 0;
+  watched = argc == 3 ? std::atoi(argv[1]) : 0;
   if (watched <= 0) return EINVAL;
-  leaveStarter();
+  const int parent = leaveStarter();
+  if (isUnwanted()) end(WatcherNews::isUnwanted, 0);
   const int stops = signalsOfStops();
   if (stops < 0) end(WatcherNews::isRefused, errno);
-  // A thread may start others while it is being found.
-  while (attachToThreads() > 0) passAllStops();
+  attach();
+  ::close(parent);
   report(WatcherNews::isAttached, 0);
 
   for (;;) {

@@ -8,16 +8,17 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <utility>
 #include <vector>
 
+#include "platform/linux/processes/SignalWatchSwitch.h"
 #include "platform/linux/processes/SpawnedProgram.h"
 #include "platform/linux/processes/WatcherProtocol.h"
 
 namespace platform::native {
 namespace {
 
-constexpr const char* watcherName = "dovetail-process-watcher";
 constexpr int reportsPerTurn = 16;
 
 // The module or program that this code was linked into; the loader has no name for the program itself.
@@ -25,9 +26,26 @@ std::filesystem::path ownFile() {
   Dl_info facts = {};
   link_map* object = nullptr;
   void** objectPlace = reinterpret_cast<void**>(&object);
-  if (::dladdr1(watcherName, &facts, objectPlace, RTLD_DL_LINKMAP) == 0 || object == nullptr) return {};
+  if (::dladdr1(&reportsPerTurn, &facts, objectPlace, RTLD_DL_LINKMAP) == 0 || object == nullptr) return {};
   std::error_code error;
   return object->l_name[0] != '\0' ? object->l_name : std::filesystem::read_symlink("/proc/self/exe", error);
+}
+
+std::string nameOf(std::int32_t process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/comm");
+  std::string name;
+  std::getline(file, name);
+  return std::to_string(process) + " (" + name + ")";
+}
+
+std::string obstacleIn(const WatcherReport& report) {
+  switch (report.news) {
+    case WatcherNews::isRefused: return std::strerror(report.value);
+    case WatcherNews::browserHasWatch: return "file browser " + nameOf(report.value) + " has the watch";
+    case WatcherNews::isTraced: return "process " + nameOf(report.value) + " traces it";
+    case WatcherNews::isUnwanted: return std::string(noSignalWatchVariable) + " is set in its environment";
+    default: return {};
+  }
 }
 
 }  // namespace
@@ -42,11 +60,12 @@ SignalWatch::SignalWatch(std::int32_t process, const std::string& watcher, Log& 
 }
 
 void SignalWatch::start(const std::string& watcher) {
+  if (isSignalWatchOff()) return end(std::string(noSignalWatchVariable) + " is set");
   int ends[2];
   if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return end(std::strerror(errno));
   channel_.reset(ends[0]);
   const Descriptor watchersEnd(ends[1]);
-  const auto spawned = spawnProgram({watcher, std::to_string(process_)}, watchersEnd);
+  const auto spawned = spawnProgram({watcher, std::to_string(process_), std::to_string(::getpid())}, watchersEnd);
   if (!spawned) return end(watcher + ": " + std::strerror(spawned.reason()));
   reports_ = MainLoopSource::whenReadable(channel_.get(), [this] { readReports(); });
 }
@@ -61,10 +80,8 @@ void SignalWatch::readReports() {
     if (length != sizeof(report)) return end("the watcher ended");
     if (report.news == WatcherNews::signalDelivered)
       tellListeners();
-    else if (report.news == WatcherNews::isRefused)
-      return end(std::strerror(report.value));
-    else if (report.news == WatcherNews::processHasEnded)
-      return end({});
+    else if (report.news != WatcherNews::isAttached)
+      return end(obstacleIn(report));
   }
 }
 

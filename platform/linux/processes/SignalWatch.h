@@ -1,8 +1,9 @@
 // The deliveries of signals to one process, as the process watcher reports them: a program of ours that
 // traces it, as only a tracer learns of them (ProcessWatcherMain.cpp). A process has one tracer at most, so
 // all who want to know of one process share one watch. Where the system refuses (another tracer, another
-// user's process, kernel.yama.ptrace_scope without the process's leave by prctl(PR_SET_PTRACER)) the watch
-// says so in the log and stays silent.
+// user's process, kernel.yama.ptrace_scope without the process's leave by prctl(PR_SET_PTRACER), which is waited for
+// some seconds), and where the watching is switched off here or there (SignalWatchSwitch.h), the watch says so in the
+// log and stays silent.
 #pragma once
 
 #include <cstdint>

@@ -56,12 +56,18 @@ struct Reaping {
   MainLoopSource source;
 };
 
+// For want of a descriptor of the process: it is asked after once a second.
+void reapByAsking(pid_t child, std::shared_ptr<Reaping> reaping) {
+  if (::waitpid(child, nullptr, WNOHANG) != 0) return reaping->source.reset();
+  reaping->source = MainLoopSource::after(1000, [child, reaping] { reapByAsking(child, reaping); });
+}
+
 // Waits for this one child alone, so the browser's own are left to the browser. If the browser's wait calls,
 // or its ignoring of SIGCHLD, took ours away first, there is nothing left to do.
 void reapLater(pid_t child) {
   Descriptor process(static_cast<int>(::syscall(SYS_pidfd_open, child, 0)));
   if (!process) {
-    if (errno != ESRCH) ::waitpid(child, nullptr, 0);
+    if (errno != ESRCH) reapByAsking(child, std::make_shared<Reaping>());
     return;
   }
   auto reaping = std::make_shared<Reaping>();

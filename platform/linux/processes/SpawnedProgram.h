@@ -10,8 +10,8 @@
 
 namespace platform::native {
 
-/// Runs `arguments` with `channel` as its descriptor 3 and nothing else but /dev/null, or fails with the errno. The program is expected to end at once or to leave a child of its own behind; its
-/// end is awaited on the main loop.
+/// Runs `arguments` with `channel` as its descriptor 3 and nothing else but /dev/null, or fails with the errno. The program is
+/// expected to end soon, and may leave a child of its own behind; its end is awaited on the main loop.
 Result<Done, int> spawnProgram(const std::vector<std::string>& arguments, const Descriptor& channel);
 
 }  // namespace platform::native

@@ -208,8 +208,9 @@ TEST_F(LinuxProcessSource, whereAnotherTracesTheHostItsExitAloneIsReportedWithOn
   ASSERT_EQ(debugger.hear(), 'o');
   const auto source = watch(host.process(), ProcessExit | ProcessSignal);
   EXPECT_TRUE(pumpUntil([&] { return !log.lines.empty(); }));
-  EXPECT_EQ(log.lines, std::vector<std::string>{"Signals of process " + std::to_string(host.process()) +
-                                                " are not watched: Operation not permitted"});
+  EXPECT_EQ(log.lines,
+            std::vector<std::string>{"Signals of process " + std::to_string(host.process()) + " are not watched: process " +
+                                     std::to_string(debugger.process()) + " (" + nameOf(debugger.process()) + ") traces it"});
   EXPECT_EQ(events, 0);
   EXPECT_EQ(tracerOf(host.process()), debugger.process());
   debugger.kill();

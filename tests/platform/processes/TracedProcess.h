@@ -21,6 +21,21 @@ inline pid_t tracerOf(pid_t process) {
   return 0;
 }
 
+/// What the system calls a process (proc(5)).
+inline std::string nameOf(pid_t process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/comm");
+  std::string name;
+  std::getline(file, name);
+  return name;
+}
+
+/// The first child of a process whose main thread alone has children, 0 for none.
+inline pid_t childOf(pid_t process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/task/" + std::to_string(process) + "/children");
+  pid_t child = 0;
+  return file >> child ? child : 0;
+}
+
 /// A host that counts the SIGUSR1 and SIGUSR2 it handles while it sleeps.
 class SignalCounter : public PeerProcess {
  public:

@@ -161,13 +161,7 @@ TEST_F(WatchedHost, aHostThatExecutesAnotherProgramGoesOnAndIsStillWatched) {
   const auto source = watch(host.process());
   ASSERT_TRUE(runUntilTraced(host.process()));
   host.tell('g');
-  const auto name = [&] {
-    std::ifstream file("/proc/" + std::to_string(host.process()) + "/comm");
-    std::string text;
-    std::getline(file, text);
-    return text;
-  };
-  ASSERT_TRUE(pumpUntil([&] { return name() == "sleep" && stateOf(host.process()) == 'S'; }));
+  ASSERT_TRUE(pumpUntil([&] { return nameOf(host.process()) == "sleep" && stateOf(host.process()) == 'S'; }));
   EXPECT_EQ(events, 0);
   ::kill(host.process(), SIGTERM);
   EXPECT_TRUE(runUntilEvents(1));
