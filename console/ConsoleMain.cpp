@@ -3,11 +3,12 @@
 #include <glib.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <memory>
 
+#include "console/BrowserDiagnosis.h"
 #include "console/Conformance.h"
 #include "console/Console.h"
 #include "console/Conversation.h"
@@ -16,17 +17,23 @@
 #include "console/JSONLanguage.h"
 #include "console/PlainLanguage.h"
 #include "console/SentRecords.h"
+#include "core/ApplicationGroup.h"
 #include "platform/Result.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/OwnedGLib.h"
 #include "platform/linux/images/Graphics.h"
 #include "platform/linux/images/Workspace.h"
+#include "platform/linux/ports/PortFolder.h"
 #include "platform/linux/programs/Program.h"
+#include "wire/Messages.h"
 
 using platform::JSON;
 using namespace platform::native;
 
 namespace {
+
+/// What a host that is well needs at most to read a connection's end.
+constexpr std::chrono::seconds longestRead(2);
 
 struct Options {
   bool isJSON = false;
@@ -139,17 +146,40 @@ int drawImages(const std::string& folder, const Program& program) {
   return writeImages(folder, workspace, workspace, graphics);
 }
 
-int diagnose(LinuxPlatform& platform) {
-  const bool hasBus = platform.sessionBus().connection(SessionBus::deadline()) != nullptr;
-  std::vector<Finding> findings = findingsOfServices(platform.references(), hasBus);
-  for (const BrowserPlace& browser : builtBrowsers()) {
-    const OwnedText program(g_find_program_in_path(browser.name.c_str()));
-    if (!program) continue;
-    const auto ofBrowser = findingsOfBrowser(browser, "/proc");
-    findings.insert(findings.end(), ofBrowser.begin(), ofBrowser.end());
+/// The names that are owned on the bus or that it can start a program for; nothing when it does not say.
+std::optional<std::vector<std::string>> namesOnBus(SessionBus& bus) {
+  std::vector<std::string> names;
+  for (const char* method : {"ListNames", "ListActivatableNames"}) {
+    const OwnedVariant answer = bus.call(method, nullptr, "(as)", SessionBus::deadline());
+    if (!answer) return std::nullopt;
+    const OwnedVariant list(g_variant_get_child_value(answer.get(), 0));
+    for (gsize i = 0; i < g_variant_n_children(list.get()); ++i) {
+      const OwnedVariant name(g_variant_get_child_value(list.get(), i));
+      names.emplace_back(g_variant_get_string(name.get(), nullptr));
+    }
   }
+  return names;
+}
+
+SessionFacts sessionFacts(LinuxPlatform& platform) {
+  const auto group = copyApplicationGroup(platform.references().security);
+  const char* profile = g_getenv("DCONF_PROFILE");
+  SessionFacts session;
+  session.hasBus = platform.sessionBus().connection(SessionBus::deadline()) != nullptr;
+  if (session.hasBus) session.busNames = namesOnBus(platform.sessionBus());
+  if (group) session.hostsPort = factsOfPort(PortFolder::usualPath(), wire::hostPortName(*group), longestRead);
+  session.runtimeFolder = g_get_user_runtime_dir();
+  session.configurationFolder = g_get_user_config_dir();
+  session.settingsProfile = profile ? profile : "";
+  return session;
+}
+
+int diagnose(LinuxPlatform& platform) {
+  std::vector<Finding> findings = findingsOfServices(platform.references(), sessionFacts(platform));
+  const std::vector<Finding> ofBrowsers = findingsOfBrowsers(builtBrowsers(), "/proc", geteuid());
+  findings.insert(findings.end(), ofBrowsers.begin(), ofBrowsers.end());
   std::fputs(textOfFindings(findings).c_str(), stdout);
-  return std::any_of(findings.begin(), findings.end(), [](const Finding& finding) { return finding.isFault; }) ? 1 : 0;
+  return hasFault(findings) ? ExitStatus::failed : ExitStatus::done;
 }
 
 int examine(LinuxPlatform& platform) {

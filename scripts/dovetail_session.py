@@ -194,11 +194,11 @@ class Session:
         os.makedirs(folder, exist_ok=True)
         return folder
 
-    def start_bus(self):
+    def start_bus(self, configuration="--session"):
         if os.path.exists(self.bus_path):
             os.unlink(self.bus_path)
         self.bus = subprocess.Popen(
-            ["dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address",
+            ["dbus-daemon", configuration, "--nofork", "--nopidfile", "--print-address",
              "--address=unix:path=" + self.bus_path],
             env=self.environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=self.errors, start_new_session=True)
         if not self.bus.stdout.readline():

@@ -1,4 +1,4 @@
-// What is said of a missing menu: over fake services, and over folders made like a browser's and like /proc.
+// What is said of a missing menu: over fake services, and over a folder made like /proc.
 #include "console/Diagnosis.h"
 
 #include <gmock/gmock.h>
@@ -21,6 +21,13 @@ class Diagnosis : public ExtensionTest {
   Diagnosis() {
     fakes.fileManager.add("/watched");
     startHost();
+    folder.file("proc/900/stat", "900 (dovetail-host) S 1 900\n");
+    session.hasBus = true;
+    session.busNames = {"org.freedesktop.DBus", "ca.desrt.dconf"};
+    session.hostsPort = {PortFacts::Answer::isRead, hostPid, {}};
+    session.runtimeFolder = "/run/user/1000";
+    session.configurationFolder = folder.path("config");
+    session.processes = folder.path("proc");
   }
   void set(const std::string& key, platform::Object value) { fakes.userDefaultsSuites.set("G", key, std::move(value)); }
   void watch(const std::string& path) { set("DTFoldersPaths", platform::Array{bookmarkOf(path)}); }
@@ -28,28 +35,53 @@ class Diagnosis : public ExtensionTest {
     platform::Error error;
     return *fakes.fileManager.bookmarkDataWithURL(fileURL(path), &error);
   }
-  std::vector<std::string> lines(bool hasBus = true) {
+  std::vector<Finding> found() { return findingsOfServices(fakes.references(), session); }
+  std::vector<std::string> lines() {
     std::vector<std::string> lines;
-    for (const Finding& finding : findingsOfServices(fakes.references(), hasBus)) lines.push_back(textOfFindings({finding}));
+    for (const Finding& finding : found()) lines.push_back(textOfFindings({finding}));
     return lines;
   }
-  std::vector<std::string> faults(bool hasBus = true) {
-    std::vector<std::string> faults;
-    for (const Finding& finding : findingsOfServices(fakes.references(), hasBus))
-      if (finding.isFault) faults.push_back(finding.subject);
-    return faults;
+  std::vector<std::string> subjects(Finding::Mark mark) {
+    std::vector<std::string> subjects;
+    for (const Finding& finding : found())
+      if (finding.mark == mark) subjects.push_back(finding.subject);
+    return subjects;
   }
+  std::vector<std::string> faults() { return subjects(Finding::Mark::fault); }
+  std::vector<std::string> unknowns() { return subjects(Finding::Mark::unknown); }
+
+  tests::TemporaryFolder folder;
+  SessionFacts session;
 };
 
 TEST_F(Diagnosis, nothingIsWrongWhereMenusAppear) {
   watch("/watched");
   EXPECT_THAT(faults(), ElementsAre());
+  EXPECT_THAT(unknowns(), ElementsAre());
   EXPECT_THAT(lines(), Contains("[ok]    watched folder: /watched\n"));
 }
 
-TEST_F(Diagnosis, aBusThatCannotBeReachedIsAFault) {
+TEST_F(Diagnosis, withoutABusTheHostAndTheSettingsServiceAreUnknown) {
   watch("/watched");
-  EXPECT_THAT(faults(false), ElementsAre("session bus"));
+  fakes.runningApplications.processes.clear();
+  session.hasBus = false;
+  session.busNames = std::nullopt;
+  EXPECT_THAT(faults(), ElementsAre("session bus"));
+  EXPECT_THAT(unknowns(), ElementsAre("host", "settings service"));
+}
+
+TEST_F(Diagnosis, aBusThatDoesNotAnswerIsUnknown) {
+  watch("/watched");
+  fakes.runningApplications.processes.clear();
+  session.busNames = std::nullopt;
+  EXPECT_THAT(faults(), ElementsAre());
+  EXPECT_THAT(unknowns(), ElementsAre("session bus", "host", "settings service"));
+}
+
+TEST_F(Diagnosis, ofADamagedSettingsFileNothingElseIsSaid) {
+  folder.file("config/dconf/user", "no database");
+  EXPECT_THAT(faults(), ElementsAre("settings file"));
+  EXPECT_THAT(unknowns(), ElementsAre("settings"));
 }
 
 TEST_F(Diagnosis, anEntitlementWithoutGroupsIsAFaultInTheExtensionsWords) {
@@ -62,9 +94,20 @@ TEST_F(Diagnosis, anEntitlementWithoutGroupsIsAFaultInTheExtensionsWords) {
 TEST_F(Diagnosis, noHostAndTwoHostsAreFaults) {
   watch("/watched");
   fakes.runningApplications.processes.clear();
+  session.hostsPort = {};
   EXPECT_THAT(lines(), Contains(AllOf(HasSubstr("[FAULT] host"), HasSubstr("not running"))));
   fakes.runningApplications.processes["host"] = {5, 6};
   EXPECT_THAT(lines(), Contains(AllOf(HasSubstr("[FAULT] host"), HasSubstr("more than once"))));
+}
+
+TEST_F(Diagnosis, theBuildOfAHostThatDoesNotRunIsUnknownWhenItDiffers) {
+  watch("/watched");
+  fakes.runningApplications.processes.clear();
+  EXPECT_THAT(lines(), Contains("[ok]    version: of the host that ran last, as of the extension, build 1.0\n"));
+  set("DTApplicationVersion", platform::Object("0.9"));
+  EXPECT_THAT(unknowns(), ElementsAre("version"));
+  set("DTApplicationVersion", platform::Object());
+  EXPECT_THAT(unknowns(), ElementsAre("version"));
 }
 
 TEST_F(Diagnosis, aHostOfAnotherBuildIsAFaultThatNamesBoth) {
@@ -88,36 +131,6 @@ TEST_F(Diagnosis, itemListsOfAnotherKindAndEmptyOnesAreFaults) {
   set("DTContextualMenuItems", platform::Object("all"));
   set("DTToolbarItemMenuItems", platform::Dictionary());
   EXPECT_THAT(faults(), ElementsAre("contextual menus", "toolbar button"));
-}
-
-class BrowserDiagnosis : public testing::Test {
- protected:
-  void write(const std::string& name, const std::string& text) {
-    const std::filesystem::path file = folder.path() + "/" + name;
-    std::filesystem::create_directories(file.parent_path());
-    std::ofstream(file) << text;
-  }
-  std::string found() {
-    return textOfFindings(findingsOfBrowser({"caja", folder.path() + "/extensions"}, folder.path() + "/proc"));
-  }
-  tests::TemporaryFolder folder;
-};
-
-TEST_F(BrowserDiagnosis, aModuleThatIsNotInItsFolderIsAFault) {
-  EXPECT_THAT(found(), HasSubstr("[FAULT] caja: no libdovetail-caja.so"));
-}
-
-TEST_F(BrowserDiagnosis, eachProcessOfTheBrowserIsToldOf) {
-  write("extensions/libdovetail-caja.so", "");
-  EXPECT_THAT(found(), AllOf(HasSubstr("[ok]    caja: the module is in"), Not(HasSubstr("process"))));
-  write("proc/12/comm", "caja\n");
-  write("proc/12/maps", "7f00-7f01 r-xp 00000000 08:01 1 /x/libc.so.6\n");
-  write("proc/13/comm", "caja\n");
-  write("proc/13/maps", "7f00-7f01 r-xp 00000000 08:01 1 /x/extensions/libdovetail-caja.so\n");
-  write("proc/14/comm", "bash\n");
-  write("proc/self/comm", "caja\n");
-  EXPECT_THAT(found(), AllOf(HasSubstr("[FAULT] caja: process 12 runs without"), HasSubstr("[ok]    caja: process 13 has loaded"),
-                             Not(HasSubstr("14")), Not(HasSubstr("self"))));
 }
 
 }  // namespace
