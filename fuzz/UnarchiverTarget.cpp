@@ -14,7 +14,7 @@ using platform::KeyedUnarchiver;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const platform::ByteView bytes(data, size);
-  KeyedUnarchiver::unarchiveObjectWithData(bytes, archivedClasses());
+  static_cast<void>(KeyedUnarchiver::unarchiveObjectWithData(bytes, archivedClasses()));
   const auto object = KeyedUnarchiver::unarchivedObjectWithData(bytes, rawClasses());
   if (!object) return 0;
   const std::string text = textOfObject(*object);

@@ -48,7 +48,7 @@ std::size_t statusKilobytes(const std::string& key) {
 }
 
 void decode(const Data& bytes) {
-  platform::KeyedUnarchiver::unarchiveObjectWithData(bytes, archivedClasses());
+  static_cast<void>(platform::KeyedUnarchiver::unarchiveObjectWithData(bytes, archivedClasses()));
   const auto raw = platform::KeyedUnarchiver::unarchivedObjectWithData(bytes, rawClasses());
   if (raw) textOfObject(*raw);
 }
