@@ -157,6 +157,9 @@ class Faults(EndToEndTest):
         console.do("badge", file=archive)
         self.assertEqual(path_of_url(host.message("openArchive:portName:")["argument"]), archive)
         self.assertEqual([line for line in host.seen if line["event"] == "notification"], [])
+        # A folder is held as long as it is shown.
+        for folder in folders:
+            console.do("close", folder=folder)
         self.assertLessEqual(descriptors(console.pid), files)
 
     def test_a_settings_database_that_is_replaced_by_a_damaged_one_harms_nothing(self):

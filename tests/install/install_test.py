@@ -38,7 +38,7 @@ class Installation(unittest.TestCase):
     def test_the_programs_run_from_where_they_are_installed(self):
         for program in PROGRAMS:
             done = run(self.path("bin", program), "--help")
-            self.assertIn("usage: " + program, done.stdout.replace("Usage", "usage"))
+            self.assertRegex(done.stdout, r"^Usage:\s+%s " % program)
         self.assertTrue(os.access(self.path("libexec", "dovetail-process-watcher"), os.X_OK))
 
     def test_the_drawings_are_found_beside_the_programs(self):

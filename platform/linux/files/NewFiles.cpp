@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <ranges>
 #include <utility>
 
 namespace platform::native {
@@ -54,9 +53,9 @@ void NewFiles::readEvents() {
 }
 
 void NewFiles::tell(int number, unsigned kinds, const char* name) {
-  const auto newestFirst = std::views::reverse(watched_);
-  const auto watched = std::ranges::find(newestFirst, number, &Watched::number);
-  if (watched == newestFirst.end()) return;
+  const auto hasNumber = [number](const Watched& watched) { return watched.number == number; };
+  const auto watched = std::find_if(watched_.rbegin(), watched_.rend(), hasNumber);  // the newest of the folder's paths
+  if (watched == watched_.rend()) return;
   const std::string path = (watched->folder == "/" ? "" : watched->folder) + "/" + name;
   if (!(kinds & IN_CREATE) || isFurtherName(path)) onFile_(path);
 }
