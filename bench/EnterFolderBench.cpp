@@ -29,7 +29,7 @@ constexpr std::size_t fileCount = 100'000;
 std::uint64_t sum = 0;
 
 std::string makeFolder(const tests::TemporaryFolder& root) {
-  const std::string folder = root.path() + "/user/Downloads";
+  std::string folder = root.path() + "/user/Downloads";
   std::filesystem::create_directories(folder);
   for (std::size_t i = 0; i < fileCount; ++i) {
     const std::string name = folder + "/file-" + std::to_string(1'000'000 + i) + ".tar.gz";

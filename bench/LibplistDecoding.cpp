@@ -54,9 +54,9 @@ DTArchiveEntry entryOf(const Archive& archive, plist_t dictionary) {
 
 DTTreeNode decodeWithLibplist(platform::ByteView bytes) {
   const Archive archive(bytes);
-  const plist_t root = archive.root();
+  const auto root = archive.root();
   DTTreeNode node(entryOf(archive, archive.object(root, "object")));
-  const plist_t children = plist_dict_get_item(archive.object(root, "children"), "NS.objects");
+  const auto children = plist_dict_get_item(archive.object(root, "children"), "NS.objects");
   const std::uint32_t count = plist_array_get_size(children);
   node.reserveChildren(count);
   for (std::uint32_t i = 0; i < count; ++i) {

@@ -4,5 +4,5 @@
 #include "archive/DTTreeNode.h"
 #include "platform/Bytes.h"
 
-/// The tree that the keyed archive holds. For archives of our own writing: nothing is checked but what cannot be gone past.
-DTTreeNode decodeWithLibplist(platform::ByteView archive);
+/// The tree that the keyed archive in `bytes` holds. For archives of our own writing: nothing is checked but what cannot be gone past.
+DTTreeNode decodeWithLibplist(platform::ByteView bytes);

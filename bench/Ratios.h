@@ -89,6 +89,7 @@ inline std::vector<double> mediansOfMeasures(const std::vector<std::function<dou
     }
   }
   std::vector<double> medians;
+  medians.reserve(times.size());
   for (auto& values : times) medians.push_back(medianOf(values));
   busiest = std::max(busiest, others.share());
   return medians;
@@ -98,8 +99,9 @@ inline std::vector<double> mediansOfMeasures(const std::vector<std::function<dou
 /// does not count.
 inline std::vector<double> mediansOf(const std::vector<std::function<void()>>& sides, int rounds = 15) {
   std::vector<std::function<double()>> measured;
+  measured.reserve(sides.size());
   for (const auto& side : sides) {
-    measured.push_back([&side] {
+    measured.emplace_back([&side] {
       const double start = processorTime(CLOCK_THREAD_CPUTIME_ID);
       side();
       return processorTime(CLOCK_THREAD_CPUTIME_ID) - start;

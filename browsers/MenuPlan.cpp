@@ -118,7 +118,7 @@ std::shared_ptr<const PlannedItems> MenuPlanner::planContents(const MenuItem& ar
 std::shared_ptr<PlannedItems> MenuPlanner::contentsInRoom(const MenuItem& folder, Names& names, std::size_t& room) {
   const std::size_t all = folder.submenu->items.size();
   if (all > room && room < 2) return nullptr;
-  const auto items = level(folder, names, all > room ? room - 1 : all);
+  auto items = level(folder, names, all > room ? room - 1 : all);
   if (items->size() < all) items->push_back(restOf(folder, names.next(), all - items->size()));
   room -= items->size();
   return items;

@@ -229,7 +229,7 @@ class Examination {
       return outcome.breach ? outcome.breach : breachOfNumbers(*outcome.tree);
     });
     promise("5 An archive is asked about", "A file that was replaced is another file, with a tree of its own", [this]() -> Breach {
-      const Breach first = answerAbout(folder_.file("replaced.tar", tarOf({{"old"}}))).breach;
+      Breach first = answerAbout(folder_.file("replaced.tar", tarOf({{"old"}}))).breach;
       if (first) return first;
       const Outcome second = answerAbout(folder_.file("replaced.tar", tarOf({{"new"}})));
       if (second.breach) return second.breach;
@@ -244,7 +244,7 @@ class Examination {
     for (const URL& url : urls) {
       if (!dialogue_.send({wire::Selector::openArchive, Object(url)})) return "a question could not be sent";
     }
-    if (const Breach breach = stillAnswers()) return breach;
+    if (Breach breach = stillAnswers()) return breach;
     HostDialogue::wait([&] { return dialogue_.answers().size() > before + 1; }, silence);
     return dialogue_.answers().size() == before + 1 ? Breach() : "an answer came";
   }
@@ -343,7 +343,7 @@ class Examination {
       for (int i = 0; i < 400; ++i) {
         if (!dialogue_.sendBytes(record)) return "the host does not read";
       }
-      const Breach breach = stillAnswers();
+      Breach breach = stillAnswers();
       unread->invalidate();
       return breach;
     });

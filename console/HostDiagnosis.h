@@ -18,7 +18,7 @@ struct HostFacts {
   std::string processes = "/proc";    ///< As of proc(5).
 };
 
-std::vector<Finding> findingsOfHost(const HostFacts& host);
+std::vector<Finding> findingsOfHost(const HostFacts& facts);
 
-/// Whether the host and the extension are of one build. `host` is what the host that ran last has written.
-Finding findingOfBuilds(const std::optional<std::string>& host, const std::string& extension, bool isHostRunning);
+/// Whether the host and the extension are of one build. `written` is what the host that ran last has written.
+Finding findingOfBuilds(const std::optional<std::string>& written, const std::string& extension, bool isHostRunning);

@@ -21,7 +21,7 @@ bool flag(FileManager& fileManager, const URL& url, std::string_view key) {
 
 // The volume's URL is asked for and not used: the property is the file's own.
 bool volumeFlag(FileManager& fileManager, const URL& url, std::string_view key) {
-  fileManager.resourceValueForKey(url, ResourceKey::volumeURL, nullptr);
+  static_cast<void>(fileManager.resourceValueForKey(url, ResourceKey::volumeURL, nullptr));
   return flag(fileManager, url, key);
 }
 

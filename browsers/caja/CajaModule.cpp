@@ -117,7 +117,7 @@ void caja_module_initialize(GTypeModule* module) {
 
 void caja_module_shutdown() {}
 
-void caja_module_list_types(const GType** types, int* count) { LoadedCaja::listTypes(types, count); }
+void caja_module_list_types(const GType** types, int* num_types) { LoadedCaja::listTypes(types, num_types); }
 
 }  // extern "C"
 #pragma GCC visibility pop

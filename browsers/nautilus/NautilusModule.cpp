@@ -70,7 +70,7 @@ void nautilus_module_initialize(GTypeModule* module) {
 
 void nautilus_module_shutdown() {}
 
-void nautilus_module_list_types(const GType** types, int* count) { LoadedNautilus::listTypes(types, count); }
+void nautilus_module_list_types(const GType** types, int* num_types) { LoadedNautilus::listTypes(types, num_types); }
 
 }  // extern "C"
 #pragma GCC visibility pop

@@ -95,7 +95,7 @@ void nemo_module_initialize(GTypeModule* module) {
 
 void nemo_module_shutdown() {}
 
-void nemo_module_list_types(const GType** types, int* count) { LoadedNemo::listTypes(types, count); }
+void nemo_module_list_types(const GType** types, int* num_types) { LoadedNemo::listTypes(types, num_types); }
 
 }  // extern "C"
 #pragma GCC visibility pop

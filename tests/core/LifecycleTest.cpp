@@ -118,7 +118,7 @@ TEST_F(Lifecycle, aWatcherThatFiresAfterTeardownTouchesNothing) {
 
 TEST_F(Lifecycle, aRecordThatArrivesAfterTeardownDoesNothing) {
   startBoth();
-  fakes.messagePorts.createRemote("G.Sync.4711")->sendRequest(0, platform::Data{1, 2, 3}, 1, 1);
+  static_cast<void>(fakes.messagePorts.createRemote("G.Sync.4711")->sendRequest(0, platform::Data{1, 2, 3}, 1, 1));
   extension = nullptr;
   fakes.calls.take();
   fakes.loop.run();

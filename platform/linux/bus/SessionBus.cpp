@@ -76,7 +76,7 @@ GDBusConnection* SessionBus::connection(Moment deadline) {
 }
 
 OwnedVariant SessionBus::call(const char* method, GVariant* arguments, const char* reply, Moment deadline) {
-  const OwnedVariant owned(g_variant_ref_sink(arguments));
+  const OwnedVariant owned(arguments ? g_variant_ref_sink(arguments) : nullptr);
   GDBusConnection* bus = connection(deadline);
   const Moment left = (deadline - g_get_monotonic_time()) / 1000;
   if (bus == nullptr || left <= 0) return nullptr;

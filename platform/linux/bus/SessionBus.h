@@ -37,7 +37,7 @@ class SessionBus {
   GDBusConnection* connection(Moment deadline);
   /// The open connection, or null; never waits.
   GDBusConnection* openConnection() const { return connection_.get(); }
-  /// A call of the bus itself; null when it fails or the answer, of type `reply`, is not there by `deadline`.
+  /// A call of the bus itself, with `arguments` or, for null, none; null when it fails or the answer, of type `reply`, is not there by `deadline`.
   OwnedVariant call(const char* method, GVariant* arguments, const char* reply, Moment deadline);
   /// Runs for each connection made from now on, before anybody uses it, for as long as the bus object lives.
   void setOnConnect(std::function<void(GDBusConnection*)> onConnect) { onConnect_ = std::move(onConnect); }

@@ -382,7 +382,7 @@ TEST_F(PortFaults, aHostThatReopensItsPortGetsTheNextRecord) {
 
 TEST_F(PortFaults, aPortIsInvalidWhileItsHostDoesNotListenAndNoLonger) {
   auto hosts = makePorts();
-  hosts->createLocal("G.App", keep(), {});
+  ASSERT_TRUE(hosts->createLocal("G.App", keep(), {}));
   const auto remote = ports->createRemote("G.App");
   hosts.reset();
   EXPECT_FALSE(remote->isValid());
