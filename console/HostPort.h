@@ -14,6 +14,6 @@ struct PortFacts {
   std::string reason;  ///< Why it cannot be seen.
 };
 
-/// Connects to the port of that name in the folder of ports and ends the connection at once, without a record: a listener that
+/// Connects to the port of that name in the folder of ports at `path` and ends the connection at once, without a record: a listener that
 /// reads closes its side then, which is waited for that long at most.
-PortFacts factsOfPort(const std::string& folder, const std::string& name, std::chrono::milliseconds longest);
+PortFacts factsOfPort(const std::string& path, const std::string& name, std::chrono::milliseconds longest);

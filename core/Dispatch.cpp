@@ -10,7 +10,6 @@
 
 using platform::ByteView;
 using platform::Data;
-using platform::MenuItem;
 using platform::Object;
 using platform::URL;
 

@@ -29,7 +29,7 @@ class ListBytes {
   Number array(std::vector<Number> elements);
   Number dictionary(Pairs pairs);
   /// Replaces what a container refers to; its count stays.
-  void setReferences(Number container, std::vector<Number> references) { objects_[container].references = references; }
+  void setReferences(Number container, std::vector<Number> references) { objects_[container].references = std::move(references); }
 
   Number top = 0;
   unsigned offsetSize = 0;     ///< 0: the smallest of 1, 2, 4, 8.
