@@ -12,9 +12,9 @@ SECONDS_OF_IDLENESS = float(os.environ.get("DOVETAIL_IDLE_SECONDS", 5))
 
 
 class Endurance(EndToEndTest):
-    def restart(self, console, until="host", **members):
+    def restart(self, console):
         host = self.session.start_host()
-        console.wait_until(until, **members)
+        console.wait_until("host")
         host.process.kill()
         host.wait()
         host.close()
@@ -22,18 +22,17 @@ class Endurance(EndToEndTest):
         console.wait_until("noHost")
 
     def test_a_thousand_restarts_of_the_host_leave_nothing_behind(self):
-        path = self.make_archive()
+        self.make_archive()
         console = self.session.start_console()
         console.do("open", folder=self.folder)
-        # The first connection to the own port that ends leaves a spare descriptor, and not every host lives to make one.
-        self.restart(console, "archive", file=path)
         for _ in range(100):
             self.restart(console)
         self.until(console, lambda: children(console.pid) == [])
         memory, files = private_memory(console.pid), descriptors(console.pid)
         for _ in range(900):
             self.restart(console)
-        self.until(console, lambda: descriptors(console.pid) <= files and children(console.pid) == [])
+        # How far the last host came decides on one or two; what a restart leaves behind would be there 900 times.
+        self.until(console, lambda: sum(descriptors(console.pid).values()) <= sum(files.values()) + 2 and children(console.pid) == [])
         self.assertLess(private_memory(console.pid) - memory, ALLOWED_GROWTH)
 
     def menus(self, console, count):
